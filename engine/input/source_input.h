@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ffmpeg.h"
+
+namespace oriplayer {
+
+/// How a source is opened; filled from the process's properties, the player's settings and the period's headers.
+struct InputOptions {
+    std::string userAgent;                                     ///< empty: FFmpeg's
+    std::vector<std::pair<std::string, std::string>> headers;  ///< request headers, also on sub-requests
+    std::string caFile;                                        ///< empty: the system's authorities
+    int timeoutMs = 8000;    ///< for opening in all (redirects, probing) and for each read or seek
+    bool expectHls = false;  ///< the container is an HLS play list whatever the URL looks like
+    bool wantVideo = true;
+    bool wantAudio = true;
+    std::string audioTrack;  ///< number among the audio streams, or a language; empty: FFmpeg's best
+};
+
+/// One opened source: finds its streams, reads packets in order, seeks. Knows nothing of players.
+///
+/// Threads:    one thread at a time uses it (the reader); interrupt() alone may come from any thread.
+/// Bounds:     open, read and seek return within timeoutMs (AVERROR(ETIMEDOUT)) or within 100 ms of interrupt()
+///             (AVERROR_EXIT) wherever the operating system lets go of the call.
+/// Positions:  microseconds from the source's first moment. 0 is the first picture if it comes at most 50 ms behind the
+///             first sound, else the first of both. Packets leave read() with pts, dts and duration on that scale
+///             (time base 1/1000000), made continuous where the container's own timestamps jump.
+class SourceInput {
+public:
+    enum class Failure { kNone, kCannotOpen, kNothingPlayable };
+    enum class Stream { kVideo, kAudio };
+
+    SourceInput();
+    ~SourceInput();
+    SourceInput(const SourceInput &) = delete;
+    SourceInput &operator=(const SourceInput &) = delete;
+
+    /// On failure failure() says which kind: 501 or 502 of the events.
+    MediaError open(const std::string &url, const InputOptions &options);
+    Failure failure() const;
+    /// Ends what is under way and refuses what comes later.
+    void interrupt();
+
+    /// The chosen streams; null where there is none. Attached pictures do not count as video.
+    const AVStream *video() const;
+    const AVStream *audio() const;
+    /// The container's length, else the longest stream's, else 0.
+    int64_t durationUs() const;
+    bool seekable() const;
+
+    /// 0 and a packet of one of the chosen streams, AVERROR_EOF behind the last, another AVERROR on failure.
+    /// `packet` must be blank; the caller owns what it gets.
+    int read(AVPacket *packet, Stream &stream);
+    /// Goes to the key frame at or before the position; the next read() is there.
+    MediaError seek(int64_t positionUs);
+    /// Bytes read from the medium so far; from the network if network() is true.
+    int64_t bytesRead() const;
+    bool network() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace oriplayer

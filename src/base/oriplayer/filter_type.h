@@ -1,0 +1,12 @@
+#pragma once
+
+namespace oriplayer {
+
+/// The engine's render filters; numbers without a name here pass through unread.
+enum EDRWFilterType {
+    eDRWFilter_FilmStyle = 5,
+    eDRWFilter_ColorSpaceConvert = 6,
+    eDRWFilter_Crop = 10,
+};
+
+}  // namespace oriplayer

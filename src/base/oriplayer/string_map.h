@@ -1,0 +1,33 @@
+#pragma once
+
+#include "interface/export.h"
+
+namespace oriplayer {
+
+/// An indexed list of text pairs, the headers of periods and data sources. Keys may repeat.
+///
+/// Threads:  any; it locks inside. The texts that keyAt, valueAt and valueFor answer belong to the map and stay valid
+///           until clear() or its end: a map that another thread clears meanwhile must be copied first.
+class ORI_API StringMap {
+public:
+    StringMap();
+    ~StringMap();
+    StringMap(const StringMap &) = delete;
+    StringMap &operator=(const StringMap &) = delete;
+
+    /// Appends a copied pair; a null key or value counts as the empty text. Returns 0.
+    int add(const char *key, const char *value);
+    int size() const;
+    /// The pair at `index` in insertion order, null outside 0..size()-1.
+    const char *keyAt(int index) const;
+    const char *valueAt(int index) const;
+    /// The value added last under `key`, null if there is none.
+    const char *valueFor(const char *key) const;
+    void clear();
+
+private:
+    struct Impl;
+    Impl *impl_;
+};
+
+}  // namespace oriplayer
