@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "interface/any.h"
+#include "interface/export.h"
+#include "interface/vexo_media_source.h"
+#include "interface/vexo_params.h"
+#include "interface/vexo_player_callback.h"
+
+namespace VexoPlayerNS {
+
+// Options of a player, for create and setParams.
+constexpr char kVideoPipelineEnable[] = "videoPipelineEnable";  ///< bool, true at first: pictures reach onVideoFrame
+constexpr char kAudioPipelineEnable[] = "audioPipelineEnable";  ///< bool, recorded only
+constexpr char kAudioVolume[] = "audio_volume";                 ///< float, 0.0 to 1.0
+constexpr char kAudioDeviceId[] = "audio_device_id";            ///< std::string
+
+// Options of a source, for IVexoMediaSource::create.
+constexpr char kQzrtpAppId[] = "qzrtp_app_id";
+constexpr char kQzrtpDeviceId[] = "qzrtp_device_id";
+constexpr char kQzrtpDownloadHost[] = "qzrtp_download_host";
+constexpr char kQzrtpDownloadHttpPort[] = "qzrtp_download_httpport";
+constexpr char kQzrtpDownloadIp[] = "qzrtp_download_ip";
+constexpr char kQzrtpDownloadStreamId[] = "qzrtp_download_stream_id";
+constexpr char kQzrtpDownloadToken[] = "qzrtp_download_token";
+constexpr char kQzrtpEnablePlaylist[] = "qzrtp_enable_playlist";
+constexpr char kQzrtpStreamAlias[] = "qzrtp_stream_alias";
+
+/// A player. Give it a source, a surface if it shall have one, then prepareAsync() and start(), in this order;
+/// outcomes and errors arrive at the callback.
+///
+/// Threads:  any. prepareAsync, start, stop and setDisplay run later, one after another in the order accepted; they
+///           wait while one of them is running, except inside a callback of this player, where they return at once.
+///           setMediaSource, setParams and getParam run at once and can overtake waiting commands.
+/// End:      behind the destruction no callback runs. Dropping the last reference inside a callback returns at once;
+///           that callback is the last of its thread, and another thread may be in one a little longer.
+class VEXO_API IVexoPlayer {
+public:
+    /// `callback` may be null, and else outlives the player. Options of another type or name are ignored.
+    /// Throws only what the system gives when there is no thread or memory.
+    static std::shared_ptr<IVexoPlayer> create(IVexoPlayerCallback *callback, VexoParams params);
+
+    virtual ~IVexoPlayer() = default;
+    /// Stops what was playing and takes `source` in its place. Frees the surface: setDisplay comes behind it.
+    virtual void setMediaSource(std::shared_ptr<IVexoMediaSource> source) = 0;
+    virtual void prepareAsync() = 0;
+    virtual void start() = 0;
+    virtual void stop() = 0;
+    /// A native window of the system, null for none. It is handed on, not kept.
+    virtual void setDisplay(void *surface) = 0;
+    virtual void setParams(VexoParams params) = 0;
+    /// kAudioVolume gives a float, below 0 if never set; every other key an empty value. Never waits.
+    virtual nonstd::any getParam(std::string key) = 0;
+};
+
+}  // namespace VexoPlayerNS

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+#include "interface/export.h"
+#include "interface/vexo_params.h"
+
+namespace VexoPlayerNS {
+
+/// What an application implements to hear and see its player. The object outlives the player.
+/// Both operations must not throw and must not wait for a thread that calls or destroys the player; inside them the
+/// commands of the player return at once, and its last reference may be dropped.
+class VEXO_API IVexoPlayerCallback {
+public:
+    virtual ~IVexoPlayerCallback() = default;
+
+    /// One event: `code` is its number, `sid` the identity of the bound it belongs to.
+    /// Params: with `msg` "notify_win_ios_android" key "1" holds an oriplayer::Param; its strings are valid during the
+    ///         call. With "notify_win" keys "1" and "2" hold a std::string each.
+    /// Thread: a looper of the player; two of them can be here at once.
+    virtual void onPlayEvent(int sid, int code, std::string msg, VexoParams params) = 0;
+
+    /// One picture, 8-bit I420. `planes` holds Y, U, V and is, like their memory, valid during the call.
+    /// Params: ints under "video_width", "video_height", "video_type", "y_stride", "u_stride", "v_stride" (bytes).
+    /// Thread: the engine's picture thread; of the player only the four commands and getParam may be called.
+    virtual void onVideoFrame(void **planes, int reserved0, int reserved1, int reserved2, int reserved3, int width,
+                              int height, VexoParams params) = 0;
+};
+
+}  // namespace VexoPlayerNS
