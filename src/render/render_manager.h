@@ -39,6 +39,6 @@ private:
     std::mutex mListMutex;  ///< leaf
 };
 
-extern template class VEXO_API Singleton<RenderManager>;
+extern template class Singleton<RenderManager>;
 
 }  // namespace vexo
