@@ -1,0 +1,150 @@
+#include "base/oriplayer/source.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <deque>
+#include <mutex>
+#include <optional>
+
+#include "playlist/local_duration.h"
+
+namespace oriplayer {
+
+namespace {
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+std::string percentDecoded(const std::string &text) {
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool escaped = text[i] == '%' && i + 2 < text.size();
+        const int high = escaped ? hexDigit(text[i + 1]) : -1;
+        const int low = escaped ? hexDigit(text[i + 2]) : -1;
+        if (high < 0 || low < 0) {
+            out += text[i];
+            continue;
+        }
+        out += static_cast<char>(high * 16 + low);
+        i += 2;
+    }
+    return out;
+}
+
+bool isRegularFile(const std::string &path) {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+/// The path of a local regular file that a URL means, empty if it means something else.
+std::string localFile(const std::string &url) {
+    if (isRegularFile(url)) return url;
+    if (url.rfind("file:", 0) != 0) return {};
+    std::string path = url.substr(5);
+    if (path.rfind("//", 0) == 0) path = path.substr(std::min(path.size(), path.find('/', 2)));
+    if (isRegularFile(path)) return path;
+    path = percentDecoded(path);
+    return isRegularFile(path) ? path : std::string{};
+}
+
+/// Lock: mutex_ guards the list and is never held while a file is asked; askMutex_ makes a second asker wait for the
+///       first one's answer instead of opening the file again.
+class UrlSource final : public ISource {
+public:
+    UrlSource(const char *url, double durationSeconds) { UrlSource::addUrl(url, durationSeconds); }
+
+    int addUrl(const char *url, double durationSeconds) override {
+        if (!url) return -1;
+        std::lock_guard<std::mutex> lock(mutex_);
+        entries_.push_back({url, durationSeconds > 0.0 ? std::optional(durationSeconds) : std::nullopt});
+        return static_cast<int>(entries_.size());
+    }
+
+    const char *getUrl(int index) override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const Entry *entry = at(index);
+        return entry ? entry->url.c_str() : nullptr;
+    }
+
+    int getUrl(int index, std::string &url) override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const Entry *entry = at(index);
+        if (!entry) return -1;
+        url = entry->url;
+        return 0;
+    }
+
+    int getDuration(int index, double *seconds) override {
+        std::string url;
+        if (!seconds || getUrl(index, url) != 0) return -1;
+        if (known(index, *seconds)) return 0;
+        std::lock_guard<std::mutex> asking(askMutex_);
+        if (known(index, *seconds)) return 0;
+        const std::string path = localFile(url);
+        *seconds = path.empty() ? 0.0 : probeLocalDuration(path);
+        std::lock_guard<std::mutex> lock(mutex_);
+        // A file that is not there yet may be asked again; an answer, 0.0 too, is kept.
+        if (!path.empty()) at(index)->seconds = *seconds;
+        return 0;
+    }
+
+    int getSize() override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return static_cast<int>(entries_.size());
+    }
+
+private:
+    struct Entry {
+        std::string url;
+        std::optional<double> seconds;  // declared or learned
+    };
+
+    Entry *at(int index) {
+        if (index < 0 || static_cast<std::size_t>(index) >= entries_.size()) return nullptr;
+        return &entries_[static_cast<std::size_t>(index)];
+    }
+
+    bool known(int index, double &seconds) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const Entry *entry = at(index);
+        if (!entry->seconds) return false;
+        seconds = *entry->seconds;
+        return true;
+    }
+
+    std::mutex askMutex_;
+    std::mutex mutex_;
+    std::deque<Entry> entries_;  // a deque: getUrl's texts stay where they are
+};
+
+}  // namespace
+
+ISource::ISource() = default;
+ISource::~ISource() = default;
+
+std::shared_ptr<ISource> ISource::create(const char *url, double durationSeconds) {
+    return std::make_shared<UrlSource>(url, durationSeconds);
+}
+
+int ISource::addUrl(const char *, double) {
+    return -1;
+}
+const char *ISource::getUrl(int) {
+    return nullptr;
+}
+int ISource::getUrl(int, std::string &) {
+    return -1;
+}
+int ISource::getDuration(int, double *) {
+    return -1;
+}
+int ISource::getSize() {
+    return 0;
+}
+
+}  // namespace oriplayer
