@@ -21,15 +21,7 @@ if(TARGET vexoplay)
   install(TARGETS vexoplay RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
-# Whole rooms first, then single headers: what applications include and what those include in turn. tests/project holds
-# that each of them compiles on its own from the installed place.
-set(vexo_headers_dir ${CMAKE_INSTALL_INCLUDEDIR}/vexo)
-foreach(room interface base/oriplayer base/protocols render)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/${room}/ DESTINATION ${vexo_headers_dir}/${room}
-          FILES_MATCHING PATTERN "*.h")
-endforeach()
-foreach(header base/live_stream_sdk.h mixed/base_player_interface.h mixed/mixed_codecs_player.h codec/i_codec.h
-               codec/codec_media_process.h codec/codec_net_process.h codec/qz_impair_info.h)
+foreach(header ${VEXO_INSTALLED_HEADERS})
   cmake_path(GET header PARENT_PATH room)
-  install(FILES ${PROJECT_SOURCE_DIR}/src/${header} DESTINATION ${vexo_headers_dir}/${room})
+  install(FILES ${PROJECT_SOURCE_DIR}/src/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vexo/${room})
 endforeach()
