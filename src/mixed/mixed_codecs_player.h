@@ -45,7 +45,7 @@ class VEXO_API MixedCodecsPlayer : public BasePlayerInterface {
 public:
     static std::shared_ptr<MixedCodecsPlayer> create();
     /// The same for an owner that calls back to the application itself: it marks its callbacks with `token`.
-    static std::shared_ptr<MixedCodecsPlayer> create(std::shared_ptr<CallbackToken> token);
+    static std::shared_ptr<MixedCodecsPlayer> create(std::shared_ptr<const CallbackToken> token);
 
     MixedCodecsPlayer(const MixedCodecsPlayer &) = delete;
     MixedCodecsPlayer &operator=(const MixedCodecsPlayer &) = delete;
@@ -156,7 +156,7 @@ private:
     friend class TimelineInternalListener;
     using TimelineFunction = std::function<void(Timeline *)>;
 
-    explicit MixedCodecsPlayer(std::shared_ptr<CallbackToken> token);
+    explicit MixedCodecsPlayer(std::shared_ptr<const CallbackToken> token);
     static void destroy(MixedCodecsPlayer *player);
     void silenceTimelines();
 
@@ -175,8 +175,8 @@ private:
     std::shared_ptr<oriplayer::IPlayList> makePlayListOf(int id);
     void setPlayListOf(int id, std::shared_ptr<oriplayer::IPlayList> list);
 
-    const std::shared_ptr<CallbackToken> token_;  ///< marks this player's callbacks; shared with its timelines
-    mutable Mutex fields_mutex_;                  ///< leaf
+    const std::shared_ptr<const CallbackToken> token_;  ///< marks this player's callbacks; shared with its timelines
+    mutable Mutex fields_mutex_;                        ///< leaf
     // Set by the constructor; the destructor lets them go.
     std::shared_ptr<CodecMediaProcess> media_processor_;
     std::shared_ptr<CodecNetProcess> net_processor_;
