@@ -13,11 +13,6 @@ template <typename T> void EraseFirst(std::vector<std::shared_ptr<T>> &list, con
     if (found != list.end()) list.erase(found);
 }
 
-template <typename List> List CopyUnder(std::mutex &mutex, const List &list) {
-    std::lock_guard<std::mutex> lock(mutex);
-    return list;
-}
-
 }  // namespace
 
 template class Singleton<RenderManager>;
@@ -38,42 +33,52 @@ void RenderManager::ReleasePipe(IRenderPipe *pipe) {
 }
 
 void RenderManager::AttachMiddleware(RenderCat category, IRenderPipe *pipe) {
-    for (auto &middleware : CopyUnder(mListMutex, mMiddlewares)) {
+    for (auto &middleware : copyOfMiddlewares()) {
         if (middleware->GetRenderCat() == category) pipe->AddMiddleware(middleware);
     }
 }
 
 void RenderManager::AttachFilter(IRenderPipe *pipe) {
-    for (auto &filter : CopyUnder(mListMutex, mFilters)) pipe->AddFilter(filter);
+    for (auto &filter : copyOfFilters()) pipe->AddFilter(filter);
 }
 
 void RenderManager::DetachMiddleware(IRenderPipe *pipe) {
-    for (auto &middleware : CopyUnder(mListMutex, mMiddlewares)) pipe->RemoveMiddleware(middleware);
+    for (auto &middleware : copyOfMiddlewares()) pipe->RemoveMiddleware(middleware);
 }
 
 void RenderManager::DetachFilter(IRenderPipe *pipe) {
-    for (auto &filter : CopyUnder(mListMutex, mFilters)) pipe->RemoveFilter(filter);
+    for (auto &filter : copyOfFilters()) pipe->RemoveFilter(filter);
 }
 
 void RenderManager::AddMiddleware(std::shared_ptr<IRenderMiddleware> middleware) {
-    std::lock_guard<std::mutex> lock(mListMutex);
+    MutexLock lock(mListMutex);
     mMiddlewares.push_back(std::move(middleware));
 }
 
 void RenderManager::RemoveMiddleware(std::shared_ptr<IRenderMiddleware> middleware) {
     // `middleware` outlives the lock, so that its destruction, if this was the last reference, runs without it.
-    std::lock_guard<std::mutex> lock(mListMutex);
+    MutexLock lock(mListMutex);
     EraseFirst(mMiddlewares, middleware);
 }
 
 void RenderManager::AddFilter(std::shared_ptr<IRenderFilter> filter) {
-    std::lock_guard<std::mutex> lock(mListMutex);
+    MutexLock lock(mListMutex);
     mFilters.push_back(std::move(filter));
 }
 
 void RenderManager::RemoveFilter(std::shared_ptr<IRenderFilter> filter) {
-    std::lock_guard<std::mutex> lock(mListMutex);
+    MutexLock lock(mListMutex);
     EraseFirst(mFilters, filter);
+}
+
+RenderManager::Middlewares RenderManager::copyOfMiddlewares() {
+    MutexLock lock(mListMutex);
+    return mMiddlewares;
+}
+
+RenderManager::Filters RenderManager::copyOfFilters() {
+    MutexLock lock(mListMutex);
+    return mFilters;
 }
 
 }  // namespace vexo

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "base/thread_annotations.h"
 #include "interface/export.h"
 #include "render/i_render_middleware.h"
 #include "render/i_render_pipe.h"
@@ -34,9 +34,15 @@ public:
     void RemoveFilter(std::shared_ptr<IRenderFilter> filter);
 
 private:
-    std::vector<std::shared_ptr<IRenderMiddleware>> mMiddlewares;
-    std::vector<std::shared_ptr<IRenderFilter>> mFilters;
-    std::mutex mListMutex;  ///< leaf
+    using Middlewares = std::vector<std::shared_ptr<IRenderMiddleware>>;
+    using Filters = std::vector<std::shared_ptr<IRenderFilter>>;
+
+    Middlewares copyOfMiddlewares();
+    Filters copyOfFilters();
+
+    Middlewares mMiddlewares VEXO_GUARDED_BY(mListMutex);  ///< oldest first, as the filters
+    Filters mFilters VEXO_GUARDED_BY(mListMutex);
+    Mutex mListMutex;  ///< leaf
 };
 
 extern template class Singleton<RenderManager>;
