@@ -1,0 +1,51 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "base/live_stream_sdk.h"
+
+namespace vexo_test {
+
+/// Takes the host's end of the report channel for its life time and writes down what arrives.
+class ReportLog {
+public:
+    struct Entry {
+        std::string module;
+        std::string category;
+        Json::Value report;
+    };
+
+    ReportLog() {
+        live_stream_sdk::setReportHandler([this](const char *module, const char *category, const Json::Value &report) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            entries_.push_back({module, category, report});
+        });
+    }
+    ~ReportLog() { live_stream_sdk::setReportHandler({}); }
+    ReportLog(const ReportLog &) = delete;
+    ReportLog &operator=(const ReportLog &) = delete;
+
+    std::vector<Entry> take() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return std::move(entries_);
+    }
+
+    /// The "msg" texts of the log lines among what arrived.
+    std::vector<std::string> takeLines() {
+        std::vector<std::string> lines;
+        for (const auto &entry : take()) {
+            if (entry.category == "ReportCategoryQZPLayerRtpLog") lines.push_back(entry.report["msg"].asString());
+        }
+        return lines;
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<Entry> entries_;
+};
+
+}  // namespace vexo_test
