@@ -1,0 +1,276 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/callback_scope.h"
+#include "base/leaf_guarded.h"
+#include "base/oriplayer/listener.h"
+#include "base/oriplayer/period.h"
+#include "base/oriplayer/player.h"
+#include "base/oriplayer/string_map.h"
+#include "base/protocols/configure.h"
+#include "base/protocols/reporter.h"
+#include "base/thread_annotations.h"
+#include "timeline/internal_event.h"
+#include "timeline/looper_slot.h"
+#include "timeline/play_bound.h"
+#include "timeline/timeline_player_event_listener.h"
+
+namespace vexo {
+
+class VideoRenderPipelineWrapper;
+
+/// Plays a row of periods as one programme. The row is cut into bounds; the current bound alone has an engine player,
+/// which is stopped and gone before the next bound gets its own.
+///
+/// Positions: milliseconds. Timeline scale: from the start of the first bound. Period scale: from the start of a
+///            period. Source scale: what one engine player says.
+/// Threads:   any, also from inside a listener call. The destructor and Close run on no callback thread.
+/// Locks:     mutex_ guards the bounds and what hangs on them; it is recursive because listeners and engine calls may
+///            come back. No thread is waited for under it, but the engine's stop(true). Settings, the view of the
+///            player and the looper have leaf mutexes; the rest is atomic.
+/// Listeners: called on the looper's thread without mutex_; kEventPeriodSwitched alone is told under it, at once.
+class Timeline {
+public:
+    enum State : int32_t { kIdle = 0, kStarted = 1, kPaused = 2 };
+
+    /// `token` names the player whose callbacks count as this timeline's; without one it has its own.
+    explicit Timeline(int32_t id, std::shared_ptr<const CallbackToken> token = nullptr);
+    ~Timeline();
+    Timeline(const Timeline &) = delete;
+    Timeline &operator=(const Timeline &) = delete;
+
+    // ---- settings: none of them touches a running engine player
+
+    void SetListener(std::shared_ptr<oriplayer::IOriPlayerListener> listener) { listener_.Set(std::move(listener)); }
+    void SetInternalListener(std::shared_ptr<InternalEventListener> l) { internal_listener_.Set(std::move(l)); }
+    void SetReporter(std::shared_ptr<protocols::IReporter> reporter) { reporter_.Set(std::move(reporter)); }
+    void SetConfigure(std::shared_ptr<protocols::IConfigure> configure) { configure_.Set(std::move(configure)); }
+    void SetUserAgent(std::string userAgent) { user_agent_.Set(std::move(userAgent)); }
+    std::shared_ptr<oriplayer::IOriPlayerListener> GetListener() const { return listener_.Get(); }
+    std::shared_ptr<protocols::IReporter> GetReporter() const { return reporter_.Get(); }
+    std::shared_ptr<protocols::IConfigure> GetConfigure() const { return configure_.Get(); }
+
+    // ---- what is current
+
+    int32_t GetState() const { return state_.load(); }
+    /// The id that the engine gave to the player of the bound entered last; -1 before the first.
+    int32_t GetActiveId() const { return active_id_.load(); }
+    /// For comparison only: the record may go at any moment. AccessCurrentBound gives one that can be followed.
+    PlayBound *GetCurrentBound() const { return current_play_bound_.load(); }
+    int32_t GetBoundPeriodIndex(PlayBound *bound) const { return bound->period_index; }
+    /// The current bound's player, or empty. Takes the timeline's mutex.
+    std::shared_ptr<oriplayer::IOriPlayer> GetActivePlayer();
+    /// The same from a copy with a leaf mutex: never waits for a command, and may be called under another timeline's
+    /// mutex.
+    std::shared_ptr<oriplayer::IOriPlayer> PeekActivePlayer() const { return player_view_.Get(); }
+    /// Calls `function` with the current bound, which may be null, under the timeline's mutex.
+    void AccessCurrentBound(const std::function<void(PlayBound *)> &function);
+    /// Makes the bound's identity and keeps it there: timeline << 16 | period << 8 | source, 8 bits each. 0 for null.
+    int64_t GenerateIdentity(PlayBound *bound);
+
+    // ---- the periods; indexes count periods, those out of range do nothing
+
+    /// Appends; returns the new period's index. The sources' durations are asked before the mutex is taken.
+    int32_t AddBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers);
+    /// At the number of periods it appends.
+    void InsertBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers,
+                     int index);
+    /// While anything plays the source joins what plays, whatever `index` says.
+    void InsertSource(const std::shared_ptr<oriplayer::ISource> &source,
+                      const std::shared_ptr<oriplayer::StringMap> &headers, int index);
+    /// The engine player of a period that plays goes on with the new one; kEventPeriodReplaced follows.
+    void ReplaceBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers,
+                      int index);
+    /// A period that plays gives way to the next; a paused one keeps its player until the timeline leaves it.
+    void RemoveBound(int index);
+
+    // ---- playback
+
+    /// Enters the first bound with a start time.
+    void Prepare();
+    /// The engine's result, 0 if nothing was started.
+    int32_t Start();
+    void Pause();
+    /// Drops the player; the periods stay.
+    void Stop();
+    /// Empties the timeline for another row of periods; settings and volume stay. Off a callback thread it waits until
+    /// the events that are queued have been told; behind it no event of the former periods is told or acts.
+    void Reset();
+    /// Ends the events and the player for good; for owners that let the timeline outlive them.
+    void Close();
+    /// To the next period, or with `withinPeriod` to the source behind the current period's first. False if there is
+    /// none or nothing plays.
+    bool SkipToNext(bool withinPeriod);
+
+    void SetVolume(float volume);
+    float GetVolume() const { return volume_.load(); }
+    /// For the player there is; not kept.
+    void SetAudioDevice(const std::string &name);
+    void SetVideoSurface(const VideoSurface &surface);
+    /// Valid under the timeline's mutex only: call it inside AccessCurrentBound.
+    VideoSurface *GetVideoSurface();
+    void SetVideoPipelineEnable(bool enable);
+    void SetAudioPipelineEnable(bool enable);
+
+    // ---- positions; `mode` is the engine's
+
+    /// The length of one period from its sources.
+    static int64_t GetTotalDuration(const std::shared_ptr<oriplayer::IPeriod> &period);
+    int64_t GetDuration();
+    int64_t GetCurrentPosition(int mode);
+    /// -1 is the current period.
+    int64_t GetPeriodDuration(int index);
+    int64_t GetPeriodCurrentPosition(int mode);
+    void SeekTo(int64_t position, int mode);
+    /// On the period scale; a position behind the period's end reaches into the following ones.
+    void SeekCurrentPeriodTo(int64_t position, int mode);
+    int32_t GetVideoWidth();
+    int32_t GetVideoHeight();
+
+    // ---- events
+
+    /// Queues an event as if the engine had sent it, before those that wait. An exhausted heap loses it.
+    void PostMessage_(int64_t id, int what, int arg1, int arg2, const oriplayer::Param &param);
+
+private:
+    using PlayerPtr = std::shared_ptr<oriplayer::IOriPlayer>;
+    using HeadersPtr = std::shared_ptr<oriplayer::StringMap>;
+    using PeriodPtr = std::shared_ptr<oriplayer::IPeriod>;
+    using BoundList = std::vector<std::unique_ptr<PlayBound>>;
+    enum class Detach { kYes, kNo };
+
+    /// A period on its way into the lists, with what was asked of its sources before the mutex was taken.
+    struct NewPeriod {
+        struct Part {
+            std::shared_ptr<oriplayer::ISource> source;
+            int64_t duration;
+        };
+        PeriodPtr period;
+        HeadersPtr headers;
+        bool mixed;
+        int64_t duration;         // of a period that stays whole
+        std::vector<Part> parts;  // of one that is cut
+    };
+
+    /// How often things changed that a reaction must not undo.
+    struct Changes {
+        uint64_t bound = 0;   // the current bound became another one
+        uint64_t player = 0;  // a player was made or dropped
+        uint64_t seek = 0;    // a seek was sent to the player
+    };
+
+    struct Event {
+        uint64_t epoch;
+        int64_t id;
+        int what;
+        int arg1;
+        int arg2;
+        std::shared_ptr<oriplayer::Param> param;
+    };
+
+    // The lists, timeline_build.cpp and timeline_editing.cpp
+    static NewPeriod Measure(const PeriodPtr &period, const HeadersPtr &headers);
+    static std::unique_ptr<PlayBound> CreateBound(const PeriodPtr &period, const HeadersPtr &headers);
+    static void CopyPeriodOptions(const PeriodPtr &from, const PeriodPtr &to, int64_t start);
+    static HeadersPtr CloneHeaders(const HeadersPtr &headers);
+    static void NotifyBoundChanged(PlayBound *bound);
+    static bool Holds(const BoundList &list, const PlayBound *bound);
+    int32_t Append(const NewPeriod &fresh) VEXO_REQUIRES(mutex_);
+    PlayBound *Place(const NewPeriod &fresh, int32_t index, std::size_t place, const char *comma) VEXO_REQUIRES(mutex_);
+    PlayBound *PlaceBound(std::unique_ptr<PlayBound> bound, int64_t duration, int32_t index, std::size_t place)
+        VEXO_REQUIRES(mutex_);
+    void ShiftPeriods(std::size_t place, int32_t index, int32_t by) VEXO_REQUIRES(mutex_);
+    BoundList TakeOut(int index) VEXO_REQUIRES(mutex_);
+    void HandOver(const BoundList &removed, PlayBound *replacement, const HeadersPtr &headers) VEXO_REQUIRES(mutex_);
+    void LeaveRemoved(BoundList removed, int index) VEXO_REQUIRES(mutex_);
+    void KeepRemoved(BoundList removed) VEXO_REQUIRES(mutex_);
+    void FreeRemoved() VEXO_REQUIRES(mutex_);
+    void RefreshCurrentIdentity() VEXO_REQUIRES(mutex_);
+
+    bool HasPeriod(int index) const VEXO_REQUIRES(mutex_);
+    /// The place in all_bounds_, its size if the bound is not there.
+    std::size_t PlaceOf(const PlayBound *bound) const VEXO_REQUIRES(mutex_);
+    /// One behind the last place of the period in all_bounds_.
+    std::size_t PeriodEnd(int index) const VEXO_REQUIRES(mutex_);
+    /// The period that follows the bound's: the one at its own index, if the bound is out of the lists.
+    int32_t NextPeriod(const PlayBound *bound) const VEXO_REQUIRES(mutex_);
+
+    // Playback, timeline_playback.cpp and timeline_player.cpp
+    PlayBound *Current() const VEXO_REQUIRES(mutex_) { return current_play_bound_.load(); }
+    PlayerPtr CurrentPlayer() const VEXO_REQUIRES(mutex_);
+    void SetCurrent(PlayBound *bound) VEXO_REQUIRES(mutex_);
+    void Switch(PlayBound *bound, int64_t position, std::optional<int> seekMode = {}) VEXO_REQUIRES(mutex_);
+    void Enter(PlayBound *bound) VEXO_REQUIRES(mutex_);
+    void SeekInto(PlayBound *bound, int64_t position, int mode) VEXO_REQUIRES(mutex_);
+    void SeekPlayer(int64_t position, int mode) VEXO_REQUIRES(mutex_);
+    void StopPlayback() VEXO_REQUIRES(mutex_);
+    void Clear() VEXO_REQUIRES(mutex_);
+    void PlayBoundPrepare(PlayBound *bound) VEXO_REQUIRES(mutex_);
+    void DropPlayer(PlayBound *bound, Detach detach) VEXO_REQUIRES(mutex_);
+    void ApplyPlayerSettings(oriplayer::IOriPlayer &player) VEXO_REQUIRES(mutex_);
+    void BindListener(oriplayer::IOriPlayer &player) VEXO_REQUIRES(mutex_);
+    void GiveDataSource(oriplayer::IOriPlayer &player, PlayBound *bound) VEXO_REQUIRES(mutex_);
+    void TellPeriodSwitched() VEXO_REQUIRES(mutex_);
+    void ApplyVolume(oriplayer::IOriPlayer &player) VEXO_REQUIRES(mutex_);
+
+    // Positions, timeline_position.cpp
+    int64_t BoundDuration(const PlayBound *bound, std::size_t place) const VEXO_REQUIRES(mutex_);
+    int64_t BoundPosition(const PlayBound *bound, std::size_t place, int mode) const VEXO_REQUIRES(mutex_);
+
+    // Events, timeline_events.cpp
+    void HandleCallback(Event event);
+    bool StampEvent(Event &event, Changes &changes);
+    bool TellListeners(const Event &event);
+    void React(const Event &event, const Changes &changes);
+    void OnEnd(const Event &event, const Changes &changes);
+    void OnPrepared(const Event &event, const Changes &changes);
+    void OnFirstPicture(const Event &event);
+    bool IsOld(const Event &event) const { return event.epoch != epoch_.load(); }
+
+    const int32_t id_;
+    const std::shared_ptr<const CallbackToken> token_;
+
+    mutable RecursiveMutex mutex_;
+    std::atomic<PlayBound *> current_play_bound_{nullptr};            // changed under mutex_
+    PlayBound *first_play_bound_ VEXO_GUARDED_BY(mutex_) = nullptr;   // the one that Prepare chose
+    std::vector<PlayBound *> period_bounds_ VEXO_GUARDED_BY(mutex_);  // each period's first bound
+    BoundList all_bounds_ VEXO_GUARDED_BY(mutex_);                    // in play order
+    BoundList removed_bounds_ VEXO_GUARDED_BY(mutex_);                // out of the lists, but current
+    std::shared_ptr<TimelinePlayerEventListener> event_listener_ VEXO_GUARDED_BY(mutex_);
+    bool video_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;
+    bool audio_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;  // recorded only
+    std::shared_ptr<VideoRenderPipelineWrapper> video_pipeline_ VEXO_GUARDED_BY(mutex_);
+    std::unique_ptr<VideoSurface> video_surface_ VEXO_GUARDED_BY(mutex_);
+    int64_t identity_ VEXO_GUARDED_BY(mutex_) = -1;  // of the bound entered last
+    Changes changes_ VEXO_GUARDED_BY(mutex_);
+    bool entered_started_ VEXO_GUARDED_BY(mutex_) = false;  // the player was made in state kStarted
+    bool paused_since_ VEXO_GUARDED_BY(mutex_) = false;     // Pause came since the player was made
+
+    LeafGuarded<std::shared_ptr<oriplayer::IOriPlayerListener>> listener_;
+    LeafGuarded<std::shared_ptr<InternalEventListener>> internal_listener_;
+    LeafGuarded<std::shared_ptr<protocols::IReporter>> reporter_;
+    LeafGuarded<std::shared_ptr<protocols::IConfigure>> configure_;
+    LeafGuarded<std::string> user_agent_;
+    LeafGuarded<PlayerPtr> player_view_;  // the current bound's player
+
+    std::atomic<int32_t> state_{kIdle};
+    std::atomic<int32_t> active_id_{-1};
+    std::atomic<float> volume_{-1.0f};  // -1: never set
+    std::atomic<int32_t> video_width_{-1};
+    std::atomic<int32_t> video_height_{-1};
+    std::atomic<int64_t> last_add_time_{0};  // ms since the epoch
+    std::atomic<uint64_t> epoch_{0};         // raised by Reset; an event of an older one is dropped
+
+    LooperSlot looper_;  // last: it runs while the rest lives
+};
+
+}  // namespace vexo
