@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -19,7 +20,8 @@ struct InputOptions {
     bool expectHls = false;  ///< the container is an HLS play list whatever the URL looks like
     bool wantVideo = true;
     bool wantAudio = true;
-    std::string audioTrack;  ///< number among the audio streams, or a language; empty: FFmpeg's best
+    std::string audioTrack;                     ///< number among the audio streams, or a language; empty: FFmpeg's best
+    const std::atomic<bool> *cancel = nullptr;  ///< true is as good as interrupt(); it outlives the SourceInput
 };
 
 /// One opened source: finds its streams, reads packets in order, seeks. Knows nothing of players.
@@ -29,7 +31,9 @@ struct InputOptions {
 ///             (AVERROR_EXIT) wherever the operating system lets go of the call.
 /// Positions:  microseconds from the source's first moment. 0 is the first picture if it comes at most 50 ms behind the
 ///             first sound, else the first of both. Packets leave read() with pts, dts and duration on that scale
-///             (time base 1/1000000), made continuous where the container's own timestamps jump.
+///             (time base 1/1000000), made continuous where the container's own timestamps jump. Sound before the first
+///             moment has a pts below 0: decoders need it, listeners do not. A picture's pts may be missing
+///             (AV_NOPTS_VALUE) where the container stores decoding times only.
 class SourceInput {
 public:
     enum class Failure { kNone, kCannotOpen, kNothingPlayable };
@@ -51,12 +55,15 @@ public:
     const AVStream *audio() const;
     /// The container's length, else the longest stream's, else 0.
     int64_t durationUs() const;
+    /// The container as FFmpeg found it, null while nothing is open.
+    const AVFormatContext *container() const;
     bool seekable() const;
 
     /// 0 and a packet of one of the chosen streams, AVERROR_EOF behind the last, another AVERROR on failure.
     /// `packet` must be blank; the caller owns what it gets.
     int read(AVPacket *packet, Stream &stream);
-    /// Goes to the key frame at or before the position; the next read() is there.
+    /// Goes to the key frame at or before the position; the next read() is there. Behind a failure the place to read
+    /// from is not known; another seek may mend it.
     MediaError seek(int64_t positionUs);
     /// Bytes read from the medium so far; from the network if network() is true.
     int64_t bytesRead() const;

@@ -1,56 +1,15 @@
 #include "base/oriplayer/source.h"
 
-#include <sys/stat.h>
-
-#include <algorithm>
 #include <deque>
 #include <mutex>
 #include <optional>
 
 #include "playlist/local_duration.h"
+#include "playlist/local_file.h"
 
 namespace oriplayer {
 
 namespace {
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
-std::string percentDecoded(const std::string &text) {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool escaped = text[i] == '%' && i + 2 < text.size();
-        const int high = escaped ? hexDigit(text[i + 1]) : -1;
-        const int low = escaped ? hexDigit(text[i + 2]) : -1;
-        if (high < 0 || low < 0) {
-            out += text[i];
-            continue;
-        }
-        out += static_cast<char>(high * 16 + low);
-        i += 2;
-    }
-    return out;
-}
-
-bool isRegularFile(const std::string &path) {
-    struct stat info {};
-    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
-}
-
-/// The path of a local regular file that a URL means, empty if it means something else.
-std::string localFile(const std::string &url) {
-    if (isRegularFile(url)) return url;
-    if (url.rfind("file:", 0) != 0) return {};
-    std::string path = url.substr(5);
-    if (path.rfind("//", 0) == 0) path = path.substr(std::min(path.size(), path.find('/', 2)));
-    if (isRegularFile(path)) return path;
-    path = percentDecoded(path);
-    return isRegularFile(path) ? path : std::string{};
-}
 
 /// Lock: mutex_ guards the list and is never held while a file is asked; askMutex_ makes a second asker wait for the
 ///       first one's answer instead of opening the file again.
@@ -85,11 +44,12 @@ public:
         if (known(index, *seconds)) return 0;
         std::lock_guard<std::mutex> asking(askMutex_);
         if (known(index, *seconds)) return 0;
-        const std::string path = localFile(url);
-        *seconds = path.empty() ? 0.0 : probeLocalDuration(path);
+        const LocalFile file = localFile(url);
+        const bool regular = file.kind == LocalKind::kRegular;
+        *seconds = regular ? probeLocalDuration(file.path) : 0.0;
         std::lock_guard<std::mutex> lock(mutex_);
         // A file that is not there yet may be asked again; an answer, 0.0 too, is kept.
-        if (!path.empty()) at(index)->seconds = *seconds;
+        if (regular) at(index)->seconds = *seconds;
         return 0;
     }
 

@@ -1,0 +1,169 @@
+#include "input/demuxer.h"
+
+extern "C" {
+#include <libavutil/time.h>
+}
+
+#include <algorithm>
+
+#include "playlist/local_file.h"
+
+namespace oriplayer {
+
+namespace {
+
+// What find_stream_info may read ahead (microseconds) where a container does not say it all in its header. FFmpeg's own
+// limits are 90 s for some containers: far too long before a first picture.
+constexpr int64_t kMaxAnalyzeUs = 5'000'000;
+// One damaged packet need not be the end; this many in a row are.
+constexpr int kMaxDamagedInARow = 16;
+
+std::string quoted(const std::string &url) {
+    return '"' + url + '"';
+}
+
+MediaError failedTo(const std::string &what, const std::string &url, int native) {
+    std::string text = "cannot " + what + ' ' + quoted(url) + ": " + avErrorText(native);
+    const bool tls = url.rfind("https:", 0) == 0 && native == AVERROR(EIO);
+    if (tls) text += " (the connection broke, or the server's certificate is not trusted)";
+    return {native, text};
+}
+
+/// What FFmpeg opens for a URL. A path that exists is a file, whatever it looks like ("12:30.mp4").
+MediaError resolve(const std::string &url, std::string &target) {
+    const LocalFile file = localFile(url);
+    if (file.kind == LocalKind::kDirectory) return failedTo("open", url, AVERROR(EISDIR));
+    // Opening a pipe or a device can block where nothing interrupts it.
+    if (file.kind == LocalKind::kOther) return {AVERROR(EINVAL), "cannot open " + quoted(url) + ": not a regular file"};
+    target = file.kind == LocalKind::kRegular ? "file:" + file.path : url;
+    return {};
+}
+
+int64_t microseconds(AVRational seconds) {
+    return seconds.num > 0 && seconds.den > 0 ? av_rescale(1'000'000, seconds.num, seconds.den) : 0;
+}
+
+TimestampRepair::Track trackOf(const AVStream *stream, bool timeless) {
+    TimestampRepair::Track track;
+    if (!stream) return track;
+    track.timeBase = stream->time_base;
+    track.countsFromZero = timeless;
+    track.ptsFromDts = stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+    if (track.ptsFromDts) {
+        track.frameUs = microseconds({stream->codecpar->frame_size, std::max(stream->codecpar->sample_rate, 1)});
+    } else {
+        const AVRational rate = stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate : stream->r_frame_rate;
+        track.frameUs = microseconds(av_inv_q(rate.num > 0 ? rate : AVRational{25, 1}));
+    }
+    return track;
+}
+
+}  // namespace
+
+MediaError Demuxer::open(const std::string &url, const InputOptions &options, SourceInput::Failure &failure) {
+    failure = SourceInput::Failure::kCannotOpen;
+    if (MediaError error = openContainer(url, options)) return error;
+    if (MediaError error = findStreams(url)) return error;
+    choice_ = chooseStreams(*container_, options);
+    if (choice_.video < 0 && choice_.audio < 0) {
+        failure = SourceInput::Failure::kNothingPlayable;
+        return {AVERROR_STREAM_NOT_FOUND, quoted(url) + " has no stream that can be played (" +
+                                              std::to_string(container_->nb_streams) + " streams, " +
+                                              container_->iformat->name + ")"};
+    }
+    startRepair();
+    failure = SourceInput::Failure::kNone;
+    return {};
+}
+
+MediaError Demuxer::openContainer(const std::string &url, const InputOptions &options) {
+    close();
+    std::string target;
+    if (MediaError error = resolve(url, target)) return error;
+    container_ = avformat_alloc_context();
+    if (!container_) return failedTo("open", url, AVERROR(ENOMEM));
+    container_->interrupt_callback = interrupter_.callback();
+    container_->max_analyze_duration = kMaxAnalyzeUs;
+    medium_.attach(*container_, target, options);
+    const AVInputFormat *format = options.expectHls ? av_find_input_format("hls") : nullptr;
+    const int result = avformat_open_input(&container_, target.c_str(), format, nullptr);
+    if (result >= 0) return {};
+    medium_.detach();  // FFmpeg has freed the container
+    return failedTo("open", url, interrupter_.meaning(result));
+}
+
+MediaError Demuxer::findStreams(const std::string &url) {
+    const int result = avformat_find_stream_info(container_, nullptr);
+    // An interrupted probe may end as if it had seen all there is.
+    const int meaning = interrupter_.meaning(result < 0 ? result : AVERROR_BUG);
+    if (result >= 0 && meaning == AVERROR_BUG) return {};
+    return failedTo("read the streams of", url, meaning);
+}
+
+void Demuxer::startRepair() {
+    const int flags = container_->iformat->flags;
+    const bool timeless = (flags & AVFMT_NOTIMESTAMPS) != 0;
+    const bool endKnown = container_->start_time != AV_NOPTS_VALUE && container_->duration > 0;
+    const int64_t endUs = endKnown ? container_->start_time + container_->duration : INT64_MAX;
+    repair_.start(trackOf(video(), timeless), trackOf(audio(), timeless), (flags & AVFMT_TS_DISCONT) != 0, endUs);
+}
+
+void Demuxer::close() {
+    if (!container_) return;
+    interrupter_.begin(0);  // a farewell to a server that does not answer is not waited for
+    avformat_close_input(&container_);
+    medium_.detach();
+    choice_ = {};
+}
+
+int Demuxer::next(PacketPtr &packet, SourceInput::Stream &stream) {
+    int damaged = 0;
+    for (;;) {
+        packet.reset(av_packet_alloc());
+        if (!packet) return AVERROR(ENOMEM);
+        int result = av_read_frame(container_, packet.get());
+        if (result == AVERROR_EOF && container_->pb && container_->pb->error < 0) result = container_->pb->error;
+        result = interrupter_.meaning(result);
+        if (result == AVERROR(EAGAIN) || (result == AVERROR_INVALIDDATA && ++damaged < kMaxDamagedInARow)) {
+            if (result == AVERROR(EAGAIN)) av_usleep(1000);
+            continue;
+        }
+        if (result < 0) return result;
+        damaged = 0;
+        const bool isVideo = packet->stream_index == choice_.video;
+        if (!isVideo && packet->stream_index != choice_.audio) continue;
+        stream = isVideo ? SourceInput::Stream::kVideo : SourceInput::Stream::kAudio;
+        if (repair_.apply(*packet, isVideo ? 0 : 1)) return 0;
+    }
+}
+
+MediaError Demuxer::seek(int64_t us) {
+    const int index = choice_.video >= 0 ? choice_.video : choice_.audio;
+    const AVRational timeBase = container_->streams[index]->time_base;
+    const int64_t time = av_rescale_q_rnd(repair_.containerTime(us), {1, 1'000'000}, timeBase, AV_ROUND_DOWN);
+    if (container_->pb) container_->pb->error = 0;
+    if (av_seek_frame(container_, index, time, AVSEEK_FLAG_BACKWARD) >= 0) {
+        repair_.resume(us);
+        return {};
+    }
+    int result = interrupter_.meaning(AVERROR(ENOSYS));
+    if (result != AVERROR(ENOSYS)) return failedTo("seek in", container_->url, result);
+    // No times to seek by: read from the first byte on.
+    result = av_seek_frame(container_, -1, 0, AVSEEK_FLAG_BYTE);
+    if (result < 0) return failedTo("seek in", container_->url, interrupter_.meaning(result));
+    repair_.restart();
+    return {};
+}
+
+bool Demuxer::indexed() const {
+    const AVStream *main = video() ? video() : audio();
+    return main && avformat_index_get_entries_count(main) > 0;
+}
+
+bool Demuxer::live() const {
+    if (container_->duration > 0) return false;
+    const bool sizeKnown = container_->pb && (container_->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
+    return medium_.network() && !sizeKnown;
+}
+
+}  // namespace oriplayer

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "input/interrupter.h"
+#include "input/medium.h"
+#include "input/source_input.h"
+#include "input/stream_choice.h"
+#include "input/timestamp_repair.h"
+
+namespace oriplayer {
+
+/// One open container with its chosen streams: gives their packets with repaired times, on the container's own origin.
+/// Threads:  one at a time; interrupter() may be aborted from any.
+class Demuxer {
+public:
+    Demuxer() = default;
+    ~Demuxer() { close(); }
+    Demuxer(const Demuxer &) = delete;
+    Demuxer &operator=(const Demuxer &) = delete;
+
+    /// The interrupter's time must be running.
+    MediaError open(const std::string &url, const InputOptions &options, SourceInput::Failure &failure);
+    void close();
+
+    /// 0 and the next packet, or an AVERROR.
+    int next(PacketPtr &packet, SourceInput::Stream &stream);
+    /// By time, to a place at or before it as far as the container knows; then, where that cannot be done, to the
+    /// first byte (`us` is written with where the reading starts).
+    MediaError seek(int64_t us);
+
+    const AVFormatContext *container() const { return container_; }
+    const AVStream *video() const { return stream(choice_.video); }
+    const AVStream *audio() const { return stream(choice_.audio); }
+    /// The container has a table of its key frames: a seek by time lands on the nearest of them.
+    bool indexed() const;
+    /// No end that could be known, and more to come.
+    bool live() const;
+    Interrupter &interrupter() { return interrupter_; }
+    const Medium &medium() const { return medium_; }
+
+private:
+    MediaError openContainer(const std::string &url, const InputOptions &options);
+    MediaError findStreams(const std::string &url);
+    void startRepair();
+    const AVStream *stream(int index) const { return index < 0 ? nullptr : container_->streams[index]; }
+
+    Interrupter interrupter_;
+    Medium medium_;
+    AVFormatContext *container_ = nullptr;
+    StreamChoice choice_;
+    TimestampRepair repair_;
+};
+
+}  // namespace oriplayer

@@ -1,0 +1,202 @@
+#include "input/source_input.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "input/demuxer.h"
+#include "input/first_moment.h"
+#include "input/held_packets.h"
+
+namespace oriplayer {
+
+namespace {
+
+// A seek for the key frame before a position goes back by this first, then twice as far each time.
+constexpr int64_t kFirstStepBackUs = 1'000'000;
+// Between two versions of a live play list nothing comes for as long as a segment lasts, usually up to 10 s.
+constexpr int kLivePatience = 4;
+// Reading for the first moment ends here even if a stream has not shown up.
+constexpr std::size_t kMaxHeldBytes = 64u << 20;
+
+int64_t lengthOf(const AVFormatContext &container) {
+    if (container.duration > 0) return container.duration;
+    int64_t longest = 0;
+    for (unsigned i = 0; i < container.nb_streams; ++i) {
+        const AVStream &stream = *container.streams[i];
+        if (stream.duration <= 0) continue;
+        longest = std::max(longest, av_rescale_q(stream.duration, stream.time_base, {1, 1'000'000}));
+    }
+    return longest;
+}
+
+}  // namespace
+
+struct SourceInput::Impl {
+    enum class Landing { kFound, kBehindTarget, kFailed };
+
+    Demuxer demuxer;
+    InputOptions options;
+    Failure failure = Failure::kNone;
+    HeldPackets held;
+    int endOfHeld = 0;  // what next() answered behind the held packets, if it was no packet
+    int64_t originUs = 0;
+
+    int next(PacketPtr &packet, Stream &stream);
+    int findFirstMoment();
+    MediaError seek(int64_t positionUs);
+    Landing land(int64_t positionUs, bool atStart, int &result);
+};
+
+int SourceInput::Impl::next(PacketPtr &packet, Stream &stream) {
+    const int result = demuxer.next(packet, stream);
+    if (result < 0) return result;
+    if (packet->pts != AV_NOPTS_VALUE) packet->pts -= originUs;
+    if (packet->dts != AV_NOPTS_VALUE) packet->dts -= originUs;
+    packet->time_base = {1, 1'000'000};
+    return 0;
+}
+
+int SourceInput::Impl::findFirstMoment() {
+    FirstMoment moment(demuxer.video() != nullptr, demuxer.audio() != nullptr);
+    const int rate = demuxer.audio() ? demuxer.audio()->codecpar->sample_rate : 0;
+    bool known = false;
+    while (!known && held.bytes() < kMaxHeldBytes) {
+        PacketPtr packet;
+        Stream stream = Stream::kVideo;
+        endOfHeld = next(packet, stream);
+        if (endOfHeld < 0) break;
+        known = moment.take(*packet, stream, rate);
+        held.push(std::move(packet), stream);
+    }
+    originUs = moment.us();
+    held.shift(-originUs);
+    return endOfHeld == AVERROR_EXIT || endOfHeld == AVERROR(ETIMEDOUT) || held.empty() ? endOfHeld : 0;
+}
+
+/// Every try asks the container for an earlier place until a key frame at or before the position comes up.
+MediaError SourceInput::Impl::seek(int64_t positionUs) {
+    int64_t back = 0;
+    for (;;) {
+        const int64_t from = std::max<int64_t>(0, positionUs - back);
+        if (MediaError error = demuxer.seek(from + originUs)) return error;
+        int result = 0;
+        const Landing landing = land(positionUs, from == 0, result);
+        if (landing == Landing::kFound) return {};
+        if (landing == Landing::kFailed) return {result, "cannot read behind a seek: " + avErrorText(result)};
+        back = back == 0 ? kFirstStepBackUs : 2 * back;
+    }
+}
+
+SourceInput::Impl::Landing SourceInput::Impl::land(int64_t positionUs, bool atStart, int &result) {
+    const Stream main = demuxer.video() ? Stream::kVideo : Stream::kAudio;
+    bool found = false;
+    bool first = true;
+    held.clear();
+    endOfHeld = 0;
+    for (;;) {
+        PacketPtr packet;
+        Stream stream = main;
+        endOfHeld = next(packet, stream);
+        if (endOfHeld < 0) break;
+        const int64_t shown = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+        const int64_t decoded = packet->dts != AV_NOPTS_VALUE ? packet->dts : shown;
+        const bool key = (packet->flags & AV_PKT_FLAG_KEY) != 0;
+        held.push(std::move(packet), stream);
+        if (stream != main) continue;
+        if (key && (shown <= positionUs || (atStart && !found))) {
+            found = true;
+            held.beginAtLast(shown);
+            if (first && demuxer.indexed()) return Landing::kFound;
+        }
+        first = false;
+        const bool enough = decoded > positionUs || held.bytes() >= kMaxHeldBytes;
+        if (enough) return found || atStart ? Landing::kFound : Landing::kBehindTarget;
+    }
+    result = endOfHeld;
+    if (result != AVERROR_EOF && held.empty()) return Landing::kFailed;
+    if (result == AVERROR_EXIT || result == AVERROR(ETIMEDOUT)) return Landing::kFailed;
+    return found || atStart ? Landing::kFound : Landing::kBehindTarget;
+}
+
+SourceInput::SourceInput() : impl_(std::make_unique<Impl>()) {}
+SourceInput::~SourceInput() {
+    interrupt();
+}
+
+MediaError SourceInput::open(const std::string &url, const InputOptions &options) {
+    impl_->options = options;
+    impl_->held.clear();
+    impl_->originUs = 0;
+    Interrupter &interrupter = impl_->demuxer.interrupter();
+    interrupter.watch(options.cancel);
+    interrupter.begin(options.timeoutMs);
+    if (MediaError error = impl_->demuxer.open(url, options, impl_->failure)) return error;
+    const int result = impl_->findFirstMoment();
+    if (result >= 0) return {};
+    impl_->failure = result == AVERROR_EOF ? Failure::kNothingPlayable : Failure::kCannotOpen;
+    return {result, "cannot read the first packets of \"" + url + "\": " + avErrorText(result)};
+}
+
+SourceInput::Failure SourceInput::failure() const {
+    return impl_->failure;
+}
+void SourceInput::interrupt() {
+    impl_->demuxer.interrupter().abort();
+}
+
+const AVStream *SourceInput::video() const {
+    return impl_->demuxer.video();
+}
+const AVStream *SourceInput::audio() const {
+    return impl_->demuxer.audio();
+}
+const AVFormatContext *SourceInput::container() const {
+    return impl_->demuxer.container();
+}
+
+int64_t SourceInput::durationUs() const {
+    return container() ? lengthOf(*container()) : 0;
+}
+
+bool SourceInput::seekable() const {
+    const AVFormatContext *open = container();
+    if (!open || (open->ctx_flags & AVFMTCTX_UNSEEKABLE)) return false;
+    // A play list of segments is sought by asking for another segment.
+    const bool list = (open->iformat->flags & AVFMT_NOFILE) || std::strncmp(open->iformat->name, "hls", 3) == 0;
+    return list || (open->pb && (open->pb->seekable & AVIO_SEEKABLE_NORMAL));
+}
+
+int SourceInput::read(AVPacket *packet, Stream &stream) {
+    if (!container()) return AVERROR(EINVAL);
+    Interrupter &interrupter = impl_->demuxer.interrupter();
+    interrupter.begin(impl_->options.timeoutMs * (impl_->demuxer.live() ? kLivePatience : 1));
+    if (interrupter.aborted()) return AVERROR_EXIT;
+    PacketPtr own;
+    if (!impl_->held.empty()) {
+        own = impl_->held.pop(stream);
+    } else {
+        const int result = impl_->endOfHeld < 0 ? std::exchange(impl_->endOfHeld, 0) : impl_->next(own, stream);
+        if (result < 0) return result;
+    }
+    av_packet_move_ref(packet, own.get());
+    return 0;
+}
+
+MediaError SourceInput::seek(int64_t positionUs) {
+    if (!container()) return {AVERROR(EINVAL), "cannot seek: nothing is open"};
+    Interrupter &interrupter = impl_->demuxer.interrupter();
+    interrupter.begin(impl_->options.timeoutMs);
+    const int64_t length = durationUs();
+    const int64_t last = length > 0 ? length : INT64_MAX / 4;
+    return impl_->seek(std::clamp<int64_t>(positionUs, 0, last));
+}
+
+int64_t SourceInput::bytesRead() const {
+    return impl_->demuxer.medium().bytesRead();
+}
+bool SourceInput::network() const {
+    return impl_->demuxer.medium().network();
+}
+
+}  // namespace oriplayer
