@@ -1,11 +1,13 @@
 #pragma once
 
+#include <memory>
+
 #include "ffmpeg.h"
 
 namespace oriplayer {
 
 /// One audio stream's decoder; the same rules as VideoDecoder. Frames come as the codec gives them (any sample format,
-/// rate and layout) with pts in microseconds always set.
+/// rate and layout, the order of channels always named) with pts in microseconds always set, pkt_duration as well.
 class AudioDecoder {
 public:
     AudioDecoder();
@@ -22,7 +24,7 @@ public:
 
 private:
     struct Impl;
-    Impl *impl_;
+    std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace oriplayer

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <memory>
+
 #include "ffmpeg.h"
 
 namespace oriplayer {
 
 /// Brings any decoded picture into 8-bit I420 of the same size.
 /// What is 8-bit planar 4:2:0 already (limited or full range) comes back as it is, its planes uncopied; all else is
-/// converted by swscale into a frame from a pool, with the range of the source kept and its matrix untouched.
-/// Threads:  one at a time.
+/// converted by swscale into a frame from a pool, with the range of the source kept and its matrix untouched. RGB
+/// becomes limited range, BT.709 from 720 rows on, else BT.601; the frame's colour properties say so. Gray keeps its
+/// luma. Threads:  one at a time.
 class PictureConverter {
 public:
     PictureConverter();
@@ -21,7 +24,7 @@ public:
 
 private:
     struct Impl;
-    Impl *impl_;
+    std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace oriplayer

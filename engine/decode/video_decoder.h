@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "ffmpeg.h"
 
 namespace oriplayer {
@@ -34,7 +36,7 @@ public:
 
 private:
     struct Impl;
-    Impl *impl_;
+    std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace oriplayer

@@ -1,0 +1,116 @@
+#include "decode/video_decoder.h"
+
+#include <algorithm>
+
+#include "decode/codec_session.h"
+
+namespace oriplayer {
+
+namespace {
+
+constexpr int64_t kUsualPictureUs = 40'000;  // where neither packets nor stream say how long a picture is
+
+int64_t pictureUs(const AVStream &stream) {
+    const AVRational rate = stream.avg_frame_rate.num > 0 ? stream.avg_frame_rate : stream.r_frame_rate;
+    if (rate.num <= 0 || rate.den <= 0) return kUsualPictureUs;
+    return std::max<int64_t>(1, av_rescale(1'000'000, rate.den, rate.num));
+}
+
+}  // namespace
+
+struct VideoDecoder::Impl {
+    CodecSession session;
+    int64_t pictureUs = kUsualPictureUs;
+    int64_t skipBeforeUs = INT64_MIN;
+
+    // Since the start or the last flush:
+    bool sawPts = false;
+    int64_t firstPacketUs = AV_NOPTS_VALUE;  // decoding time of the first packet
+    int64_t delayUs = 0;                     // by which decoding times run ahead of the pictures
+    int64_t lastUs = AV_NOPTS_VALUE;
+    int64_t lastDurationUs = 0;
+
+    void look(const AVPacket &packet);
+    int64_t timeOf(const AVFrame &frame);
+    void stamp(AVFrame &frame);
+};
+
+void VideoDecoder::Impl::look(const AVPacket &packet) {
+    const bool first = !sawPts && firstPacketUs == AV_NOPTS_VALUE;
+    if (first) firstPacketUs = packet.dts;
+    sawPts = sawPts || packet.pts != AV_NOPTS_VALUE;
+    const bool timed = packet.pts != AV_NOPTS_VALUE && skipBeforeUs != INT64_MIN;
+    const bool wanted = !timed || packet.pts + std::max(packet.duration, pictureUs) > skipBeforeUs;
+    session.context()->skip_frame = wanted ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
+}
+
+/// The time of a picture as far as the packets tell it, else AV_NOPTS_VALUE.
+int64_t VideoDecoder::Impl::timeOf(const AVFrame &frame) {
+    const int64_t best = frame.best_effort_timestamp;
+    if (sawPts) return best;
+    // Only decoding times: the first picture belongs to the first packet, however late it came out.
+    if (lastUs == AV_NOPTS_VALUE) {
+        const bool known = best != AV_NOPTS_VALUE && firstPacketUs != AV_NOPTS_VALUE;
+        delayUs = known ? best - firstPacketUs : 0;
+        return firstPacketUs;
+    }
+    return best == AV_NOPTS_VALUE ? best : best - delayUs;
+}
+
+void VideoDecoder::Impl::stamp(AVFrame &frame) {
+    if (frame.pkt_duration <= 0) frame.pkt_duration = pictureUs + pictureUs * frame.repeat_pict / 2;
+    int64_t us = timeOf(frame);
+    if (us == AV_NOPTS_VALUE) us = lastUs == AV_NOPTS_VALUE ? 0 : lastUs + lastDurationUs;
+    // Times that do not grow: half a picture on, so that the true times are met again soon.
+    if (lastUs != AV_NOPTS_VALUE && us <= lastUs) us = lastUs + std::max<int64_t>(1, lastDurationUs / 2);
+    frame.pts = us;
+    lastUs = us;
+    lastDurationUs = frame.pkt_duration;
+}
+
+VideoDecoder::VideoDecoder() : impl_(std::make_unique<Impl>()) {}
+VideoDecoder::~VideoDecoder() = default;
+
+MediaError VideoDecoder::open(const AVStream &stream, int threads) {
+    impl_ = std::make_unique<Impl>();
+    impl_->pictureUs = pictureUs(stream);
+    return impl_->session.open(stream, threads);
+}
+
+int VideoDecoder::send(const AVPacket *packet) {
+    if (packet && impl_->session.context()) impl_->look(*packet);
+    return impl_->session.send(packet);
+}
+
+int VideoDecoder::receive(AVFrame *frame) {
+    const int result = impl_->session.receive(frame);
+    if (result == 0) impl_->stamp(*frame);
+    return result;
+}
+
+void VideoDecoder::flush() {
+    impl_->session.flush();
+    impl_->sawPts = false;
+    impl_->firstPacketUs = AV_NOPTS_VALUE;
+    impl_->delayUs = 0;
+    impl_->lastUs = AV_NOPTS_VALUE;
+}
+
+void VideoDecoder::skipBefore(int64_t positionUs) {
+    impl_->skipBeforeUs = positionUs;
+}
+
+const char *VideoDecoder::codecName() const {
+    return avcodec_get_name(codecId());
+}
+
+AVCodecID VideoDecoder::codecId() const {
+    const AVCodecContext *codec = impl_->session.context();
+    return codec ? codec->codec_id : AV_CODEC_ID_NONE;
+}
+
+int64_t VideoDecoder::damagedPackets() const {
+    return impl_->session.damagedPackets();
+}
+
+}  // namespace oriplayer
