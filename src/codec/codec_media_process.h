@@ -1,0 +1,103 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+
+#include "base/oriplayer/param.h"
+#include "codec/codec_play_state.h"
+#include "codec/i_codec.h"
+
+namespace vexo {
+
+enum class Control : int;
+
+/// Typed controls over the engine player of the main timeline's current bound, whichever that is at the call.
+///
+/// Results:  controls marked E answer what the engine answered, -1 without a player; the others 0, also without one.
+/// Threads:  any; of two at once the last wins. SetRotationMatrix belongs on one thread at a time: the engine reads the
+///           stored matrix.
+/// Lock:     mStateLock is a leaf round what is remembered; caches and totals are atomic.
+/// Life:     may outlive its player; controls then reach nothing.
+class VEXO_API CodecMediaProcess : public ICodec {
+public:
+    CodecMediaProcess() = default;
+    ~CodecMediaProcess() override;
+    void RegisterCodecConfigListener() override {}
+    void RemoveCodecConfigListener() override {}
+
+    int SetRenderVideo(bool render);  ///< E
+    int SetRenderMode(int mode, int arg);
+    int SetEnhanceMode(bool isEnhance, float ratioA, float ratioB);  ///< E
+    /// -1, and nothing changes, unless x and y are from 0.0 to 1.0. Shows the whole picture again.
+    int SetVideoRendCutMode(int mode, float x, float y);
+    int SetColorBlindType(int type, int level);
+    /// Only behind SetVideoRendCutMode; `x` is not sent.
+    int SetVideoRendMove(float x, float y);
+    int SetVolume(float volume);  ///< E
+    float GetVolume();            ///< 0.0 without a player
+    int SetAudioInfo(int type, int value);
+    int SetAudioEnhance(bool enable);
+    int SetNightMode(int mode);
+    int SetBinocularMode(bool enable);
+    /// `count` floats, 0 to 16; else nothing happens.
+    int SetRotationMatrix(int count, float *values, int arg);
+    int SetPlaySpeed(double speed);
+    int SetPanGuesture(int kind, float x, float y);
+    int SetTcConfigParam(int value);
+    int SetAudioMute(bool mute);
+    /// SetVisionIndex acts in mode 2 alone.
+    int SetVisionMode(int mode);
+    int SetVisionIndex(int index);
+    int SetSurfaceSize(int width, int height);
+    int SetGyroscopActive(bool active);
+    int SetInterfaceOrientation(int orientation);
+    int SetWaterMarkInfo(int kind, const char *text, void *data, int a, int b, int c, int d, float e, float f, float g);
+    int SetSoriVanTimeStampMode(bool enable);  ///< E
+    int SetLiveSeiGettingMode(bool enable);    ///< E
+    int SetLiveSEIGettingMode(bool enable);    ///< E
+    int SetAudioCallback(void *callback);
+    void *GetAudioCallback();
+
+    // Asked once and kept, a failure code too; an answer of 0 is asked for again. The flag has no effect.
+    double GetAvgKeyFrameSize(bool flag);
+    double GetAvgVideoBitrate(bool flag);
+    /// A whole number.
+    double GetVideoFrameRate(bool flag);
+
+    bool IsPlaying();
+    using PreloadCallback = void (*)(void *context, int result, int reserved1, int reserved2, const char *url);
+    int AddPreloadTask(const char *url, const char *cacheId, PreloadCallback callback, void *context);
+
+    /// Adds to the totals what the engine says of player `playerId`, the one of the bound that has just been entered.
+    /// Runs under a timeline's mutex, so it waits for none.
+    void AccumulatePeriodStatistics(int playerId);
+
+private:
+    using Remember = std::function<void(CodecPlayState &)>;
+
+    int send(Control control, const oriplayer::Param &param, const Remember &remember = nullptr);
+    int64_t ask(int key, int64_t (*read)(const oriplayer::Param &)) const;
+    int64_t askOnce(int key, std::atomic<int64_t> &cache) const;
+    CodecPlayState state() const;
+    void change(const Remember &remember);
+
+    std::atomic<double> mVideoFrameRate{0.0};
+    std::atomic<bool> mSoriVanTimeStampMode{false};
+    std::atomic<int64_t> mAvgVideoBitrate{0};
+    std::atomic<int64_t> mAvgKeyFrameSize{0};
+    // Carried across the engine players of a play list; they only grow.
+    std::atomic<int64_t> mTotalDownloadBufferSize{0};
+    std::atomic<int64_t> mTotalUsedBufferSize{0};
+    std::atomic<int64_t> mTotalConsumeDuration{0};
+    std::atomic<int64_t> mTotalExternalBufferSize{0};
+    std::atomic<int64_t> mTotalCdn{0};
+    std::atomic<int64_t> mTotalP2p{0};
+    std::atomic<int64_t> mTotalCronetQuic{0};
+    std::atomic<int64_t> mTotalCronetHttp{0};
+    std::atomic<int64_t> mTotalCurl{0};
+    mutable Mutex mStateLock;
+    CodecPlayState mState VEXO_GUARDED_BY(mStateLock);
+};
+
+}  // namespace vexo

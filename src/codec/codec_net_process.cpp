@@ -1,0 +1,167 @@
+#include "codec/codec_net_process.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include "base/log.h"
+#include "base/oriplayer/module.h"
+#include "base/oriplayer/param.h"
+#include "base/oriplayer/player.h"
+#include "codec/config_keys.h"
+#include "timeline/timeline.h"
+
+namespace vexo {
+namespace {
+
+constexpr char kWifiType[] = "0";  // any other text under kNetworkType is a mobile network
+
+/// The value under `key`, empty if there is none.
+std::string find(const std::map<std::string, std::string> &values, const char *key) {
+    const auto found = values.find(key);
+    return found == values.end() ? std::string() : found->second;
+}
+
+}  // namespace
+
+std::atomic<int> CodecNetProcess::sIsWifiRealTime{1};
+
+CodecNetProcess::CodecNetProcess(MixedCodecsPlayer *owner) : mOwner(owner) {
+    MutexLock lock(sInstancesLock);
+    sInstances.push_back({this, {}, {}});
+    oriplayer::setNetworkSwitchDomainCB(&CodecNetProcess::GetDomainListAfterNetChanged);
+}
+
+CodecNetProcess::~CodecNetProcess() {
+    VEXO_PRINT(LOG_DEBUG, "codec net process destruction");
+    RemoveCodecConfigListener();
+    { MutexLock wait(mUpdateLock); }  // for an update that began before the removal
+    mOwner = nullptr;
+    MutexLock lock(sInstancesLock);
+    std::erase_if(sInstances, [this](const CodecNetInstance &instance) { return instance.process == this; });
+}
+
+void CodecNetProcess::SetConfigure(std::shared_ptr<protocols::IConfigure> configure) {
+    MutexLock lock(mTextLock);
+    mNetConfigure.swap(configure);  // the former one goes with the argument, behind the lock
+}
+
+std::shared_ptr<protocols::IConfigure> CodecNetProcess::configure() const {
+    MutexLock lock(mTextLock);
+    return mNetConfigure;
+}
+
+void CodecNetProcess::RegisterCodecConfigListener() {
+    const auto configure = this->configure();
+    if (!configure) return;
+    VEXO_PRINT(LOG_DEBUG, "add local config listener this:%p", static_cast<void *>(this));
+    for (const ConfigKey &key : kFollowedKeys) configure->addListener(key.ns, key.key, this);
+    const std::string status = configure->getLocalConfig(kSystemInfo, kNetworkType, "0");
+    const std::string enable = configure->getConfig(kAppInitialize, kP2pVodEnable4G, "0");
+    mP2pVodEnable4G = std::atoi(enable.c_str()) != 0;
+    const int isWifi = status == kWifiType ? 1 : 0;
+    mIsWifi = isWifi;
+    sIsWifiRealTime = isWifi;
+    VEXO_PRINT(LOG_DEBUG, "CodecNetProcess getnetstatus %s\n", status.c_str());
+}
+
+void CodecNetProcess::RemoveCodecConfigListener() {
+    const std::shared_ptr<Timeline> timeline = this->timeline();
+    auto configure = this->configure();
+    VEXO_PRINT(LOG_DEBUG, "remove local config listener this:%p, configure:%p", static_cast<void *>(this),
+               static_cast<void *>(configure.get()));
+    if (!configure && timeline) {
+        configure = timeline->GetConfigure();
+        SetConfigure(configure);
+    }
+    if (!configure) return;
+    for (const ConfigKey &key : kFollowedKeys) configure->removeListener(key.ns, key.key, this);
+}
+
+void CodecNetProcess::OnConfigUpdate(std::string ns, std::map<std::string, std::string> values) {
+    MutexLock update(mUpdateLock);
+    if (ns != kSystemInfo && ns != kPlayInfo) return;
+    const std::string type = find(values, kNetworkType);
+    std::string wifi;
+    if (!type.empty()) wifi = type == kWifiType ? "1" : "0";
+    if (!wifi.empty() && std::atoi(wifi.c_str()) != sIsWifiRealTime) HandleNetStatusChange(wifi);
+    std::string mobileDomain = find(values, kCdn4GDomain);
+    std::string wifiDomain = find(values, kCdnWifiDomain);
+    {
+        MutexLock lock(mTextLock);
+        if (!mobileDomain.empty()) m4GDomain = std::move(mobileDomain);
+        if (!wifiDomain.empty()) mWifiDomain = std::move(wifiDomain);
+    }
+    VEXO_PRINT(LOG_DEBUG, "CodecNetProcess::m4GStrategy==%s mWifiStrategy==%s iswifi=%s\n", m4GStrategy.c_str(),
+               mWifiStrategy.c_str(), wifi.c_str());
+}
+
+int CodecNetProcess::HandleNetStatusChange(const std::string &status) {
+    constexpr int kKeyNetworkStatus = 3901;
+    const int isWifi = std::atoi(status.c_str());
+    if (isWifi != 0 && isWifi != 1) return 0;
+    const int before = sIsWifiRealTime.exchange(isWifi);
+    if (before == isWifi) return 0;
+    mLastNetworkType = before;
+    VEXO_PRINT(LOG_INFO,
+               "set KVPLAYER_PROPERTY_TYPE_NETWORK_STATUS:%d while playing before setParameter mLastNetworkType: %d",
+               isWifi, before);
+    oriplayer::Param param;
+    param.putInt32(isWifi);
+    if (const auto player = activePlayer()) {
+        player->setParameter(kKeyNetworkStatus, param, -1);
+        VEXO_PRINT(LOG_INFO, "set KVPLAYER_PROPERTY_TYPE_NETWORK_STATUS:%d while playing, mLastNetworkType: %d", isWifi,
+                   before);
+    }
+    return 0;
+}
+
+int CodecNetProcess::SetCurrentHeader(int id, std::shared_ptr<oriplayer::StringMap> headers) {
+    mCurrentPlayerId = id;
+    const int size = headers ? headers->size() : 0;
+    if (size == 0) return 0;
+    for (int i = 0; i < size; ++i) {
+        const char *key = headers->keyAt(i);
+        const char *value = headers->valueAt(i);
+        if (!key || !value) break;  // cleared meanwhile
+        VEXO_PRINT(LOG_DEBUG, "download1111 start CodecNetProcess key %s== %s\n", key, value);
+        VEXO_SINK("download1111 start CodecNetProcess key %s== %s\n", key, value);
+    }
+    if (const char *wifi = headers->valueFor(kCdnWifiDomain)) {
+        setDomain(&CodecNetProcess::mWifiDomain, wifi);
+        VEXO_PRINT(LOG_DEBUG, "download start CodecNetProcess setWifiDomain %s\n", wifi);
+        VEXO_SINK("download start CodecNetProcess setWifiDomain %s\n", wifi);
+    }
+    if (const char *mobile = headers->valueFor(kCdn4GDomain)) {
+        setDomain(&CodecNetProcess::m4GDomain, mobile);
+        VEXO_PRINT(LOG_DEBUG, "download start CodecNetProcess set4GDomain %s\n", mobile);
+        VEXO_SINK("download start CodecNetProcess set4GDomain %s\n", mobile);
+    }
+    const char *useStrategy = headers->valueFor(kUseNewHostStrategy);
+    mUseNewHostStrategy = useStrategy && std::atoi(useStrategy) != 0;
+    return 0;
+}
+
+void CodecNetProcess::setDomain(std::string CodecNetProcess::*domain, std::string text) {
+    MutexLock lock(mTextLock);
+    (this->*domain).swap(text);
+}
+
+void CodecNetProcess::SetHostStrategy(std::shared_ptr<IHostStrategy> strategy) {
+    MutexLock lock(mTextLock);
+    mHostStrategy.swap(strategy);
+}
+
+void CodecNetProcess::ClearHostStrategy() {
+    SetHostStrategy(nullptr);
+}
+
+void CodecNetProcess::SetNetworkProbe(std::shared_ptr<INetworkProbe> probe) {
+    MutexLock lock(mTextLock);
+    mNetworkProbe.swap(probe);
+}
+
+void CodecNetProcess::ClearNetworkProbe() {
+    SetNetworkProbe(nullptr);
+}
+
+}  // namespace vexo

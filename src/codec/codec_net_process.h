@@ -1,0 +1,111 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/oriplayer/string_map.h"
+#include "base/protocols/configure.h"
+#include "codec/i_codec.h"
+
+namespace vexo {
+
+class CodecNetProcess;
+class MixedCodecsPlayer;
+
+/// Finds the domains for a player in the host's own way. Called while every lookup of the process waits: it returns
+/// soon, uses no player, and neither makes nor destroys one.
+class IHostStrategy {
+public:
+    virtual ~IHostStrategy() = default;
+    /// Writes a text of at most `size` characters to `buffer`, or leaves it. `owner` tells players apart.
+    virtual int resolve(int owner, const char *url, const char *extra, char *buffer, int size) = 0;
+};
+
+/// Looks at the network on the host's behalf, under the same conditions.
+class INetworkProbe {
+public:
+    virtual ~INetworkProbe() = default;
+    /// 0 makes the engine treat the network as wifi.
+    virtual int check() = 0;
+};
+
+/// A living processor, in the order of construction.
+struct CodecNetInstance {
+    CodecNetProcess *process = nullptr;
+    std::string reserved1;
+    std::string reserved2;
+};
+
+/// Follows the host's configuration for the network type and the domains to load from, and answers the engine when it
+/// asks for a domain after a change of network.
+///
+/// Process:  whether the device is on wifi, and the list of processors, are shared by all players: the engine asks one
+///           function for all of them. The last writer of the network state wins.
+/// Threads:  any; OnConfigUpdate on the host's, the domain lookup on the engine's. The destructor waits for an
+///           OnConfigUpdate under way, and so does not run inside one.
+/// Locks:    sInstancesLock guards the list and is held through a whole lookup; nobody takes it under a timeline's
+///           mutex. mUpdateLock spans OnConfigUpdate. mTextLock is a leaf round texts and pointers; the rest is atomic.
+class VEXO_API CodecNetProcess : public ICodec, public protocols::ConfigureListener {
+public:
+    explicit CodecNetProcess(MixedCodecsPlayer *owner);
+    ~CodecNetProcess() override;
+
+    /// Takes effect with the next registration.
+    void SetConfigure(std::shared_ptr<protocols::IConfigure> configure) override;
+    /// Also reads the network state once; domains come with updates and periods alone.
+    void RegisterCodecConfigListener() override;
+    void RemoveCodecConfigListener() override;
+    /// A missing or empty value leaves what is known.
+    void OnConfigUpdate(std::string ns, std::map<std::string, std::string> values) override;
+
+    /// A bound has been entered: `id` is its engine player's, `headers` its period's. May run under a timeline's mutex.
+    /// Always 0.
+    int SetCurrentHeader(int id, std::shared_ptr<oriplayer::StringMap> headers);
+    /// "1" is wifi, "0" a mobile network, anything else ignored. Always 0.
+    int HandleNetStatusChange(const std::string &status);
+
+    void SetHostStrategy(std::shared_ptr<IHostStrategy> strategy);
+    void ClearHostStrategy();
+    void SetNetworkProbe(std::shared_ptr<INetworkProbe> probe);
+    void ClearNetworkProbe();
+
+    /// The engine's question: the domains for player `id`, at most `size` characters without a promise of a final zero,
+    /// and 1 for wifi or 0. 0, or -1 with `domain` as it was.
+    static int GetDomainListAfterNetChanged(const int id, char *domain, const int size, int &networkState,
+                                            const char *url, const char *extra);
+
+private:
+    std::shared_ptr<protocols::IConfigure> configure() const;
+    std::string currentDomain() const;
+    void probeNetwork(const char *url, int &networkState) const;
+    void resolveByHost(char *domain, int size, const char *url, const char *extra) const;
+    int answer(char *domain, int size, int &networkState, const char *url, const char *extra) const;
+    int answerInstead(char *domain, int size) const;
+    static void copyOut(const std::string &text, char *domain, int size);
+    void setDomain(std::string CodecNetProcess::*domain, std::string text);
+
+    std::atomic<MixedCodecsPlayer *> mOwner;
+    std::string mWifiDomain VEXO_GUARDED_BY(mTextLock);
+    std::string m4GDomain VEXO_GUARDED_BY(mTextLock);
+    std::shared_ptr<protocols::IConfigure> mNetConfigure VEXO_GUARDED_BY(mTextLock);
+    const std::string mWifiStrategy;  ///< these two appear in the log; nothing fills them yet
+    const std::string m4GStrategy;
+    std::atomic<bool> mUseNewHostStrategy{false};
+    std::atomic<bool> mP2pVodEnable4G{false};
+    std::atomic<int> mLastNetworkType{1};
+    std::atomic<int> mIsWifi{1};
+    std::atomic<int> mCurrentPlayerId{-1};
+    std::shared_ptr<IHostStrategy> mHostStrategy VEXO_GUARDED_BY(mTextLock);
+    std::shared_ptr<INetworkProbe> mNetworkProbe VEXO_GUARDED_BY(mTextLock);
+    mutable Mutex mTextLock;
+    RecursiveMutex mUpdateLock;
+
+    static std::atomic<int> sIsWifiRealTime;
+    static Mutex sInstancesLock;
+    static std::vector<CodecNetInstance> sInstances VEXO_GUARDED_BY(sInstancesLock);
+};
+
+}  // namespace vexo

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <array>
+
+namespace vexo {
+
+// Namespaces and keys of the host's configuration; the domains come under the same names as headers of periods.
+constexpr char kPlayInfo[] = "play_info";
+constexpr char kSystemInfo[] = "system_info";
+constexpr char kAppInitialize[] = "app_initialize";
+constexpr char kCdnWifiDomain[] = "cdn_wifi_domain";
+constexpr char kCdn4GDomain[] = "cdn_4g_domain";
+constexpr char kNetworkType[] = "network_type";
+constexpr char kP2pVodEnable4G[] = "p2p_vod_enable_4G";
+constexpr char kUseNewHostStrategy[] = "isUseNewHostStrategy";  // header alone
+
+struct ConfigKey {
+    const char *ns;
+    const char *key;
+};
+
+/// Whose changes the network processor hears of.
+constexpr std::array kFollowedKeys{
+    ConfigKey{kPlayInfo, kCdnWifiDomain},
+    ConfigKey{kPlayInfo, kCdn4GDomain},
+    ConfigKey{kSystemInfo, kNetworkType},
+};
+
+}  // namespace vexo

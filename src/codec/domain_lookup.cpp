@@ -1,0 +1,94 @@
+#include <cstdint>
+#include <cstring>
+
+#include "base/log.h"
+#include "codec/codec_net_process.h"
+
+namespace vexo {
+
+Mutex CodecNetProcess::sInstancesLock;
+std::vector<CodecNetInstance> CodecNetProcess::sInstances;
+
+int CodecNetProcess::GetDomainListAfterNetChanged(const int id, char *domain, const int size, int &networkState,
+                                                  const char *url, const char *extra) {
+    VEXO_PRINT(LOG_INFO, "CodecNetProcess::getDomainListAfterNetChanged enter, id = %d, sIsWifiRealTime = %d", id,
+               sIsWifiRealTime.load());
+    networkState = sIsWifiRealTime;
+    MutexLock lock(sInstancesLock);
+    if (!domain || size <= 0 || sInstances.empty()) return -1;
+    const CodecNetProcess *last = nullptr;
+    for (const CodecNetInstance &instance : sInstances) {
+        if (!instance.process) continue;
+        last = instance.process;
+        if (last->mCurrentPlayerId == id) return last->answer(domain, size, networkState, url, extra);
+    }
+    if (last) return last->answerInstead(domain, size);
+    VEXO_PRINT(LOG_DEBUG, "Download Start ptr == null\n");
+    return -1;
+}
+
+std::string CodecNetProcess::currentDomain() const {
+    MutexLock lock(mTextLock);
+    return sIsWifiRealTime != 0 ? mWifiDomain : m4GDomain;
+}
+
+/// Nobody plays the player in question: the youngest processor's domain is better than none.
+int CodecNetProcess::answerInstead(char *domain, int size) const {
+    const std::string text = currentDomain();
+    if (text.empty()) {
+        VEXO_PRINT(LOG_DEBUG, "Download Startdomian is empty");
+        return -1;
+    }
+    copyOut(text, domain, size);
+    VEXO_PRINT(LOG_DEBUG, "Download Start haveFindPtr CodecNetProcess::result==%s\n", text.c_str());
+    VEXO_SINK("Download Start haveFindPtr CodecNetProcess::result==%s\n", text.c_str());
+    return 0;
+}
+
+int CodecNetProcess::answer(char *domain, int size, int &networkState, const char *url, const char *extra) const {
+    probeNetwork(url, networkState);
+    if (mUseNewHostStrategy) {
+        resolveByHost(domain, size, url, extra);
+        return 0;
+    }
+    VEXO_PRINT(LOG_DEBUG,
+               "CodecNetProcess::getDomainListAfterNetChanged enter, movie, networkState = %d, sIsWifiRealTime = %d, "
+               "mLastNetworkType = %d",
+               networkState, sIsWifiRealTime.load(), mLastNetworkType.load());
+    const std::string text = currentDomain();
+    VEXO_PRINT(LOG_DEBUG, "Download Start domain ======%s %d", text.c_str(), sIsWifiRealTime.load());
+    VEXO_SINK("Download Start domain ======%s %d", text.c_str(), sIsWifiRealTime.load());
+    if (text.empty()) return -1;
+    copyOut(text, domain, size);
+    VEXO_PRINT(LOG_DEBUG, "Download Start CodecNetProcess::result==%s %d\n", text.c_str(), sIsWifiRealTime.load());
+    VEXO_SINK("Download Start CodecNetProcess::result==%s\n", text.c_str());
+    return 0;
+}
+
+/// Peer-to-peer loading over a mobile network goes through a local server: the host may have it treated as wifi.
+void CodecNetProcess::probeNetwork(const char *url, int &networkState) const {
+    if (!url || !std::strstr(url, "127.0.0.1") || !mP2pVodEnable4G) return;
+    std::shared_ptr<INetworkProbe> probe;
+    {
+        MutexLock lock(mTextLock);
+        probe = mNetworkProbe;
+    }
+    if (probe && probe->check() == 0) networkState = 1;
+}
+
+void CodecNetProcess::resolveByHost(char *domain, int size, const char *url, const char *extra) const {
+    std::shared_ptr<IHostStrategy> strategy;
+    {
+        MutexLock lock(mTextLock);
+        strategy = mHostStrategy;
+    }
+    const auto owner = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(mOwner.load()));
+    if (strategy) strategy->resolve(static_cast<int>(owner), url, extra, domain, size);
+}
+
+/// The engine's buffer is larger than any domain text; a longer one fills it without a final zero.
+void CodecNetProcess::copyOut(const std::string &text, char *domain, int size) {
+    std::strncpy(domain, text.c_str(), static_cast<std::size_t>(size));
+}
+
+}  // namespace vexo
