@@ -5,6 +5,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cstring>
 
 #include "playlist/local_file.h"
 
@@ -161,9 +162,10 @@ bool Demuxer::indexed() const {
 }
 
 bool Demuxer::live() const {
-    if (container_->duration > 0) return false;
+    if (container_->duration > 0 || !medium_.network()) return false;
+    const bool list = std::strncmp(container_->iformat->name, "hls", 3) == 0;
     const bool sizeKnown = container_->pb && (container_->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
-    return medium_.network() && !sizeKnown;
+    return list || !sizeKnown;
 }
 
 }  // namespace oriplayer

@@ -167,6 +167,10 @@ bool SourceInput::seekable() const {
     return list || (open->pb && (open->pb->seekable & AVIO_SEEKABLE_NORMAL));
 }
 
+bool SourceInput::live() const {
+    return container() && impl_->demuxer.live();
+}
+
 int SourceInput::read(AVPacket *packet, Stream &stream) {
     if (!container()) return AVERROR(EINVAL);
     Interrupter &interrupter = impl_->demuxer.interrupter();

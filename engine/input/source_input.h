@@ -58,6 +58,8 @@ public:
     /// The container as FFmpeg found it, null while nothing is open.
     const AVFormatContext *container() const;
     bool seekable() const;
+    /// No end is known and more is to come.
+    bool live() const;
 
     /// 0 and a packet of one of the chosen streams, AVERROR_EOF behind the last, another AVERROR on failure.
     /// `packet` must be blank; the caller owns what it gets.
