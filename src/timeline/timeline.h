@@ -79,6 +79,10 @@ public:
 
     // ---- the periods; indexes count periods, those out of range do nothing
 
+    int32_t GetPeriodCount() const {
+        MutexLock lock(mutex_);
+        return static_cast<int32_t>(period_bounds_.size());
+    }
     /// Appends; returns the new period's index. The sources' durations are asked before the mutex is taken.
     int32_t AddBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers);
     /// At the number of periods it appends.
