@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "base/oriplayer/play_list.h"
+#include "playlist/local_duration.h"
+#include "playlist/local_file.h"
+
+namespace {
+std::atomic<int> asked{0};
+}
+
+// The lists only declare it; here it is a file whose length is always the same.
+double oriplayer::probeLocalDuration(const std::string &) {
+    ++asked;
+    return 1.25;
+}
+
+namespace {
+
+using namespace oriplayer;
+
+class LocalFiles : public testing::Test {
+protected:
+    void SetUp() override {
+        asked = 0;
+        std::filesystem::create_directories(folder_);
+        std::ofstream(folder_ / "a clip.mp4") << "x";
+    }
+    void TearDown() override { std::filesystem::remove_all(folder_); }
+    const std::filesystem::path folder_ = std::filesystem::path(testing::TempDir()) / "lists_test";
+    const std::string clip_ = (folder_ / "a clip.mp4").string();
+};
+
+TEST_F(LocalFiles, AUrlOfAnyFormFindsItsFile) {
+    std::string escaped = clip_;
+    escaped.replace(escaped.find(' '), 1, "%20");
+    for (const std::string &url : {clip_, "file:" + clip_, "file://" + clip_, "file://localhost" + escaped}) {
+        EXPECT_EQ(localFile(url).path, clip_) << url;
+    }
+    EXPECT_EQ(localFile(folder_.string()).kind, LocalKind::kDirectory);
+    for (const char *url : {"", "file:", "file://", "http://host/a.mp4", "/nowhere/a%2"}) {
+        EXPECT_EQ(localFile(url).kind, LocalKind::kNone) << url;
+    }
+}
+
+TEST_F(LocalFiles, AnUndeclaredLengthIsAskedOnceWhoeverAsks) {
+    auto source = ISource::create(clip_.c_str(), 0.0);
+    std::vector<std::thread> askers;
+    for (int i = 0; i < 4; ++i) {
+        askers.emplace_back([&] {
+            double seconds = 0.0;
+            EXPECT_EQ(source->getDuration(0, &seconds), 0);
+            EXPECT_EQ(seconds, 1.25);
+        });
+    }
+    for (auto &asker : askers) asker.join();
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(LocalFiles, ADeclaredLengthAndANetworkSourceAskNoFile) {
+    auto source = ISource::create(clip_.c_str(), 3.0);
+    EXPECT_EQ(source->addUrl("http://host/a.mp4", 0.0), 2);
+    EXPECT_EQ(source->addUrl(nullptr, 1.0), -1);
+    double first = -1.0, second = -1.0, third = -1.0;
+    EXPECT_EQ(source->getDuration(0, &first), 0);
+    EXPECT_EQ(source->getDuration(1, &second), 0);
+    EXPECT_EQ(source->getDuration(2, &third), -1);
+    EXPECT_EQ(first, 3.0);
+    EXPECT_EQ(second, 0.0);
+    EXPECT_EQ(third, -1.0);
+    EXPECT_EQ(asked, 0);
+}
+
+TEST(Source, ADerivedClassGetsNeutralAnswers) {
+    struct Derived : ISource {
+    } source;
+    std::string url = "kept";
+    double seconds = 5.0;
+    EXPECT_EQ(source.getUrl(0), nullptr);
+    EXPECT_EQ(source.getUrl(0, url), -1);
+    EXPECT_EQ(source.getDuration(0, &seconds), -1);
+    EXPECT_EQ(source.getSize(), 0);
+    EXPECT_EQ(url, "kept");
+}
+
+TEST(Period, HeadersAreCopiedInBothDirections) {
+    auto period = IPeriod::create();
+    EXPECT_EQ(period->getHeaders(), nullptr);
+    EXPECT_EQ(period->getStartTime(), 0);
+    auto headers = std::make_shared<StringMap>();
+    headers->add("key", "value");
+    period->setHeaders(headers);
+    headers->clear();
+    auto given = period->getHeaders();
+    EXPECT_STREQ(given->valueFor("key"), "value");
+    given->clear();
+    EXPECT_STREQ(period->getHeaders()->valueFor("key"), "value");
+    period->setHeaders(nullptr);
+    EXPECT_EQ(period->getHeaders(), nullptr);
+}
+
+TEST(PlayList, PlacesOutsideTheListAreIgnored) {
+    auto list = IPlayList::create();
+    std::vector<std::shared_ptr<IPeriod>> periods;
+    for (int i = 0; i < 4; ++i) periods.push_back(IPeriod::create());
+    EXPECT_EQ(list->addPeriod(periods[1], 0), 0);
+    EXPECT_EQ(list->addPeriod(periods[2], -1), 0);
+    EXPECT_EQ(list->addPeriod(periods[0], 0), 0);
+    for (int position : {-2, 4}) EXPECT_EQ(list->addPeriod(periods[3], position), -1) << position;
+    EXPECT_EQ(list->addPeriod(nullptr, -1), -1);
+    for (int index : {-1, 3}) {
+        EXPECT_EQ(list->replacePeriod(periods[3], index), -1);
+        EXPECT_EQ(list->removePeriod(index), -1);
+        EXPECT_EQ(list->getPeriod(index), nullptr);
+    }
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(list->getPeriod(i), periods[static_cast<std::size_t>(i)]);
+    EXPECT_EQ(list->replacePeriod(periods[3], 1), 0);
+    EXPECT_EQ(list->removePeriod(0), 0);
+    EXPECT_EQ(list->getPeriod(0), periods[3]);
+    EXPECT_EQ(list->getPeriodCount(), 2);
+}
+
+}  // namespace
