@@ -1,0 +1,376 @@
+#include "application.h"
+
+#include <poll.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "base/oriplayer/module.h"
+#include "json_lines.h"
+#include "probe_report.h"
+#include "steady_clock.h"
+#include "still_picture.h"
+
+namespace vexoplay {
+namespace {
+
+constexpr int kTickMs = 20;  // keys and the end of the programme are noticed that fast at the latest
+constexpr int64_t kNoteUs = 4'000'000;
+constexpr int kOutputPatienceMs = 2000;
+constexpr unsigned int kLastResortSeconds = 5;
+constexpr std::array kSpeeds{0.5, 0.75, 1.0, 1.25, 1.5, 1.75, 2.0, 2.5, 3.0, 4.0};
+
+void setEngineProperties(const Options &options) {
+    const auto set = [](int number, const std::string &text) {
+        if (!text.empty()) oriplayer::setProperty(number, text.c_str());
+    };
+    set(oriplayer::kPropertyUntimed, options.untimed ? "1" : "");
+    set(oriplayer::kPropertySoundOff, options.noAudio ? "1" : "");
+    set(oriplayer::kPropertyPictureOff, options.noVideo ? "1" : "");
+    set(oriplayer::kPropertyAudioTrack, options.audioTrack);
+    set(oriplayer::kPropertyCaFile, options.caFile);
+}
+
+PlayerSession::Config sessionConfig(const Options &options, const WakeUp &wakeUp) {
+    PlayerSession::Config config;
+    config.speed = options.speed;
+    config.volume = options.volume;
+    config.mute = options.mute;
+    config.audioDevice = options.audioDevice;
+    config.userAgent = options.userAgent;
+    config.headers = options.headers;
+    config.startMs = options.startMs.value_or(0);
+    config.endMs = options.endMs;
+    config.wake = [&wakeUp] { wakeUp.wake(); };
+    return config;
+}
+
+double seconds(const timeval &time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+}  // namespace
+
+Application::Application(Options options, std::vector<ListedItem> items, int output)
+    : options_(std::move(options)),
+      beganUs_(steadyUs()),
+      output_(output),
+      programme_(std::move(items), options_.mixed ? Programme::Shape::kOneMixedPeriod : Programme::Shape::kPeriodEach) {
+}
+
+Application::~Application() {
+    session_.reset();  // before the tap and the log that its threads use
+}
+
+std::string Application::itemName(int item) const {
+    if (item < 0) return "the programme";
+    return "item " + std::to_string(item + 1) + " of " + std::to_string(programme_.size()) + " \"" +
+           programme_.url(item) + "\"";
+}
+
+ExitCode Application::run() {
+    setEngineProperties(options_);
+    if (options_.probe) return runProbe();
+    // A single network item needs no length in advance: its own player learns it. Asking goes on beside playing.
+    const bool alone = programme_.size() == 1 && isNetworkUrl(programme_.url(0));
+    if (waitForProbes(!alone)) {
+        openOutputs();
+        play();
+    }
+    return conclude();
+}
+
+bool Application::waitForProbes(bool wholeList) {
+    ProbeStage::Config config{options_.userAgent, options_.headers, ProbeStage::kItemMs, [this] { wakeUp_.wake(); }};
+    if (options_.probe) config.networkBudgetMs = 0;
+    probes_ = std::make_unique<ProbeStage>(programme_, std::move(config));
+    while (wholeList && !probes_->finished() && exit_ == Exit::kNone) {
+        wait();
+        handleSignals();
+    }
+    return exit_ == Exit::kNone;
+}
+
+ExitCode Application::runProbe() {
+    if (!waitForProbes(true)) return ExitCode::kSignal;
+    const ProbeReport report = makeProbeReport(programme_, options_.json);
+    for (const std::string &line : report.lines) output_.add(line);
+    for (const std::string &error : report.errors) status_.message(error);
+    if (output_.flush(kOutputPatienceMs)) return report.code;
+    status_.message("cannot write to standard output: " + output_.error());
+    return ExitCode::kInternal;
+}
+
+void Application::openOutputs() {
+    terminal_.emplace();
+    if (!options_.noWindow && !options_.noVideo) {
+        std::string why;
+        window_ = Window::create(why);
+        if (!window_) status_.message("no display (" + why + "): playing without a window");
+    }
+    session_ = std::make_unique<PlayerSession>(programme_, log_, sessionConfig(options_, wakeUp_));
+    PictureTap::Config tap;
+    tap.hash = options_.hash;
+    tap.rawStem = options_.raw;
+    tap.stage = window_ || terminal_->descriptor() >= 0;
+    tap.playerId = [this] { return session_->playerId(); };
+    tap.speed = [this] { return session_->speed(); };
+    tap.cut = [this](int playerId, int64_t positionUs) { return session_->liesBehindEnd(playerId, positionUs); };
+    tap.wake = [this] { wakeUp_.wake(); };
+    tap_ = std::make_shared<PictureTap>(std::move(tap), log_, slot_);
+    session_->attach(tap_);
+}
+
+void Application::play() {
+    session_->begin();
+    if (options_.startMs && session_->durationMs() > 0 && !programme_.placeOf(*options_.startMs).lengthUnknown &&
+        *options_.startMs >= session_->durationMs()) {
+        status_.message("--start lies behind the end of the programme");
+    }
+    while (step()) wait();
+}
+
+bool Application::step() {
+    handleSignals();
+    for (const Key key : terminal_->read()) handleKey(key);
+    if (window_) {
+        for (const Key key : window_->takeKeys()) handleKey(key);
+    }
+    for (const PlayEvent &event : session_->poll()) handleEvent(event);
+    presentedEver_ = presentedEver_ || session_->presented();
+    showPicture();
+    output_.pump();
+    if (!output_.error().empty()) fault("cannot write to standard output: " + output_.error());
+    if (const std::string error = tap_->error(); !error.empty()) fault(error);
+    if (status_.due(steadyUs())) showStatus();
+    if (exit_ == Exit::kNone && session_->ended() && !(options_.loop && beginAgain())) exit_ = Exit::kEnd;
+    return exit_ == Exit::kNone;
+}
+
+// Another round, unless the last one has shown nothing at all.
+bool Application::beginAgain() {
+    for (const PlayEvent &event : session_->poll()) handleEvent(event);
+    const std::vector<BoundRecord> bounds = log_.all();
+    const bool pictures = std::any_of(bounds.begin() + roundBegan_, bounds.end(),
+                                      [](const BoundRecord &bound) { return bound.pictures > 0; });
+    if (!pictures && !session_->presented()) return false;
+    roundBegan_ = static_cast<std::ptrdiff_t>(bounds.size());
+    session_->begin();
+    return true;
+}
+
+void Application::wait() {
+    std::array<pollfd, 3> waits{{{wakeUp_.descriptor(), POLLIN, 0},
+                                 {signals_.descriptor(), POLLIN, 0},
+                                 {terminal_ ? terminal_->descriptor() : -1, POLLIN, 0}}};
+    poll(waits.data(), waits.size(), kTickMs);
+    wakeUp_.drain();
+    signals_.drain();
+}
+
+void Application::handleSignals() {
+    if (signals_.ending() != 0) {
+        exit_ = Exit::kSignal;
+        armLastResort(kLastResortSeconds, static_cast<int>(ExitCode::kSignal));
+    }
+    if (!signals_.takeSuspend()) return;
+    const bool pausing = session_ && !session_->paused();
+    if (pausing) session_->togglePause();
+    status_.clear();
+    restoreTerminal();
+    signals_.suspend();
+    if (terminal_) terminal_->resume();
+    if (session_) session_->forgive();
+    if (pausing) session_->togglePause();
+}
+
+void Application::handleKey(Key key) {
+    switch (key) {
+        case Key::kPause:
+            session_->togglePause();
+            break;
+        case Key::kBack5:
+            noteSeek(session_->seekBy(-5'000));
+            break;
+        case Key::kForward5:
+            noteSeek(session_->seekBy(5'000));
+            break;
+        case Key::kBack60:
+            noteSeek(session_->seekBy(-60'000));
+            break;
+        case Key::kForward60:
+            noteSeek(session_->seekBy(60'000));
+            break;
+        case Key::kPrevious:
+            noteSeek(session_->previous());
+            break;
+        case Key::kNext:
+            if (!session_->next()) note("no next item");
+            break;
+        case Key::kSlower:
+            changeSpeed(-1);
+            break;
+        case Key::kFaster:
+            changeSpeed(1);
+            break;
+        case Key::kQuieter:
+            changeVolume(-0.05);
+            break;
+        case Key::kLouder:
+            changeVolume(0.05);
+            break;
+        case Key::kMute:
+            session_->toggleMute();
+            break;
+        case Key::kFullScreen:
+            if (window_) window_->toggleFullScreen();
+            break;
+        case Key::kStill:
+            saveStillPicture();
+            break;
+        case Key::kQuit:
+            exit_ = exit_ == Exit::kNone ? Exit::kQuit : exit_;
+            break;
+        case Key::kNone:
+            break;
+    }
+    if (status_.due(INT64_MAX)) showStatus();
+}
+
+void Application::changeSpeed(int direction) {
+    const double now = session_->speed();
+    const auto above = std::upper_bound(kSpeeds.begin(), kSpeeds.end(), now);
+    const auto atLeast = std::lower_bound(kSpeeds.begin(), kSpeeds.end(), now);
+    if (direction > 0 && above != kSpeeds.end()) session_->setSpeed(*above);
+    if (direction < 0 && atLeast != kSpeeds.begin()) session_->setSpeed(*(atLeast - 1));
+}
+
+void Application::changeVolume(double by) {
+    session_->setVolume(std::clamp(session_->volume() + by, 0.0, 1.0));
+}
+
+void Application::saveStillPicture() {
+    const StillResult still = saveStill(picture_, "");
+    status_.message(still.error.empty() ? "saved " + still.path : still.error);
+}
+
+void Application::noteSeek(const Programme::Place &place) {
+    if (!place.lengthUnknown) return;
+    note("length of item " + std::to_string(place.item + 1) + " unknown: the seek stays in it");
+}
+
+void Application::note(std::string text) {
+    note_ = std::move(text);
+    noteUntilUs_ = steadyUs() + kNoteUs;
+}
+
+void Application::handleEvent(const PlayEvent &event) {
+    if (options_.json) output_.add(eventLine(event, programme_, beganUs_));
+    if (event.number == kEventSoundFailed && !std::exchange(soundWarned_, true)) {
+        status_.message("warning: no sound: " + event.text + " (event 505)");
+    }
+    if (!event.fatal()) return;
+    errors_.push_back(event);
+    status_.message(itemName(event.item) + ": " + attemptOf(event.number) +
+                    " failed: " + (event.text.empty() ? "no reason given" : event.text) + " (event " +
+                    std::to_string(event.number) + ", error " + std::to_string(event.nativeError) + ")");
+}
+
+void Application::showPicture() {
+    if (!slot_.fetch(picture_) || !window_) return;
+    if (const std::string error = window_->show(picture_); !error.empty()) {
+        status_.message("no window (" + error + "): playing without one");
+        window_.reset();
+    }
+}
+
+void Application::showStatus() {
+    const int item = session_->item();
+    const std::optional<BoundRecord> bound = log_.find(session_->playerId());
+    StatusFacts facts;
+    facts.state = session_->paused() ? "paused" : bound && !bound->prepared ? "opening" : "playing";
+    facts.positionMs = session_->positionMs();
+    facts.totalMs = programme_.totalMs();
+    facts.totalUncertain = programme_.placeOf(INT64_MAX).lengthUnknown;
+    facts.item = item + 1;
+    facts.items = programme_.size();
+    if (item >= 0) facts.codec = programme_.probe(item).codec();
+    if (bound) facts.width = bound->width, facts.height = bound->height;
+    facts.dropped = log_.droppedInAll();
+    facts.speed = session_->speed();
+    facts.volumePercent = static_cast<int>(session_->volume() * 100.0 + 0.5);
+    facts.muted = session_->muted();
+    if (steadyUs() < noteUntilUs_) facts.note = note_;
+    status_.show(facts, steadyUs());
+    if (window_ && item >= 0) {
+        const std::string &title = programme_.title(item);
+        window_->setTitle((title.empty() ? programme_.url(item) : title) + " - vexoplay");
+    }
+}
+
+void Application::fault(const std::string &text) {
+    if (exit_ == Exit::kFault) return;
+    status_.message(text);
+    exit_ = Exit::kFault;
+}
+
+ExitCode Application::exitCode(const std::vector<BoundRecord> &bounds) const {
+    if (exit_ == Exit::kSignal) return ExitCode::kSignal;
+    if (exit_ == Exit::kFault) return ExitCode::kInternal;
+    const bool pictures =
+        std::any_of(bounds.begin(), bounds.end(), [](const BoundRecord &bound) { return bound.pictures > 0; });
+    const bool prepared = std::any_of(bounds.begin(), bounds.end(),
+                                      [](const BoundRecord &bound) { return bound.prepared && !bound.failed; });
+    if (errors_.empty()) return prepared || exit_ == Exit::kQuit ? ExitCode::kPlayed : ExitCode::kNothingPlayable;
+    return pictures || presentedEver_ || prepared ? ExitCode::kSomeFailed : ExitCode::kNothingPlayable;
+}
+
+ExitCode Application::conclude() {
+    armLastResort(kLastResortSeconds,
+                  static_cast<int>(exit_ == Exit::kSignal ? ExitCode::kSignal : ExitCode::kInternal));
+    probes_.reset();
+    if (session_) {
+        for (const PlayEvent &event : session_->poll()) handleEvent(event);
+        presentedEver_ = presentedEver_ || session_->presented();
+        session_->close();
+        if (const std::string error = tap_->error(); !error.empty()) fault(error);
+    }
+    window_.reset();
+    status_.clear();
+    terminal_.reset();
+    const std::vector<BoundRecord> bounds = log_.all();
+    const ExitCode code = exitCode(bounds);
+    report(code, bounds);
+    if (output_.flush(kOutputPatienceMs) || exit_ == Exit::kFault) return code;
+    status_.message("cannot write to standard output: " + output_.error());
+    return code == ExitCode::kSignal ? code : ExitCode::kInternal;
+}
+
+void Application::report(ExitCode code, const std::vector<BoundRecord> &bounds) {
+    if (options_.json) {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        SummaryFacts facts;
+        facts.exit = code == ExitCode::kNothingPlayable || code == ExitCode::kInternal ? "error"
+                     : exit_ == Exit::kSignal                                          ? "signal"
+                     : exit_ == Exit::kQuit                                            ? "quit"
+                                                                                       : "end";
+        facts.beganUs = beganUs_;
+        facts.hash = options_.hash;
+        facts.bounds = bounds;
+        facts.errors = errors_;
+        facts.cpuSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
+        facts.residentKb = usage.ru_maxrss;
+        output_.add(summaryLine(facts, programme_));
+    } else if (options_.hash) {
+        for (const BoundRecord &bound : bounds) {
+            output_.add((bound.md5.empty() ? std::string(32, '-') : bound.md5) + "  " + std::to_string(bound.pictures) +
+                        "  " + (bound.item < 0 ? "" : programme_.url(bound.item)));
+        }
+    }
+}
+
+}  // namespace vexoplay

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bound_log.h"
+#include "line_output.h"
+#include "options.h"
+#include "picture_slot.h"
+#include "picture_tap.h"
+#include "player_session.h"
+#include "probe_stage.h"
+#include "programme.h"
+#include "signals.h"
+#include "status_line.h"
+#include "terminal_keys.h"
+#include "wake_up.h"
+#include "window.h"
+
+namespace vexoplay {
+
+/// The player as a person meets it: one loop over keys, events, pictures, signals and the status line.
+/// Threads:  the main thread, which is the window's; others only wake it.
+class Application {
+public:
+    /// `output` is the descriptor for what belongs on standard output.
+    Application(Options options, std::vector<ListedItem> items, int output);
+    ~Application();
+
+    ExitCode run();
+
+private:
+    enum class Exit { kNone, kEnd, kSignal, kQuit, kFault };
+
+    ExitCode runProbe();
+    bool waitForProbes(bool wholeList);
+    void openOutputs();
+    void play();
+    bool step();
+    void wait();
+    void handleSignals();
+    void handleKey(Key key);
+    void handleEvent(const PlayEvent &event);
+    void changeSpeed(int direction);
+    void changeVolume(double by);
+    void saveStillPicture();
+    void showPicture();
+    void showStatus();
+    void noteSeek(const Programme::Place &place);
+    void note(std::string text);
+    bool beginAgain();
+    void fault(const std::string &text);
+    ExitCode conclude();
+    ExitCode exitCode(const std::vector<BoundRecord> &bounds) const;
+    void report(ExitCode code, const std::vector<BoundRecord> &bounds);
+    std::string itemName(int item) const;
+
+    const Options options_;
+    const int64_t beganUs_;
+    LineOutput output_;
+    WakeUp wakeUp_;
+    Signals signals_;
+    StatusLine status_;
+    Programme programme_;
+    BoundLog log_;
+    PictureSlot slot_;
+    std::optional<TerminalKeys> terminal_;
+    std::unique_ptr<Window> window_;
+    std::unique_ptr<ProbeStage> probes_;
+    std::shared_ptr<PictureTap> tap_;
+    std::unique_ptr<PlayerSession> session_;
+
+    Exit exit_ = Exit::kNone;
+    StagedPicture picture_;
+    std::vector<PlayEvent> errors_;
+    std::ptrdiff_t roundBegan_ = 0;  ///< bounds entered before the present round of --loop
+    bool presentedEver_ = false;
+    bool soundWarned_ = false;
+    std::string note_;
+    int64_t noteUntilUs_ = 0;
+};
+
+}  // namespace vexoplay

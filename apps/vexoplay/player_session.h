@@ -1,0 +1,133 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bound_log.h"
+#include "play_event.h"
+#include "programme.h"
+
+namespace vexo {
+class MixedCodecsPlayer;
+}
+
+namespace vexoplay {
+
+class PictureTap;
+class PlayerListener;
+
+/// Plays the programme: commands, the settings that every new engine player needs anew, and what happens when an item
+/// fails: it is left, the rest plays on.
+///
+/// Threads:  commands and poll() on the main thread. The library's threads only note events and send settings; they
+///           wait for nobody. playerId(), speed() and liesBehindEnd() are for the picture thread and take no lock that
+///           a command holds.
+/// Lock:     events_mutex_, a leaf round the events not fetched yet.
+class PlayerSession {
+public:
+    /// An item that is neither prepared nor failed by then counts as failed; the engine's own bound for opening is 8 s.
+    static constexpr int64_t kPatienceUs = 9'500'000;
+
+    struct Config {
+        double speed = 1.0;
+        std::optional<double> volume;  ///< 0.0 to 1.0
+        bool mute = false;
+        std::string audioDevice;
+        std::string userAgent;
+        Programme::Headers headers;
+        int64_t startMs = 0;
+        std::optional<int64_t> endMs;
+        std::function<void()> wake;  ///< something is to be polled; any thread, does not wait
+    };
+
+    PlayerSession(Programme &programme, BoundLog &log, Config config);
+    ~PlayerSession();
+    PlayerSession(const PlayerSession &) = delete;
+    PlayerSession &operator=(const PlayerSession &) = delete;
+
+    /// Hands pictures to `tap` from the next begin() on. Once.
+    void attach(std::shared_ptr<PictureTap> tap);
+    /// Plays the programme from its start position, also for the second time.
+    void begin();
+    /// Fetches events in the order of their arrival, after leaving items that have failed.
+    std::vector<PlayEvent> poll();
+    /// The programme is through, or has reached its end position.
+    bool ended();
+    /// Nothing of the library calls out any more behind it. Takes a few tenths of a second at most.
+    void close();
+
+    void togglePause();
+    /// Both answer where the position lies; see Programme::Place.
+    Programme::Place seekBy(int64_t milliseconds);
+    Programme::Place seekTo(int64_t positionMs);
+    /// False if there is no further item.
+    bool next();
+    Programme::Place previous();
+    void setSpeed(double speed);
+    void setVolume(double volume);
+    void toggleMute();
+    /// The process has been stopped meanwhile: time that passed counts against nobody.
+    void forgive();
+
+    bool paused() const { return paused_; }
+    bool muted() const { return muted_; }
+    double speed() const { return speed_; }
+    double volume() const { return volume_.load() < 0.0 ? 1.0 : volume_.load(); }
+    int64_t positionMs() const;
+    int64_t durationMs() const;
+    /// The item that plays, -1 between two programmes.
+    int item();
+    /// The id of the current engine player.
+    int playerId() const;
+    /// Sound or pictures have been presented since the last begin().
+    bool presented() const { return presented_; }
+    bool liesBehindEnd(int playerId, int64_t positionUs);
+
+private:
+    struct Current {
+        int playerId = -1;
+        int item = -1;
+    };
+    Current observe();
+    void learnLengths(const Current &current);
+    void onEvent(PlayEvent event);
+    void applySettings();
+    void sendMute();
+    void sendSpeed();
+    void watch(std::vector<PlayEvent> &events);
+    void leave(const PlayEvent &event);
+    bool goToNextPeriod();
+    void keepPaused();
+
+    Programme &programme_;
+    BoundLog &log_;
+    const Config config_;
+    std::shared_ptr<vexo::MixedCodecsPlayer> player_;
+    std::shared_ptr<PlayerListener> listener_;
+    std::shared_ptr<PictureTap> tap_;
+
+    // The main thread's own.
+    bool begun_ = false;
+    bool finished_ = false;
+    bool paused_ = false;
+    int64_t lastSeekMs_ = 0;
+    int64_t lastSeekUs_ = 0;
+    int64_t forgivenUs_ = 0;
+
+    std::atomic<double> speed_;
+    std::atomic<double> volume_;  ///< below 0: never set
+    std::atomic<bool> muted_;
+    std::atomic<bool> presented_{false};
+    std::atomic<bool> endReached_{false};
+
+    std::mutex events_mutex_;
+    std::vector<PlayEvent> events_;
+};
+
+}  // namespace vexoplay
