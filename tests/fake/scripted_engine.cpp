@@ -1,0 +1,398 @@
+#include "fake/scripted_engine.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <thread>
+
+#include "fake/scripted_player.h"
+
+namespace fake {
+
+namespace {
+
+std::string join(const std::vector<std::string> &entries) {
+    std::string joined;
+    for (const std::string &entry : entries) joined += (joined.empty() ? "" : " ") + entry;
+    return joined;
+}
+
+template <typename T> std::vector<T> takeAll(std::vector<T> &values) {
+    return std::exchange(values, {});
+}
+
+}  // namespace
+
+struct ScriptedEngine::State {
+    struct Later {
+        std::string name;
+        int what;
+        int arg1;
+        int arg2;
+        oriplayer::Param param;
+    };
+    struct Download {
+        double speed;
+        int status;
+    };
+
+    std::mutex mutex;
+    std::vector<std::string> log;
+    std::vector<ParameterCall> parameterCalls;
+    std::vector<FilterCall> filterCalls;
+    std::vector<Report> reports;
+    std::function<void(const std::string &)> hook;
+
+    std::shared_ptr<const int> session = std::make_shared<int>(0);
+    std::map<std::string, std::shared_ptr<PlayerScript>> scripts;
+    std::map<std::string, std::weak_ptr<ScriptedPlayer>> players;
+    std::map<std::string, int> ids;
+    int lastId = 100;
+    int created = 0;
+    int living = 0;
+    int maxLiving = 0;
+    int failing = 0;
+
+    std::map<int, oriplayer::Param> answers;
+    std::map<int, int> results;
+    std::map<int, std::any> infos;
+    std::optional<Download> download;
+    std::map<std::string, double> localDurations;
+    std::map<std::string, oriplayer::ProbeResult> probes;
+    oriplayer::NetworkSwitchDomainCB domainCallback = nullptr;
+
+    std::condition_variable changed;
+    std::deque<Later> later;
+    bool telling = false;
+    bool ending = false;
+    std::thread teller;
+};
+
+ScriptedEngine &ScriptedEngine::instance() {
+    static ScriptedEngine engine;
+    return engine;
+}
+
+ScriptedEngine::ScriptedEngine() : state_(std::make_unique<State>()) {
+    state_->teller = std::thread([this] {
+        std::unique_lock<std::mutex> lock(state_->mutex);
+        while (true) {
+            state_->changed.wait(lock, [this] { return state_->ending || !state_->later.empty(); });
+            if (state_->ending) return;
+            const State::Later event = state_->later.front();
+            state_->later.pop_front();
+            state_->telling = true;
+            lock.unlock();
+            post(event.name, event.what, event.arg1, event.arg2, event.param);
+            lock.lock();
+            state_->telling = false;
+            state_->changed.notify_all();
+        }
+    });
+}
+
+ScriptedEngine::~ScriptedEngine() {
+    {
+        const std::lock_guard<std::mutex> lock(state_->mutex);
+        state_->ending = true;
+        state_->changed.notify_all();
+    }
+    state_->teller.join();
+}
+
+void ScriptedEngine::reset() {
+    logQueries = false;
+    autoPrepare = false;
+    std::unique_lock<std::mutex> lock(state_->mutex);
+    state_->session = std::make_shared<int>(0);
+    state_->later.clear();
+    state_->changed.wait(lock, [this] { return !state_->telling; });
+    state_->log.clear();
+    state_->parameterCalls.clear();
+    state_->filterCalls.clear();
+    state_->reports.clear();
+    state_->hook = nullptr;
+    state_->scripts.clear();
+    state_->players.clear();
+    state_->ids.clear();
+    state_->created = 0;
+    state_->maxLiving = state_->living;
+    state_->failing = 0;
+    state_->answers.clear();
+    state_->results.clear();
+    state_->infos.clear();
+    state_->download.reset();
+    state_->localDurations.clear();
+    state_->probes.clear();
+}
+
+std::string ScriptedEngine::takeLog() {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return join(takeAll(state_->log));
+}
+
+std::string ScriptedEngine::peekLog() {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return join(state_->log);
+}
+
+std::vector<ParameterCall> ScriptedEngine::takeParameterCalls() {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return takeAll(state_->parameterCalls);
+}
+
+std::vector<FilterCall> ScriptedEngine::takeFilterCalls() {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return takeAll(state_->filterCalls);
+}
+
+std::vector<Report> ScriptedEngine::takeReports() {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return takeAll(state_->reports);
+}
+
+int ScriptedEngine::created() {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->created;
+}
+
+int ScriptedEngine::living() {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->living;
+}
+
+int ScriptedEngine::maxLiving() {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->maxLiving;
+}
+
+PlayerScript &ScriptedEngine::player(const std::string &name) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    auto &script = state_->scripts[name];
+    if (!script) script = std::make_shared<PlayerScript>();
+    return *script;
+}
+
+int ScriptedEngine::idOf(const std::string &name) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const auto found = state_->ids.find(name);
+    return found == state_->ids.end() ? 0 : found->second;
+}
+
+std::shared_ptr<ScriptedPlayer> ScriptedEngine::find(const std::string &name) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const auto found = state_->players.find(name);
+    return found == state_->players.end() ? nullptr : found->second.lock();
+}
+
+std::shared_ptr<oriplayer::IOriPlayer> ScriptedEngine::living(const std::string &name) {
+    return find(name);
+}
+
+std::shared_ptr<oriplayer::VideoRenderPipeline> ScriptedEngine::pipelineOf(const std::string &name) {
+    const auto player = find(name);
+    return player ? player->pipeline() : nullptr;
+}
+
+std::shared_ptr<protocols::IReporter> ScriptedEngine::reporterOf(const std::string &name) {
+    const auto player = find(name);
+    return player ? player->reporter() : nullptr;
+}
+
+std::shared_ptr<protocols::IConfigure> ScriptedEngine::configureOf(const std::string &name) {
+    const auto player = find(name);
+    return player ? player->configure() : nullptr;
+}
+
+void ScriptedEngine::failCreates(int count) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->failing = count;
+}
+
+void ScriptedEngine::answerParameter(int number, const oriplayer::Param &value) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->answers[number] = value;
+}
+
+void ScriptedEngine::forgetParameter(int number) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->answers.erase(number);
+}
+
+void ScriptedEngine::resultOf(int number, int result) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->results[number] = result;
+}
+
+void ScriptedEngine::answerInfo(int key, std::any value) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->infos[key] = std::move(value);
+}
+
+void ScriptedEngine::answerDownload(double bytesPerSecond, int status) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->download = State::Download{bytesPerSecond, status};
+}
+
+void ScriptedEngine::answerLocalDuration(const std::string &path, double seconds) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->localDurations[path] = seconds;
+}
+
+void ScriptedEngine::answerProbe(const std::string &url, const oriplayer::ProbeResult &result) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->probes[url] = result;
+}
+
+oriplayer::NetworkSwitchDomainCB ScriptedEngine::domainCallback() {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->domainCallback;
+}
+
+void ScriptedEngine::onCall(std::function<void(const std::string &)> hook) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->hook = std::move(hook);
+}
+
+bool ScriptedEngine::post(const std::string &name, int what, int arg1, int arg2, const oriplayer::Param &param) {
+    const auto player = find(name);
+    return player && player->tell(what, arg1, arg2, param);
+}
+
+void ScriptedEngine::postLater(const std::string &name, int what, int arg1, int arg2, const oriplayer::Param &param) {
+    oriplayer::Param copy(param);
+    copy.dupString();
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->later.push_back({name, what, arg1, arg2, copy});
+    state_->changed.notify_all();
+}
+
+void ScriptedEngine::waitPosted() {
+    std::unique_lock<std::mutex> lock(state_->mutex);
+    state_->changed.wait(lock, [this] { return state_->later.empty() && !state_->telling; });
+}
+
+std::shared_ptr<oriplayer::IOriPlayer> ScriptedEngine::create() {
+    std::shared_ptr<ScriptedPlayer> player;
+    {
+        const std::lock_guard<std::mutex> lock(state_->mutex);
+        if (state_->failing > 0) {
+            --state_->failing;
+        } else {
+            const std::string name = "p" + std::to_string(++state_->created);
+            auto &script = state_->scripts[name];
+            if (!script) script = std::make_shared<PlayerScript>();
+            const int id = ++state_->lastId;
+            player = std::make_shared<ScriptedPlayer>(name, id, script, state_->session);
+            state_->players[name] = player;
+            state_->ids[name] = id;
+            state_->maxLiving = std::max(state_->maxLiving, ++state_->living);
+        }
+    }
+    write(player ? player->name() + ".create" : "create(failed)");
+    return player;
+}
+
+void ScriptedEngine::destroyed(const std::string &entry) {
+    {
+        const std::lock_guard<std::mutex> lock(state_->mutex);
+        --state_->living;
+    }
+    if (!entry.empty()) write(entry);
+}
+
+void ScriptedEngine::write(const std::string &entry) {
+    std::function<void(const std::string &)> hook;
+    {
+        const std::lock_guard<std::mutex> lock(state_->mutex);
+        state_->log.push_back(entry);
+        hook = state_->hook;
+    }
+    if (hook) hook(entry);
+}
+
+void ScriptedEngine::writeQuery(const std::string &entry) {
+    if (logQueries) write(entry);
+}
+
+void ScriptedEngine::keep(ParameterCall call) {
+    call.value.dupString();
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->parameterCalls.push_back(std::move(call));
+}
+
+void ScriptedEngine::keep(FilterCall call) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->filterCalls.push_back(std::move(call));
+}
+
+void ScriptedEngine::report(Report report) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->reports.push_back(std::move(report));
+}
+
+bool ScriptedEngine::parameter(int number, oriplayer::Param &value) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const auto found = state_->answers.find(number);
+    if (found == state_->answers.end()) return false;
+    value = found->second;
+    return true;
+}
+
+int ScriptedEngine::result(int number) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const auto found = state_->results.find(number);
+    return found == state_->results.end() ? 0 : found->second;
+}
+
+int ScriptedEngine::info(int playerId, int key, void *out) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const auto known = std::any_of(state_->ids.begin(), state_->ids.end(),
+                                   [&](const auto &entry) { return entry.second == playerId; });
+    const auto found = state_->infos.find(key);
+    if (!known || found == state_->infos.end()) return -1;
+    if (const auto *wide = std::any_cast<int64_t>(&found->second)) std::memcpy(out, wide, sizeof *wide);
+    if (const auto *narrow = std::any_cast<int32_t>(&found->second)) std::memcpy(out, narrow, sizeof *narrow);
+    if (const auto *text = std::any_cast<std::string>(&found->second)) {
+        char *copy = strdup(text->c_str());
+        std::memcpy(out, &copy, sizeof copy);
+    }
+    return 0;
+}
+
+int ScriptedEngine::download(int playerId, oriplayer::cache_static_t *out) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const auto known = std::any_of(state_->ids.begin(), state_->ids.end(),
+                                   [&](const auto &entry) { return entry.second == playerId; });
+    if (!known || !state_->download) return -1;
+    *out = {};
+    out->downloadSpeed = state_->download->speed;
+    out->downloadStatus = state_->download->status;
+    return 0;
+}
+
+double ScriptedEngine::localDuration(const std::string &path) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const auto found = state_->localDurations.find(path);
+    return found == state_->localDurations.end() ? 0.0 : found->second;
+}
+
+int ScriptedEngine::probe(const std::string &url, oriplayer::ProbeResult &result) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const auto found = state_->probes.find(url);
+    if (found == state_->probes.end()) return -1;
+    result = found->second;
+    return 0;
+}
+
+void ScriptedEngine::setDomainCallback(oriplayer::NetworkSwitchDomainCB callback) {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->domainCallback = callback;
+}
+
+}  // namespace fake
