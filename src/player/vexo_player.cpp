@@ -108,9 +108,9 @@ bool VexoPlayer::mustNotWait() const {
 void VexoPlayer::setMediaSource(std::shared_ptr<IVexoMediaSource> source) {
     VEXO_SINK("setMediaSource call\n");
     if (!source) return;
+    mSource.Set(source);
     auto component = std::make_shared<oriplayer::PlayComponent>();
     component->playList = source->getPlayList();
-    mSource.Set(std::move(source));
     const std::vector<std::shared_ptr<oriplayer::PlayComponent>> components{std::move(component)};
     mPlayer->setDataSource(components, 1, std::make_shared<oriplayer::StringMap>());
     mPlayer->setListener(mListener);

@@ -2,8 +2,12 @@
 
 #include <json/value.h>
 
+#include <algorithm>
+#include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/live_stream_sdk.h"
@@ -21,8 +25,12 @@ public:
 
     ReportLog() {
         live_stream_sdk::setReportHandler([this](const char *module, const char *category, const Json::Value &report) {
-            std::lock_guard<std::mutex> lock(mutex_);
-            entries_.push_back({module, category, report});
+            {
+                std::lock_guard<std::mutex> lock(mutex_);
+                entries_.push_back({module, category, report});
+                arrived_.notify_all();
+            }
+            if (onLine) onLine(report["msg"].asString());
         });
     }
     ~ReportLog() { live_stream_sdk::setReportHandler({}); }
@@ -31,7 +39,7 @@ public:
 
     std::vector<Entry> take() {
         std::lock_guard<std::mutex> lock(mutex_);
-        return std::move(entries_);
+        return std::exchange(entries_, {});
     }
 
     /// The "msg" texts of the log lines among what arrived.
@@ -43,8 +51,21 @@ public:
         return lines;
     }
 
+    /// Returns when `line` has arrived since the last take.
+    void awaitLine(const std::string &line) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        arrived_.wait(lock, [&] {
+            return std::any_of(entries_.begin(), entries_.end(),
+                               [&](const Entry &entry) { return entry.report["msg"].asString() == line; });
+        });
+    }
+
+    /// Called on the logging thread, behind the entry. Set it while nothing logs.
+    std::function<void(const std::string &line)> onLine;
+
 private:
     std::mutex mutex_;
+    std::condition_variable arrived_;
     std::vector<Entry> entries_;
 };
 

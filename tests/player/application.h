@@ -1,0 +1,58 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/oriplayer/play_list.h"
+#include "base/report_log.h"
+#include "interface/vexo_player.h"
+
+namespace VexoPlayerNS {
+
+/// What an application hears, with a hook for each kind of callback.
+class Application : public IVexoPlayerCallback {
+public:
+    void onPlayEvent(int sid, int code, std::string, VexoParams) override {
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            events_.emplace_back(sid, code);
+        }
+        if (onEvent) onEvent(code);
+    }
+    void onVideoFrame(void **, int, int, int, int, int, int, VexoParams) override {
+        ++pictures;
+        if (onPicture) onPicture();
+    }
+    std::vector<std::pair<int, int>> takeEvents() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return std::exchange(events_, {});
+    }
+
+    std::function<void(int code)> onEvent;
+    std::function<void()> onPicture;
+    std::atomic<int> pictures{0};
+
+private:
+    std::mutex mutex_;
+    std::vector<std::pair<int, int>> events_;
+};
+
+/// A source that plays nothing and tells when its player has let it go.
+class EmptySource : public IVexoMediaSource {
+public:
+    explicit EmptySource(std::promise<void> &gone) : gone_(gone) {}
+    ~EmptySource() override { gone_.set_value(); }
+    std::shared_ptr<oriplayer::IPlayList> getPlayList() override { return list_; }
+
+private:
+    std::promise<void> &gone_;
+    std::shared_ptr<oriplayer::IPlayList> list_ = oriplayer::IPlayList::create();
+};
+
+}  // namespace VexoPlayerNS

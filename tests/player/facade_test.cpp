@@ -1,0 +1,238 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "player/application.h"
+#include "player/test_picture.h"
+#include "render/video_render_pipeline_wrapper.h"
+
+namespace VexoPlayerNS {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsSubsetOf;
+using testing::Not;
+
+/// A player without an engine player below: commands, their order, their lines, and the life of the object. A task is
+/// caught by the line that it writes.
+class Facade : public testing::Test {
+protected:
+    void create(VexoParams params = {}) {
+        player_ = IVexoPlayer::create(&application_, std::move(params));
+        pipeline_ = std::make_unique<vexo::VideoRenderPipelineWrapper>();
+    }
+    void drop() { player_.reset(); }
+    void showPicture() { pipeline_->Render(&picture_.record); }
+    void raiseEvent(int code) {
+        dynamic_cast<IVexoPlayerCallback &>(*player_).onPlayEvent(7, code, "notify_win_ios_android", {});
+    }
+    /// The lines of `expected` that were written, in their order.
+    std::vector<std::string> takeThoseOf(const std::vector<std::string> &expected) {
+        std::vector<std::string> lines = reports_.takeLines();
+        std::erase_if(lines, [&](const std::string &line) {
+            return std::find(expected.begin(), expected.end(), line) == expected.end();
+        });
+        return lines;
+    }
+
+    vexo_test::ReportLog reports_;
+    Application application_;
+    TestPicture picture_{2, 2, 0};
+    std::promise<void> destroyed_;  // set by the source's end, behind that of everything that plays
+    std::shared_ptr<IVexoPlayer> player_;
+    std::unique_ptr<vexo::VideoRenderPipelineWrapper> pipeline_;
+};
+
+TEST_F(Facade, TheConstructionLineShowsIntsAndTexts) {
+    create({{"audio_volume", 0.5f}, {"flag", true}, {"number", -3}, {"text", std::string("a b")}});
+    EXPECT_THAT(reports_.takeLines(),
+                Contains("VexoPlayer construct callback:1 params:audio_volume:\nflag:\nnumber:-3\ntext:a b\n\n"));
+    IVexoPlayer::create(nullptr, {});
+    EXPECT_THAT(reports_.takeLines(), Contains("VexoPlayer construct callback:0 params:\n"));
+}
+
+TEST_F(Facade, TheVolumeCountsOnlyAsAFloat) {
+    struct Row {
+        nonstd::any given;
+        float then;
+    };
+    for (const Row &row :
+         {Row{{}, -1.0f}, Row{1, -1.0f}, Row{0.5, -1.0f}, Row{std::string("1"), -1.0f}, Row{0.5f, 0.5f}}) {
+        create({{kAudioVolume, row.given}});
+        const nonstd::any volume = player_->getParam(kAudioVolume);
+        ASSERT_TRUE(volume.type() == typeid(float));
+        EXPECT_EQ(nonstd::any_cast<float>(volume), row.then);
+    }
+    player_->setParams({{kAudioVolume, 0.25f}, {kVideoPipelineEnable, 1}, {"unknown", 1}});
+    EXPECT_EQ(nonstd::any_cast<float>(player_->getParam(kAudioVolume)), 0.25f);
+    for (const char *key : {kAudioDeviceId, kVideoPipelineEnable, kQzrtpAppId, ""}) {
+        EXPECT_FALSE(player_->getParam(key).has_value()) << key;
+    }
+}
+
+TEST_F(Facade, EachCommandWritesItsLineAndItsTaskLine) {
+    create();
+    reports_.takeLines();
+    player_->setMediaSource(nullptr);
+    EXPECT_THAT(reports_.takeLines(), ElementsAre("setMediaSource call\n"));
+    struct Row {
+        std::function<void()> command;
+        std::string call;
+        std::string task;
+    };
+    int window = 0;
+    for (const Row &row : {Row{[&] { player_->prepareAsync(); }, "prepareAsyn call\n", "prepareAsyn impl call\n"},
+                           Row{[&] { player_->start(); }, "start call\n", "startImpl call\n"},
+                           Row{[&] { player_->stop(); }, "stop call\n", "stop impl call\n"},
+                           Row{[&] { player_->setDisplay(&window); }, "setDisplay call\n", "setDisplay impl call\n"}}) {
+        row.command();
+        reports_.awaitLine(row.task);
+        EXPECT_THAT(takeThoseOf({row.call, row.task}), ElementsAre(row.call, row.task));
+    }
+}
+
+TEST_F(Facade, AnOrdinaryCommandReturnsBehindTheTaskThatRuns) {
+    std::atomic<bool> finished{false};
+    reports_.onLine = [&](const std::string &line) {
+        if (line != "prepareAsyn impl call\n") return;
+        reports_.awaitLine("start call\n");
+        for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+        finished = true;
+    };
+    create();
+    player_->prepareAsync();
+    reports_.awaitLine("prepareAsyn impl call\n");
+    player_->start();
+    EXPECT_TRUE(finished);
+    drop();
+}
+
+TEST_F(Facade, CommandsInACallbackOrATaskWaitForNobodyAndKeepTheOrder) {
+    std::promise<void> release;
+    reports_.onLine = [&](const std::string &line) {
+        if (line != "prepareAsyn impl call\n") return;
+        player_->setDisplay(nullptr);  // inside the task
+        release.get_future().wait();
+    };
+    create();
+    player_->prepareAsync();
+    reports_.awaitLine("setDisplay call\n");
+    application_.onPicture = [&] { player_->start(); };
+    application_.onEvent = [&](int) {
+        showPicture();  // a callback in a callback
+        player_->stop();
+    };
+    raiseEvent(1000);  // comes back although the task still runs
+    EXPECT_EQ(application_.pictures, 1);
+    release.set_value();
+    reports_.awaitLine("stop impl call\n");
+    const std::vector<std::string> tasks = {"prepareAsyn impl call\n", "setDisplay impl call\n", "startImpl call\n",
+                                            "stop impl call\n"};
+    EXPECT_EQ(takeThoseOf(tasks), tasks);
+    drop();
+}
+
+TEST_F(Facade, CommandsOfManyThreadsAllRun) {
+    create();
+    std::atomic<int> tasks{0};
+    reports_.onLine = [&](const std::string &line) { tasks += line == "setDisplay impl call\n"; };
+    std::vector<std::thread> threads;
+    application_.onPicture = [&] { player_->setDisplay(nullptr); };
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&, inside = i % 2] {
+            for (int n = 0; n < 50; ++n) inside ? showPicture() : player_->setDisplay(nullptr);
+        });
+    }
+    for (auto &thread : threads) thread.join();
+    player_->stop();
+    reports_.awaitLine("stop impl call\n");
+    EXPECT_EQ(tasks, 200);
+    drop();
+}
+
+TEST_F(Facade, TheLastReferenceMayGoInACallbackOrATask) {
+    const std::vector<std::string> laterTasks = {"startImpl call\n"};
+    for (const std::string place : {"event", "picture", "task"}) {
+        SCOPED_TRACE(place);
+        destroyed_ = {};
+        application_.pictures = 0;
+        std::promise<void> dropped;
+        const auto dropHere = [&] {
+            IVexoPlayer &player = *player_;
+            if (place == "task") player.start();  // accepted, but nothing runs behind the drop
+            drop();
+            showPicture();  // the application hears of nothing any more
+            dropped.set_value();
+        };
+        application_.onEvent = [&](int) { dropHere(); };
+        application_.onPicture = dropHere;
+        reports_.onLine = [&](const std::string &line) {
+            if (line == "stop impl call\n" && place == "task") dropHere();
+        };
+        create();
+        player_->setMediaSource(std::make_shared<EmptySource>(destroyed_));
+        if (place == "event") raiseEvent(1001);
+        if (place == "picture") showPicture();
+        if (place == "task") player_->stop();
+        dropped.get_future().wait();
+        destroyed_.get_future().wait();
+        EXPECT_EQ(application_.pictures, place == "picture" ? 1 : 0);
+        EXPECT_THAT(takeThoseOf(laterTasks), testing::IsEmpty());
+        reports_.onLine = nullptr;
+    }
+}
+
+TEST_F(Facade, BehindTheDestructorNoCallbackRuns) {
+    for (int round = 0; round < 20; ++round) {
+        auto application = std::make_unique<Application>();
+        auto player = IVexoPlayer::create(application.get(), {});
+        vexo::VideoRenderPipelineWrapper pipeline;
+        std::promise<void> first;
+        std::atomic<bool> over{false};
+        application->onPicture = [&, once = true]() mutable {
+            if (std::exchange(once, false)) first.set_value();
+        };
+        std::thread pictures([&] {
+            while (!over) pipeline.Render(&picture_.record);
+        });
+        first.get_future().wait();
+        player.reset();
+        application.reset();
+        over = true;
+        pictures.join();
+    }
+}
+
+TEST_F(Facade, WithoutACallbackEverythingRunsAndIsDropped) {
+    player_ = IVexoPlayer::create(nullptr, {});
+    pipeline_ = std::make_unique<vexo::VideoRenderPipelineWrapper>();
+    reports_.takeLines();
+    raiseEvent(1000);
+    EXPECT_THAT(reports_.takeLines(),
+                ElementsAre("onPlayEvent call sid:[7] code:[1000] msg:[notify_win_ios_android]\n"));
+    showPicture();
+}
+
+TEST_F(Facade, PicturesGoToTheEarliestPlayerThatLives) {
+    create();
+    Application later;
+    auto laterPlayer = IVexoPlayer::create(&later, {});
+    vexo::VideoRenderPipelineWrapper laterPipeline;
+    laterPipeline.Render(&picture_.record);
+    EXPECT_EQ(application_.pictures, 1);
+    drop();
+    laterPipeline.Render(&picture_.record);
+    EXPECT_EQ(application_.pictures, 1);
+    EXPECT_EQ(later.pictures, 1);
+}
+
+}  // namespace
+}  // namespace VexoPlayerNS
