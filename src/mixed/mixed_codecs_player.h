@@ -17,8 +17,9 @@
 #include "mixed/base_player_interface.h"
 
 namespace oriplayer {
+class IOriPlayer;
 class OriPlayer;
-}
+}  // namespace oriplayer
 
 namespace vexo {
 
@@ -162,10 +163,11 @@ private:
 
     /// Runs `fn` on a timeline, on this thread: 0, or -1 for an index other than 0 and 1.
     int accessTimeline(int index, TimelineFunction fn);
+    int accessActive(TimelineFunction fn);
+    void accessBoth(const TimelineFunction &fn);
+    int accessPlayer(const std::function<void(oriplayer::IOriPlayer &)> &fn);
     void addPeriodInner(const std::shared_ptr<oriplayer::IPeriod> &period, int id, int position,
                         const std::shared_ptr<oriplayer::StringMap> &options);
-    void addToTimeline(Timeline &timeline, const std::shared_ptr<oriplayer::IPeriod> &period, int position,
-                       const std::shared_ptr<oriplayer::StringMap> &options);
     /// The application learns (10240) that `timeline` plays now.
     void notifyTimelineSwitched(Timeline *timeline);
     /// The processors learn of the bound that `timeline` has begun. Runs under that timeline's mutex.
@@ -173,6 +175,7 @@ private:
 
     std::shared_ptr<oriplayer::IPlayList> playListOf(int id);
     std::shared_ptr<oriplayer::IPlayList> makePlayListOf(int id);
+    void forgetStalePeriods(int id);
     void setPlayListOf(int id, std::shared_ptr<oriplayer::IPlayList> list);
 
     const std::shared_ptr<const CallbackToken> token_;  ///< marks this player's callbacks; shared with its timelines

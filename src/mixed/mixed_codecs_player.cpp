@@ -1,0 +1,159 @@
+#include "mixed/mixed_codecs_player.h"
+
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "base/callback_scope.h"
+#include "base/log.h"
+#include "base/oriplayer/play_list.h"
+#include "codec/codec_media_process.h"
+#include "codec/codec_net_process.h"
+#include "mixed/timeline_internal_listener.h"
+#include "timeline/timeline.h"
+
+namespace vexo {
+
+std::shared_ptr<MixedCodecsPlayer> MixedCodecsPlayer::create() {
+    return create(std::make_shared<CallbackToken>());
+}
+
+std::shared_ptr<MixedCodecsPlayer> MixedCodecsPlayer::create(std::shared_ptr<const CallbackToken> token) {
+    VEXO_PRINT(LOG_INFO, "%s :enter", "MixedCodecsPlayer");
+    return {new MixedCodecsPlayer(std::move(token)), &MixedCodecsPlayer::destroy};
+}
+
+MixedCodecsPlayer::MixedCodecsPlayer(std::shared_ptr<const CallbackToken> token) : token_(std::move(token)) {
+    timelines_[0] = std::make_shared<Timeline>(0, token_);
+    timelines_[1] = std::make_shared<Timeline>(1, token_);
+    internal_listener_ = std::make_shared<TimelineInternalListener>(this, timelines_[0].get(), timelines_[1].get());
+    for (std::size_t i = 0; i < timelines_.size(); ++i) {
+        play_components_.push_back(std::make_shared<oriplayer::PlayComponent>());
+    }
+    media_processor_ = std::make_shared<CodecMediaProcess>();
+    media_processor_->Initialize(timelines_[0], &codec_mutex_, -1, -1);
+    net_processor_ = std::make_shared<CodecNetProcess>(this);
+    net_processor_->Initialize(timelines_[0], &codec_mutex_, -1, -1);
+    for (const auto &timeline : timelines_) timeline->SetInternalListener(internal_listener_);
+}
+
+/// The deleter. ~MixedCodecsPlayer waits for the callbacks of this player, so it must not run inside one.
+void MixedCodecsPlayer::destroy(MixedCodecsPlayer *player) {
+    if (!CallbackScope::Contains(*player->token_)) {
+        delete player;
+        return;
+    }
+    player->silenceTimelines();
+    try {
+        std::thread([player] { delete player; }).detach();
+    } catch (const std::system_error &error) {
+        VEXO_PRINT(LOG_ERROR, "no thread to end the player on, it stays behind in silence: %s", error.what());
+    }
+}
+
+MixedCodecsPlayer::~MixedCodecsPlayer() {
+    VEXO_PRINT(LOG_DEBUG, "main:%d, isolated:%d", static_cast<int>(timelines_[0].use_count()),
+               static_cast<int>(timelines_[1].use_count()));
+    // First whatever could still come here ends: a bound change reads the processors. The isolated timeline's last
+    // event may start the main one, so it ends first. A processor that the application keeps finds closed timelines.
+    silenceTimelines();
+    timelines_[1]->Close();
+    timelines_[0]->Close();
+    if (media_processor_) {
+        VEXO_PRINT(LOG_VERBOSE, "media not null");
+        media_processor_.reset();
+    }
+    if (net_processor_) {
+        VEXO_PRINT(LOG_VERBOSE, "net not null");
+        net_processor_->RemoveCodecConfigListener();
+        net_processor_.reset();
+    }
+}
+
+void MixedCodecsPlayer::silenceTimelines() {
+    for (const auto &timeline : timelines_) {
+        timeline->SetListener(nullptr);
+        timeline->SetInternalListener(nullptr);
+    }
+}
+
+int MixedCodecsPlayer::getActiveIndex() {
+    const bool isolatedTookOver =
+        timelines_[1]->GetState() == Timeline::kStarted && timelines_[0]->GetState() == Timeline::kPaused;
+    return isolatedTookOver ? 1 : 0;
+}
+
+int MixedCodecsPlayer::accessTimeline(int index, TimelineFunction fn) {
+    if (index != 0 && index != 1) return -1;
+    const auto &timeline = timelines_[static_cast<std::size_t>(index)];
+    if (!timeline) return -1;
+    fn(timeline.get());
+    return 0;
+}
+
+int MixedCodecsPlayer::accessActive(TimelineFunction fn) {
+    return accessTimeline(getActiveIndex(), std::move(fn));
+}
+
+void MixedCodecsPlayer::accessBoth(const TimelineFunction &fn) {
+    for (const auto &timeline : timelines_) fn(timeline.get());
+}
+
+void MixedCodecsPlayer::notifyPeriodSwitched(Timeline *timeline) {
+    VEXO_PRINT(LOG_DEBUG, "timeline notifyPeriodSwitched");
+    if (!net_processor_ || !timeline) return;
+    timeline->AccessCurrentBound([this](PlayBound *bound) {
+        if (!bound || !bound->period) return;
+        VEXO_PRINT(LOG_DEBUG, "timeline notifyPeriodSwitched1 %d", getActiveID());
+        net_processor_->SetCurrentHeader(getActiveID(), bound->period->getHeaders());
+        if (media_processor_) media_processor_->AccumulatePeriodStatistics(getActiveID());
+    });
+}
+
+void MixedCodecsPlayer::notifyTimelineSwitched(Timeline *timeline) {
+    const oriplayer::Param nothing;
+    if (timeline) timeline->PostMessage_(0, kEventTimelineSwitched, 0, 0, nothing);
+}
+
+std::shared_ptr<CodecMediaProcess> MixedCodecsPlayer::getMediaProcessor() {
+    return media_processor_;
+}
+
+std::shared_ptr<CodecNetProcess> MixedCodecsPlayer::getNetProcessor() {
+    return net_processor_;
+}
+
+std::shared_ptr<oriplayer::OriPlayer> MixedCodecsPlayer::getOriPlayer() {
+    return nullptr;
+}
+
+int MixedCodecsPlayer::changePeriodById(int, int64_t, const std::shared_ptr<oriplayer::IPeriod> &,
+                                        const std::shared_ptr<oriplayer::StringMap> &) {
+    return -1;
+}
+
+int MixedCodecsPlayer::delPeriodById(int, int64_t) {
+    return -1;
+}
+
+int MixedCodecsPlayer::setRenderConfig(int, const oriplayer::Param &, int) {
+    return -1;
+}
+
+int MixedCodecsPlayer::setFilter(int, oriplayer::StringMap &, int) {
+    return -1;
+}
+
+int MixedCodecsPlayer::displayFrame(const oriplayer::Param &, int) {
+    return -1;
+}
+
+int MixedCodecsPlayer::addSubtitleSource(const char *, const char *) {
+    return -1;
+}
+
+int MixedCodecsPlayer::setSubtitleOffset(int) {
+    return -1;
+}
+
+}  // namespace vexo

@@ -1,0 +1,133 @@
+#include <utility>
+
+#include "base/log.h"
+#include "base/oriplayer/play_list.h"
+#include "mixed/mixed_codecs_player.h"
+#include "timeline/timeline.h"
+
+namespace vexo {
+
+int MixedCodecsPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer::PlayComponent>> &components, int,
+                                     const std::shared_ptr<oriplayer::StringMap> &) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    std::shared_ptr<oriplayer::PlayComponent> component = components.empty() ? nullptr : components[0];
+    std::shared_ptr<oriplayer::IPlayList> list;
+    if (component) {
+        MutexLock lock(fields_mutex_);
+        list = component->playList;  // the component may be this player's own, which stop() empties
+    }
+    stop(true);
+    if (!list) return 0;
+    {
+        MutexLock lock(fields_mutex_);
+        component->playList = list;
+        play_components_[0].swap(component);
+    }
+    const int size = list->getPeriodCount();
+    VEXO_PRINT(LOG_DEBUG, "playlist size:%d", size);
+    for (int i = 0; i < size; ++i) {
+        const std::shared_ptr<oriplayer::IPeriod> period = list->getPeriod(i);
+        VEXO_PRINT(LOG_DEBUG, "add period inner:%d", i);
+        if (!period) break;
+        timelines_[0]->AddBound(period, period->getHeaders());  // the list holds it already
+    }
+    return 0;
+}
+
+int MixedCodecsPlayer::addPeriod(int id, int position, const std::shared_ptr<oriplayer::IPeriod> &period,
+                                 const std::shared_ptr<oriplayer::StringMap> &options) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    addPeriodInner(period, id, position, options);
+    return 0;
+}
+
+void MixedCodecsPlayer::addPeriodInner(const std::shared_ptr<oriplayer::IPeriod> &period, int id, int position,
+                                       const std::shared_ptr<oriplayer::StringMap> &options) {
+    if (!period) {
+        VEXO_PRINT(LOG_ERROR, "no period to add to timeline %d", id);
+        return;
+    }
+    bool taken = false;
+    accessTimeline(id, [&](Timeline *timeline) {
+        const int before = timeline->GetPeriodCount();
+        if (before == 0) forgetStalePeriods(id);
+        if (position == -1) {
+            timeline->AddBound(period, options);
+        } else {
+            timeline->InsertBound(period, options, position);
+        }
+        taken = timeline->GetPeriodCount() != before;
+    });
+    if (taken) makePlayListOf(id)->addPeriod(period, position);
+}
+
+int MixedCodecsPlayer::addSource(int id, int position, const std::shared_ptr<oriplayer::ISource> &source,
+                                 const std::shared_ptr<oriplayer::StringMap> &options) {
+    return accessTimeline(id, [&](Timeline *timeline) { timeline->InsertSource(source, options, position); });
+}
+
+int MixedCodecsPlayer::changePeriod(int id, int index, const std::shared_ptr<oriplayer::IPeriod> &period,
+                                    const std::shared_ptr<oriplayer::StringMap> &options) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    if (!period) {
+        VEXO_PRINT(LOG_ERROR, "no period to replace period %d of timeline %d", index, id);
+        return -1;
+    }
+    bool gone = false;
+    const int result = accessTimeline(id, [&](Timeline *timeline) {
+        const std::shared_ptr<oriplayer::StringMap> own = period->getHeaders();
+        const int before = timeline->GetPeriodCount();
+        timeline->ReplaceBound(period, own ? own : options, index);
+        gone = timeline->GetPeriodCount() < before;
+    });
+    if (const auto list = playListOf(id)) {
+        // A mixed-codecs period without a playable source takes the old one's place with nothing.
+        gone ? list->removePeriod(index) : list->replacePeriod(period, index);
+    }
+    return result;
+}
+
+int MixedCodecsPlayer::delPeriod(int id, int index) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    const int result = accessTimeline(id, [&](Timeline *timeline) { timeline->RemoveBound(index); });
+    if (const auto list = playListOf(id)) list->removePeriod(index);
+    return result;
+}
+
+int MixedCodecsPlayer::clearPeriods(int id) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return accessTimeline(id, [&](Timeline *timeline) {
+        const auto list = playListOf(id);
+        const int count = list ? list->getPeriodCount() : 0;
+        for (int i = 0; i < count; ++i) {
+            timeline->RemoveBound(0);
+            list->removePeriod(0);
+        }
+    });
+}
+
+/// Behind stop(id, flag) the list goes on naming periods that the timeline has lost; it must not count with new ones.
+void MixedCodecsPlayer::forgetStalePeriods(int id) {
+    const auto list = playListOf(id);
+    if (list && list->getPeriodCount() > 0) setPlayListOf(id, oriplayer::IPlayList::create());
+}
+
+std::shared_ptr<oriplayer::IPlayList> MixedCodecsPlayer::playListOf(int id) {
+    if (id != 0 && id != 1) return nullptr;
+    MutexLock lock(fields_mutex_);
+    return play_components_[static_cast<std::size_t>(id)]->playList;
+}
+
+std::shared_ptr<oriplayer::IPlayList> MixedCodecsPlayer::makePlayListOf(int id) {
+    if (auto list = playListOf(id)) return list;
+    auto list = oriplayer::IPlayList::create();
+    setPlayListOf(id, list);
+    return list;
+}
+
+void MixedCodecsPlayer::setPlayListOf(int id, std::shared_ptr<oriplayer::IPlayList> list) {
+    MutexLock lock(fields_mutex_);
+    play_components_[static_cast<std::size_t>(id)]->playList.swap(list);
+}
+
+}  // namespace vexo

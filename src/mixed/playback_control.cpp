@@ -1,0 +1,144 @@
+#include <utility>
+
+#include "base/log.h"
+#include "base/oriplayer/player.h"
+#include "codec/codec_net_process.h"
+#include "mixed/mixed_codecs_player.h"
+#include "timeline/timeline.h"
+
+namespace vexo {
+
+int MixedCodecsPlayer::prepareAsync() {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return prepareAsync(0);
+}
+
+int MixedCodecsPlayer::prepareAsync(int id) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return accessTimeline(id, [](Timeline *timeline) { timeline->Prepare(); });
+}
+
+int MixedCodecsPlayer::start() {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return start(0);
+}
+
+int MixedCodecsPlayer::start(int id) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    if (net_processor_) {
+        net_processor_->RemoveCodecConfigListener();
+        net_processor_->RegisterCodecConfigListener();
+    }
+    if (id == 0 || id == 1) {
+        const auto chosen = static_cast<std::size_t>(id);
+        timelines_[1 - chosen]->Pause();
+        timelines_[chosen]->Start();
+    }
+    return 0;
+}
+
+int MixedCodecsPlayer::goNext(bool withinPeriod) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    int result = -1;
+    VEXO_PRINT(LOG_DEBUG, "active index:%d", getActiveIndex());
+    accessActive([&](Timeline *timeline) {
+        if (timeline->SkipToNext(withinPeriod)) result = 0;
+    });
+    if (result == -1 && getActiveIndex() == 1) {
+        result = start(0);
+        notifyTimelineSwitched(timelines_[0].get());
+    }
+    return result;
+}
+
+int MixedCodecsPlayer::pause() {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return accessActive([](Timeline *timeline) { timeline->Pause(); });
+}
+
+int MixedCodecsPlayer::seekTo(int positionMs, int mode) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return accessActive([=](Timeline *timeline) { timeline->SeekTo(positionMs, mode); });
+}
+
+int MixedCodecsPlayer::seekCurrentPeriodTo(int positionMs, int mode) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return accessActive([=](Timeline *timeline) { timeline->SeekCurrentPeriodTo(positionMs, mode); });
+}
+
+int MixedCodecsPlayer::stop(bool) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    accessBoth([](Timeline *timeline) { timeline->Reset(); });
+    if (net_processor_) net_processor_->RemoveCodecConfigListener();
+    setPlayListOf(0, nullptr);
+    setPlayListOf(1, nullptr);
+    return 0;
+}
+
+int MixedCodecsPlayer::stop(int id, bool) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    if (net_processor_) net_processor_->RemoveCodecConfigListener();
+    return accessTimeline(id, [](Timeline *timeline) { timeline->Reset(); });
+}
+
+int MixedCodecsPlayer::release() {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return -1;
+}
+
+void MixedCodecsPlayer::setVolume(float volume) {
+    accessActive([=](Timeline *timeline) { timeline->SetVolume(volume); });
+}
+
+float MixedCodecsPlayer::getVolume() {
+    float volume = -1.0F;
+    accessActive([&](Timeline *timeline) { volume = timeline->GetVolume(); });
+    return volume;
+}
+
+void MixedCodecsPlayer::setAudioDevice(std::string device) {
+    accessActive([&](Timeline *timeline) { timeline->SetAudioDevice(device); });
+}
+
+int MixedCodecsPlayer::getCurrentPosition(int64_t *positionMs, int mode) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return accessActive([=](Timeline *timeline) { *positionMs = timeline->GetCurrentPosition(mode); });
+}
+
+int MixedCodecsPlayer::getDuration(int64_t *durationMs) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return accessActive([=](Timeline *timeline) { *durationMs = timeline->GetDuration(); });
+}
+
+int MixedCodecsPlayer::getCurrentPeriodDuration(int64_t *durationMs) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return accessActive([=](Timeline *timeline) { *durationMs = timeline->GetPeriodDuration(-1); });
+}
+
+int MixedCodecsPlayer::getCurrentPeriodPosition(int64_t *positionMs, int mode) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    return accessActive([=](Timeline *timeline) { *positionMs = timeline->GetPeriodCurrentPosition(mode); });
+}
+
+int MixedCodecsPlayer::getVideoWidth() {
+    VEXO_PRINT(LOG_INFO, "enter");
+    int width = 0;
+    accessActive([&](Timeline *timeline) { width = timeline->GetVideoWidth(); });
+    return width;
+}
+
+int MixedCodecsPlayer::getVideoHeight() {
+    VEXO_PRINT(LOG_INFO, "enter");
+    int height = 0;
+    accessActive([&](Timeline *timeline) { height = timeline->GetVideoHeight(); });
+    return height;
+}
+
+int MixedCodecsPlayer::getVideoSize(int *width, int *height) {
+    return accessActive([=](Timeline *timeline) {
+        *width = timeline->GetVideoWidth();
+        *height = timeline->GetVideoHeight();
+    });
+}
+
+}  // namespace vexo
