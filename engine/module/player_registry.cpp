@@ -1,0 +1,31 @@
+#include "module/player_registry.h"
+
+#include "playback/session.h"
+
+namespace oriplayer {
+
+// Never destroyed: a thread that outlives main() may still let go of a player.
+PlayerRegistry &PlayerRegistry::instance() {
+    static auto &registry = *new PlayerRegistry;
+    return registry;
+}
+
+std::shared_ptr<Session> PlayerRegistry::createSession() {
+    std::lock_guard lock(mutex_);
+    auto session = std::make_shared<Session>(++lastId_);
+    sessions_[lastId_] = session;
+    return session;
+}
+
+void PlayerRegistry::remove(int playerId) {
+    std::lock_guard lock(mutex_);
+    sessions_.erase(playerId);
+}
+
+std::shared_ptr<Session> PlayerRegistry::find(int playerId) const {
+    std::lock_guard lock(mutex_);
+    const auto found = sessions_.find(playerId);
+    return found == sessions_.end() ? nullptr : found->second.lock();
+}
+
+}  // namespace oriplayer

@@ -1,0 +1,106 @@
+#include "playback/data_source.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace oriplayer {
+namespace {
+
+constexpr std::string_view kRequestHeader = "http_header:";
+
+// Of equal keys in one map the pair added last counts.
+void collect(const StringMap *map, std::vector<std::pair<std::string, std::string>> &pairs) {
+    if (!map) return;
+    for (int i = map->size() - 1; i >= 0; --i) {
+        const char *key = map->keyAt(i);
+        const char *value = map->valueAt(i);
+        if (key && value) pairs.emplace_back(key, value);
+    }
+}
+
+}  // namespace
+
+DataSource::DataSource(const std::vector<std::shared_ptr<PlayComponent>> &components, const StringMap *headers) {
+    collect(headers, pairs_);
+    if (components.empty() || !components[0] || !components[0]->playList) return;
+    period_ = components[0]->playList->getPeriod(0);
+    if (!period_) return;
+    const auto own = period_->getHeaders();
+    collect(own.get(), pairs_);
+}
+
+int64_t DataSource::startMs() const {
+    return period_ ? std::max<int64_t>(0, period_->getStartTime()) : 0;
+}
+
+const std::string *DataSource::header(const std::string &key) const {
+    const auto found = std::find_if(pairs_.begin(), pairs_.end(), [&](const Pair &pair) { return pair.first == key; });
+    return found == pairs_.end() ? nullptr : &found->second;
+}
+
+std::string DataSource::headerOr(const std::string &key, const char *fallback) const {
+    const std::string *value = header(key);
+    return value && !value->empty() ? *value : fallback;
+}
+
+// A live source of type 3 comes without a URL: its address stands in the headers.
+std::string DataSource::resolve(const std::string &url) const {
+    if (!url.empty() || headerOr("datasource_live_type", "") != "3") return url;
+    const std::string server = headerOr("qzrtp_download_ip", headerOr("qzrtp_download_host", "").c_str());
+    if (server.empty()) return {};
+    const std::string token = headerOr("qzrtp_download_token", "");
+    return "http://" + server + ":" + headerOr("qzrtp_download_httpport", "80") + "/" +
+           headerOr("qzrtp_download_stream_id", "") + (token.empty() ? "" : "?token=" + token);
+}
+
+Programme::Item DataSource::itemOf(ISource &source, bool wantsLength) const {
+    std::string url;
+    source.getUrl(0, url);
+    double seconds = 0.0;
+    // A local file alone is opened at once and tells its length itself; a network source may have none.
+    if (wantsLength || url.find("://") != std::string::npos) source.getDuration(0, &seconds);
+    const bool usable = std::isfinite(seconds) && seconds > 0.0 && seconds < 1e9;
+    return {resolve(url), usable ? static_cast<int64_t>(std::llround(seconds * 1e6)) : 0};
+}
+
+std::vector<std::shared_ptr<ISource>> DataSource::sources() const {
+    std::vector<std::shared_ptr<ISource>> sources;
+    const int count = period_ ? period_->getSourceCount() : 0;
+    for (int i = 0; i < count; ++i) {
+        if (auto source = period_->getSource(i)) sources.push_back(std::move(source));
+    }
+    return sources;
+}
+
+InputOptions DataSource::inputOptions(const Properties &properties, std::string userAgent) const {
+    InputOptions options;
+    options.userAgent = std::move(userAgent);
+    options.headers = requestHeaders();
+    options.caFile = properties.caFile;
+    options.timeoutMs = properties.networkTimeoutMs;
+    options.expectHls = headerOr("qzrtp_enable_playlist", "") == "1";
+    options.wantVideo = !properties.pictureOff;
+    options.wantAudio = !properties.soundOff;
+    options.audioTrack = properties.audioTrack;
+    return options;
+}
+
+std::vector<DataSource::Pair> DataSource::requestHeaders() const {
+    std::vector<Pair> result;
+    const auto add = [&result](std::string name, const std::string &value) {
+        const bool known =
+            std::any_of(result.begin(), result.end(), [&](const Pair &pair) { return pair.first == name; });
+        if (!name.empty() && !known) result.emplace_back(std::move(name), value);
+    };
+    for (const auto &[key, value] : pairs_) {
+        if (key.starts_with(kRequestHeader)) add(key.substr(kRequestHeader.size()), value);
+    }
+    // With an address in place of a name the server still has to know which host is meant.
+    if (headerOr("datasource_live_type", "") == "3" && header("qzrtp_download_ip")) {
+        if (const std::string *host = header("qzrtp_download_host")) add("Host", *host);
+    }
+    return result;
+}
+
+}  // namespace oriplayer

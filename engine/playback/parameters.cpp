@@ -1,0 +1,203 @@
+#include "playback/parameters.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string>
+
+namespace oriplayer {
+namespace {
+
+enum Number : int {
+    kMute = 2009,
+    kSpeed = 2104,
+    kHidePictures = 2300,
+    kVolume = 3004,
+    kAudioDevice = 3006,
+    kFrameRate = 1600,
+    kVideoBitRate = 1601,
+    kKeyFrameBytes = 1602,
+    kNetworkBytes = 1707,
+    kConsumed = 1709,
+    kStatistics = 2019,
+    kCurrentVolume = 3005,
+    kNoSchedule = 4001,
+    kSchedule = 4002,
+    kBufferMonitor = 4003,
+};
+
+// Accepted and without effect here.
+constexpr std::array kAccepted{1991, 2001, 2002, 2003, 2004, 2005, 2006, 2007, 2008, 2012, 2013, 2015, 2016, 2100,
+                               2330, 2360, 3200, 3201, 3202, 3300, 3600, 3901, 4100, 4101, 4102, 4105, 4213};
+
+constexpr double kSlowest = 0.5;
+constexpr double kFastest = 4.0;
+
+int32_t toInt(int64_t value) {
+    return static_cast<int32_t>(std::clamp<int64_t>(value, 0, INT32_MAX));
+}
+
+float rate(int64_t count, int64_t us) {
+    return us > 0 ? static_cast<float>(static_cast<double>(count) * 1e6 / static_cast<double>(us)) : 0.0f;
+}
+
+}  // namespace
+
+int Parameters::set(int number, const Param &value) {
+    const Param reading(value);  // begins at the first value
+    switch (number) {
+        case kMute:
+            return setMute(reading.getInt32(-1) != 0);
+        case kSpeed:
+            return setSpeed(reading.getDouble(-1));
+        case kHidePictures:
+            return setShowPictures(reading.getInt32(-1) == 0);
+        case kVolume:
+            return setVolume(reading.getFloat(-1));
+        case kAudioDevice:
+            return setDevice(reading.getCString(-1));
+        default:
+            return std::find(kAccepted.begin(), kAccepted.end(), number) != kAccepted.end() ? 0 : -1;
+    }
+}
+
+int Parameters::setVolume(float volume) {
+    if (std::isnan(volume)) return -1;
+    volume_ = std::clamp(volume, 0.0f, 1.0f);
+    AudioRenderer &sound = session_.stage().sound;
+    sound.setVolume(volume_);
+    if (volume_ > 0.0f && silenceMeansVolume_.exchange(false)) sound.setMuted(false);
+    return 0;
+}
+
+int Parameters::setMute(bool muted) {
+    silenceMeansVolume_ = muted && !session_.stage().control.preparing();
+    session_.stage().sound.setMuted(muted);
+    return 0;
+}
+
+int Parameters::setDevice(const char *name) {
+    Stage &stage = session_.stage();
+    const std::string device = name ? name : "";
+    if (!device.empty() && !AudioRenderer::deviceExists(device)) return -1;
+    stage.settings.setAudioDevice(device);
+    if (!stage.sound.opened()) return 0;
+    return stage.sound.setDevice(device) ? -1 : 0;
+}
+
+int Parameters::setSpeed(double speed) {
+    if (!std::isfinite(speed)) return -1;
+    Stage &stage = session_.stage();
+    stage.clock.setSpeed(std::clamp(speed, kSlowest, kFastest));
+    stage.wakeAll();
+    return 0;
+}
+
+int Parameters::setShowPictures(bool show) {
+    session_.stage().showPictures = show;
+    return 0;
+}
+
+bool Parameters::lacksVideo() const {
+    const Counters &counters = session_.stage().counters;
+    return counters.opened && !counters.hasVideo;
+}
+
+int Parameters::get(int number, Param &value) const {
+    const Counters &counters = session_.stage().counters;
+    Param answer;
+    const bool aboutVideo = number == kFrameRate || number == kVideoBitRate || number == kKeyFrameBytes;
+    if (aboutVideo && lacksVideo()) return -1;
+    switch (number) {
+        case kFrameRate:
+            answer.putDouble(counters.frameRate);
+            break;
+        case kVideoBitRate:
+            answer.putInt64(counters.videoUs > 0 ? av_rescale(counters.videoBytes, 8'000'000, counters.videoUs) : 0);
+            break;
+        case kKeyFrameBytes:
+            answer.putInt64(counters.keyPackets > 0 ? counters.keyBytes / counters.keyPackets : 0);
+            break;
+        case kNetworkBytes:
+            answer.putInt64(counters.networkBytes);
+            break;
+        case kConsumed:
+            answer.putInt64(counters.decoderBytes);
+            answer.putInt64(counters.presentedUs / 1000);
+            break;
+        case kStatistics:
+            getStatistics(answer);
+            break;
+        case kCurrentVolume:
+            answer.putFloat(volume_);
+            break;
+        case kNoSchedule:
+            answer.putInt32(1);
+            break;
+        case kSchedule:
+            answer.putCString("", true);
+            break;
+        case kBufferMonitor:
+            getBuffer(answer);
+            break;
+        default:
+            return -1;
+    }
+    value = answer;
+    return 0;
+}
+
+void Parameters::getBuffer(Param &answer) const {
+    const Stage &stage = session_.stage();
+    const int64_t us = std::max(stage.videoPackets.spanUs(), stage.audioPackets.spanUs());
+    const int64_t bytes = stage.videoPackets.bytes() + stage.audioPackets.bytes();
+    const std::string text = "bufferedMs:" + std::to_string(us / 1000) + ",bufferedBytes:" + std::to_string(bytes) +
+                             ",stalls:" + std::to_string(stage.counters.stalls) + ",";
+    answer.putCString(text.c_str(), true);
+}
+
+// 28 ints and 5 floats in the order that reports expect.
+void Parameters::getStatistics(Param &answer) const {
+    const Counters &c = session_.stage().counters;
+    const int64_t dropped = c.picturesDropped;
+    const int64_t skipped = c.picturesSkipped;
+    const std::array<int64_t, 28> ints{
+        0,                                                                  // eventType
+        c.videoCodec,                                                       // videoCodec
+        0,                                                                  // decodingType: software
+        c.presentedUs / 1000,                                               // playTimeTotal, ms
+        0,                                                                  // avUnSynchronizedTotal
+        skipped,                                                            // videoDecodeDroppedFramesTotal
+        dropped,                                                            // videoRenderDroppedFramesTotal
+        0,                                                                  // audioDecodeDroppedFramesTotal
+        c.soundsDropped,                                                    // audioRenderDroppedFramesTotal
+        c.audioPackets,                                                     // audioDecodeInputTotal
+        c.soundsDecoded,                                                    // audioDecodeOutputTotal
+        c.videoPackets,                                                     // videoDecodeInputTotal
+        c.picturesDecoded,                                                  // videoDecodeOutputTotal
+        c.stalls,                                                           // videoStuckTotal
+        c.hasAudio ? c.stalls.load() : 0,                                   // audioStuckTotal
+        0,                                                                  // noAudioTotal
+        0,                                                                  // noVideoAudioTotal
+        0,                                                                  // imageStuckTotal
+        0,                                                                  // blackScreenTotal
+        0,                                                                  // greenScreenTotal
+        0,                                                                  // blurredScreenTotal
+        0,                                                                  // videoBlackBorderTotal
+        std::llround(c.frameRate.load()),                                   // frameRate
+        c.sampleRate,                                                       // sampleRate
+        0,                                                                  // subtitleAbnormalTotal
+        0,                                                                  // noAudioIntensityTotal
+        0,                                                                  // audioEnhancementVersion
+        c.picturesDecoded > 0 ? c.decodeUs / c.picturesDecoded / 1000 : 0,  // avgVideoDecodeCost, ms
+    };
+    for (const int64_t value : ints) answer.putInt32(toInt(value));
+    answer.putFloat(rate(c.picturesDecoded, c.presentedUs));                  // avgVideoDecodeFrameRate
+    answer.putFloat(rate(c.picturesShown, c.presentedUs));                    // avgVideoRenderFrameRate
+    answer.putFloat(rate(c.soundsDecoded, c.presentedUs));                    // avgAuidoDecodeFrameRate
+    answer.putFloat(rate(c.soundsDecoded - c.soundsDropped, c.presentedUs));  // avgAudioRenderFrameRate
+    const double shown = static_cast<double>(c.picturesShown);
+    answer.putFloat(shown > 0 ? static_cast<float>(static_cast<double>(c.renderUs) / shown / 1000.0) : 0.0f);  // ms
+}
+
+}  // namespace oriplayer

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "base/oriplayer/param.h"
+#include "playback/session.h"
+
+namespace oriplayer {
+
+/// The numbered parameters of a player. Answers come from values that are kept, without input or output.
+/// Threads: any.
+class Parameters {
+public:
+    explicit Parameters(Session &session) : session_(session) {}
+
+    /// 0, or -1 for a number that is unknown or not built, or a value that does not fit.
+    int set(int number, const Param &value);
+    /// 0 and the answer in `value`, also while it is not yet known (a zero); -1 where the number does not apply.
+    int get(int number, Param &value) const;
+
+private:
+    int setVolume(float volume);
+    int setMute(bool muted);
+    int setDevice(const char *name);
+    int setSpeed(double speed);
+    int setShowPictures(bool show);
+    void getBuffer(Param &answer) const;
+    void getStatistics(Param &answer) const;
+    bool lacksVideo() const;
+
+    Session &session_;
+    // A silence asked for before prepareAsync stands for volume 0 and ends with the next volume above it.
+    std::atomic<bool> silenceMeansVolume_{false};
+    std::atomic<float> volume_{1.0f};
+};
+
+}  // namespace oriplayer

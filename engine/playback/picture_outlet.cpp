@@ -1,0 +1,100 @@
+#include "playback/picture_outlet.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/oriplayer/picture.h"
+
+namespace oriplayer {
+namespace {
+
+uint32_t clampWord(int64_t value) {
+    return static_cast<uint32_t>(std::clamp<int64_t>(value, 0, UINT32_MAX));
+}
+
+uint32_t matrixOf(AVColorSpace space) {
+    switch (space) {
+        case AVCOL_SPC_BT709:
+            return kRenderMatrixKnown | kRenderBt709;
+        case AVCOL_SPC_BT2020_NCL:
+            return kRenderMatrixKnown | kRenderBt2020;
+        case AVCOL_SPC_BT470BG:
+        case AVCOL_SPC_SMPTE170M:
+            return kRenderMatrixKnown;
+        default:
+            return 0;
+    }
+}
+
+uint32_t colorOf(const AVFrame &frame) {
+    const bool full = frame.color_range == AVCOL_RANGE_JPEG || frame.format == AV_PIX_FMT_YUVJ420P;
+    return (full ? kRenderFullRange : 0u) | (frame.interlaced_frame ? kRenderInterlaced : 0u) |
+           matrixOf(frame.colorspace);
+}
+
+uint32_t aspectOf(const AVFrame &frame) {
+    const AVRational aspect = frame.sample_aspect_ratio;
+    const bool square = aspect.num <= 0 || aspect.den <= 0 || aspect.num == aspect.den;
+    if (square || aspect.num > 0xFFFF || aspect.den > 0xFFFF) return 0;
+    return static_cast<uint32_t>(aspect.num) << 16 | static_cast<uint32_t>(aspect.den);
+}
+
+}  // namespace
+
+void PictureOutlet::show(const Picture &picture, int64_t lateUs) {
+    stage_.tellSize(picture.frame->width, picture.frame->height);
+    if (stage_.showPictures && open()) render(picture, lateUs);
+    ++stage_.counters.picturesShown;
+    ++number_;
+}
+
+void PictureOutlet::drop() {
+    ++stage_.counters.picturesDropped;
+    ++number_;
+}
+
+// The application may exchange the pipeline while it plays.
+bool PictureOutlet::open() {
+    const auto wanted = stage_.settings.pipeline();
+    if (wanted == pipeline_) return pipeline_ != nullptr;
+    close();
+    if (!wanted || !stage_.pictureGate.enter()) return false;
+    DRWSetup *setup = nullptr;
+    wanted->Open(setup);
+    stage_.pictureGate.leave();
+    pipeline_ = wanted;
+    return true;
+}
+
+// Also behind stop(), which lets no picture through any more but waits for this call.
+void PictureOutlet::close() {
+    if (!pipeline_) return;
+    pipeline_->Close();
+    pipeline_.reset();
+}
+
+void PictureOutlet::render(const Picture &picture, int64_t lateUs) {
+    const AVFrame &frame = *picture.frame;
+    std::array<PlaneEntry, 3> planes{};
+    for (std::size_t i = 0; i < planes.size(); ++i) planes[i] = {frame.linesize[i], frame.data[i]};
+    VideoPicture video{frame.width, frame.height, 0, {}, planes.data()};
+    const auto positionUs = static_cast<uint64_t>(picture.playUs - picture.baseUs);
+    RenderRecord record{};
+    record.words[kRenderPositionLow] = static_cast<uint32_t>(positionUs);
+    record.words[kRenderPositionHigh] = static_cast<uint32_t>(positionUs >> 32);
+    record.words[kRenderDuration] = clampWord(picture.durationUs);
+    record.words[kRenderNumber] = number_;
+    record.words[kRenderDropped] = clampWord(stage_.counters.picturesDropped);
+    record.words[kRenderLateness] = clampWord(lateUs);
+    record.words[kRenderColor] = colorOf(frame);
+    record.words[kRenderAspect] = aspectOf(frame);
+    record.picture = &video;
+    if (!stage_.pictureGate.enter()) return;
+    {
+        Stopwatch watch(stage_.counters.renderUs);
+        pipeline_->Render(&record);
+    }
+    stage_.pictureGate.leave();
+}
+
+}  // namespace oriplayer

@@ -1,0 +1,247 @@
+#include "playback/presenter.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace oriplayer {
+
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr int64_t kInTimeUs = 500;           // closer than this a picture is shown at once
+constexpr int64_t kLateUs = 40'000;          // sound and picture stay within this
+constexpr int64_t kLandingUs = 50'000;       // a first picture further behind the landing place waits for its time
+constexpr int kMostDropped = 7;              // in a row: a machine too slow for the programme still shows something
+constexpr int64_t kDeviceTailUs = 100'000;   // sound beyond the last picture that plays out in the device's mix
+constexpr milliseconds kLookAgain{100};      // the sound may lead differently than extrapolated
+constexpr milliseconds kAwaitSound{500};     // for sound decoded behind the first picture
+constexpr int64_t kEndPatienceUs = 500'000;  // for a device that does not say that it has played everything
+
+}  // namespace
+
+void Presenter::run() {
+    while (!stage_.control.stopped()) {
+        const Next next = step();
+        if (!next || *next > steady_clock::now()) stage_.showWake.wait(next);
+    }
+    outlet_.close();
+}
+
+Presenter::Next Presenter::step() {
+    followGeneration();
+    dropOutdated();
+    if (stage_.control.over()) return std::nullopt;
+    finishUnprepared();
+    if (!stage_.control.prepared() || !stage_.control.started() || stage_.control.ended()) return std::nullopt;
+    return stage_.untimed ? playUntimed() : play();
+}
+
+void Presenter::followGeneration() {
+    const uint32_t generation = stage_.control.generation();
+    if (generation == generation_) return;
+    generation_ = generation;
+    landed_ = false;
+    picturesEnded_ = false;
+    stalled_ = false;
+    pictureShown_ = false;
+    lastEndUs_ = INT64_MIN;
+    dropped_ = 0;
+    stage_.clock.hold();
+}
+
+// Also takes the marker of the end away.
+void Presenter::dropOutdated() {
+    for (;;) {
+        const auto useless = stage_.pictures.dropUseless(generation_);
+        if (useless == PictureQueue::Useless::kNone) break;
+        if (useless == PictureQueue::Useless::kEnd) picturesEnded_ = true;
+        stage_.videoWake.notify();
+    }
+    if (stage_.pictures.front(generation_)) picturesEnded_ = false;  // something was added behind the end
+}
+
+bool Presenter::everythingDecoded() const {
+    return picturesEnded_ && stage_.soundEnded == generation_ && stage_.readAll;
+}
+
+// A source whose pictures all fail still has its sound; one without either has failed.
+void Presenter::finishUnprepared() {
+    if (stage_.control.prepared() || !picturesEnded_) return;
+    if (stage_.soundReady == generation_) return stage_.tellPrepared();
+    if (!everythingDecoded()) return;
+    if (const auto failure = stage_.failure.get()) return stage_.fail(failure->event, failure->error);
+    stage_.fail(kEventNothingPlayable, {AVERROR_INVALIDDATA, "neither a picture nor sound could be decoded"});
+}
+
+Presenter::Next Presenter::play() {
+    if (const auto error = stage_.sound.takeError()) stage_.loseSound(*error);
+    if (!landed_ && !land()) return std::nullopt;
+    if (!stage_.control.wantsToPlay()) return std::nullopt;
+    if (!stage_.clock.running()) {
+        if (const Next later = letRun(); later || !stage_.clock.running()) return later;
+    }
+    account();
+    if (!firstTold_ && !stage_.expectVideo) return awaitFirstSound();
+    if (const auto front = stage_.pictures.front(generation_)) return showDue(*front);
+    return everythingDecoded() ? finish() : waitForMore();
+}
+
+// The first moment of a generation: the picture sought is shown at once, also while paused.
+bool Presenter::land() {
+    const auto front = stage_.pictures.front(generation_);
+    const bool silent = stage_.soundReady != generation_ && stage_.soundEnded != generation_ && !stage_.soundLost;
+    if (!front && (!(picturesEnded_ || !stage_.expectVideo) || silent)) return false;
+    int64_t moment = stage_.landingUs;
+    if (moment == INT64_MIN) moment = front ? front->playUs : 0;
+    stage_.clock.setTo(moment, generation_);
+    accountedUs_ = moment;
+    landed_ = true;
+    landedAt_ = steady_clock::now();
+    stage_.shownGeneration = generation_;
+    stage_.audioWake.notify();
+    if (!front) return true;
+    const bool waits = front->playUs > moment + kLandingUs && stage_.control.wantsToPlay();
+    if (!waits) {
+        if (auto picture = stage_.pictures.pop(generation_)) present(std::move(*picture), 0);
+    }
+    return true;
+}
+
+// Sound and clock start together. Returns when to look again while something is missing.
+Presenter::Next Presenter::letRun() {
+    const bool soundDue = stage_.expectAudio && stage_.soundReady != generation_ && stage_.soundEnded != generation_;
+    if (stalled_) {
+        const bool more = stage_.pictures.front(generation_) || stage_.soundReady == generation_ || everythingDecoded();
+        if (!more) return std::nullopt;
+        stalled_ = false;
+        landedAt_ = steady_clock::now();
+    }
+    if (soundDue && !stage_.soundLost && steady_clock::now() < landedAt_ + kAwaitSound) return landedAt_ + kAwaitSound;
+    if (stage_.clock.run(stage_.control.playingFlag(), soundPlays())) stage_.audioWake.notify();
+    return std::nullopt;
+}
+
+bool Presenter::soundPlays() const {
+    return stage_.soundReady == generation_ && !stage_.soundLost && stage_.sound.bufferedUs() > 0;
+}
+
+Presenter::Next Presenter::showDue(const Front &front) {
+    const int64_t now = stage_.clock.nowUs();
+    if (front.playUs > now + kInTimeUs) {
+        return std::min(stage_.clock.timeOf(front.playUs), steady_clock::now() + kLookAgain);
+    }
+    auto picture = stage_.pictures.pop(generation_);
+    stage_.videoWake.notify();
+    if (!picture) return steady_clock::now();
+    if (tooLate(front, now)) {
+        ++dropped_;
+        lastEndUs_ = picture->playUs + picture->durationUs;
+        outlet_.drop();
+    } else {
+        present(std::move(*picture), now - front.playUs);
+    }
+    return steady_clock::now();
+}
+
+// A picture whose successor is due as well; without one there yet, a picture whose own time is over.
+bool Presenter::tooLate(const Front &front, int64_t nowUs) const {
+    if (nowUs - front.playUs <= kLateUs || dropped_ >= kMostDropped) return false;
+    return front.nextUs.value_or(front.playUs + front.durationUs) <= nowUs;
+}
+
+void Presenter::present(Picture picture, int64_t lateUs) {
+    dropped_ = 0;
+    pictureShown_ = true;
+    lastEndUs_ = picture.playUs + picture.durationUs;
+    outlet_.show(picture, lateUs);
+    stage_.videoWake.notify();
+    if (firstTold_) return;
+    firstTold_ = true;
+    stage_.notifier.post(kEventFirstShown);
+}
+
+Presenter::Next Presenter::awaitFirstSound() {
+    const bool heard = stage_.clock.soundLeads() || stage_.soundLost || everythingDecoded();
+    if (!heard) return steady_clock::now() + milliseconds(10);
+    firstTold_ = true;
+    stage_.notifier.post(kEventFirstShown);
+    return steady_clock::now();
+}
+
+// Nothing to show, and more is to come. What has been decoded is presented first; then, if nothing was read, time
+// stands until there is more. A decoder that is only slow does not stop the clock.
+Presenter::Next Presenter::waitForMore() {
+    const int64_t horizon = std::max<int64_t>(lastEndUs_, stage_.soundEndUs);
+    if (stage_.clock.nowUs() < horizon) {
+        return std::min(stage_.clock.timeOf(horizon), steady_clock::now() + 5 * kLookAgain);
+    }
+    const bool starved = stage_.videoPackets.empty() && stage_.audioPackets.empty() && !stage_.readAll;
+    if (!starved || stage_.clock.soundLeads()) return steady_clock::now() + milliseconds(20);
+    stalled_ = true;
+    ++stage_.counters.stalls;
+    stage_.soundReady = 0;
+    stage_.clock.hold();
+    return std::nullopt;
+}
+
+Presenter::Next Presenter::finish() {
+    const int64_t now = stage_.clock.nowUs();
+    if (pictureShown_ && now < lastEndUs_) return stage_.clock.timeOf(lastEndUs_);
+    const int64_t soundEnd = stage_.soundEndUs;
+    if (stage_.soundLost) {
+        if (!pictureShown_ && now < soundEnd) return stage_.clock.timeOf(soundEnd);
+    } else if (stage_.soundReady == generation_ && !stage_.sound.drained()) {
+        const int64_t waitFor = pictureShown_ ? soundEnd - kDeviceTailUs : soundEnd;
+        if (now < waitFor) return std::min(stage_.clock.timeOf(waitFor), steady_clock::now() + kLookAgain);
+        const bool patient = !pictureShown_ && now < soundEnd + kEndPatienceUs;
+        if (patient) return steady_clock::now() + milliseconds(5);
+    }
+    return conclude();
+}
+
+Presenter::Next Presenter::conclude() {
+    account();
+    const int64_t now = stage_.clock.nowUs();
+    if (const auto failure = stage_.failure.get()) {
+        if (stage_.control.current(generation_)) stage_.fail(failure->event, failure->error);
+        return std::nullopt;
+    }
+    if (!stage_.control.reachEnd(generation_)) return std::nullopt;
+    if (!stage_.untimed) {
+        stage_.sound.leaveToDevice(kDeviceTailUs);
+        stage_.clock.setTo(now, generation_);
+    }
+    stage_.notifier.post(kEventEnd);
+    return std::nullopt;
+}
+
+// As fast as pictures come, none left out; the position is that of the last one.
+Presenter::Next Presenter::playUntimed() {
+    if (!stage_.control.wantsToPlay() && landed_) return std::nullopt;
+    auto picture = stage_.pictures.pop(generation_);
+    if (picture) {
+        landed_ = true;
+        stage_.shownGeneration = generation_;
+        stage_.clock.setTo(picture->playUs, generation_);
+        stage_.counters.presentedUs += picture->durationUs;
+        present(std::move(*picture), 0);
+        return steady_clock::now();
+    }
+    if (!everythingDecoded() || !stage_.control.wantsToPlay()) return std::nullopt;
+    stage_.shownGeneration = generation_;
+    if (pictureShown_) stage_.clock.setTo(lastEndUs_, generation_);
+    return conclude();
+}
+
+void Presenter::account() {
+    const int64_t now = stage_.clock.nowUs();
+    if (stage_.untimed || now <= accountedUs_) return;
+    stage_.counters.presentedUs += now - accountedUs_;
+    accountedUs_ = now;
+}
+
+}  // namespace oriplayer

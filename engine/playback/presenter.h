@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "playback/picture_outlet.h"
+#include "playback/stage.h"
+
+namespace oriplayer {
+
+/// Presents the programme: shows each picture at its time, lets clock and sound run and stand, finds out when it has
+/// stalled and when it is over. Nothing is presented before start().
+///
+/// Threads: everything on the thread "ori-show".
+class Presenter {
+public:
+    explicit Presenter(Stage &stage) : stage_(stage), outlet_(stage) {}
+    void run();
+
+private:
+    /// When to look again if nothing wakes the thread before.
+    using Next = std::optional<SteadyTime>;
+    using Front = PictureQueue::Front;
+
+    Next step();
+    void followGeneration();
+    void dropOutdated();
+    bool beginsToPresent();
+    Next play();
+    Next playUntimed();
+    void finishUnprepared();
+
+    bool land();
+    Next letRun();
+    Next showDue(const Front &front);
+    bool tooLate(const Front &front, int64_t nowUs) const;
+    void present(Picture picture, int64_t lateUs);
+    Next awaitFirstSound();
+    Next waitForMore();
+    Next finish();
+    Next conclude();
+    bool soundPlays() const;
+    bool everythingDecoded() const;
+    void account();
+
+    Stage &stage_;
+    PictureOutlet outlet_;
+    // of the generation
+    uint32_t generation_ = 0;
+    bool landed_ = false;
+    bool picturesEnded_ = false;
+    bool stalled_ = false;
+    bool pictureShown_ = false;
+    int64_t lastEndUs_ = INT64_MIN;  ///< play scale, end of the last picture shown
+    int64_t accountedUs_ = 0;        ///< play scale, counted as presented so far
+    SteadyTime landedAt_;
+    // of the player
+    bool firstTold_ = false;
+    int dropped_ = 0;  ///< pictures in a row
+};
+
+}  // namespace oriplayer

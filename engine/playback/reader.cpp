@@ -1,0 +1,356 @@
+#include "playback/reader.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace oriplayer {
+namespace {
+
+// A stream that is interleaved far away may let the other's queue grow to this, once more if it has nothing at all.
+constexpr int64_t kMostBytes = 48 << 20;
+
+int64_t timeOf(const AVPacket &packet) {
+    return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+}
+
+}  // namespace
+
+void Reader::run() {
+    begin();
+    while (!stage_.control.over()) {
+        takeAdded();
+        if (const auto seek = stage_.control.takeSeek()) {
+            carryOut(*seek);
+        } else if (stage_.readAll && (index_ + 1 < stage_.programme.count() || stage_.looping) &&
+                   !stage_.failure.get()) {
+            stage_.readAll = false;
+            stage_.control.resumeFromEnd();
+            finishSource();
+        } else if (stage_.readAll || !hasRoom()) {
+            stage_.readWake.wait();
+        } else {
+            readOne();
+        }
+    }
+    stage_.counters.downloading = false;
+}
+
+void Reader::add(const std::shared_ptr<ISource> &source) {
+    {
+        std::lock_guard lock(mutex_);
+        if (source_.period()) source_.period()->addSource(source);
+        if (begun_) added_.push_back(source);
+    }
+    stage_.readWake.notify();
+}
+
+void Reader::begin() {
+    const Properties properties = currentProperties();
+    options_ = source_.inputOptions(properties, stage_.settings.userAgent());
+    options_.cancel = &stage_.control.stoppedFlag();
+    decoderThreads_ = properties.decoderThreads;
+    stage_.untimed = properties.untimed;
+    std::vector<std::shared_ptr<ISource>> sources;
+    {
+        std::lock_guard lock(mutex_);
+        sources = source_.sources();
+        begun_ = true;
+    }
+    for (const auto &source : sources) stage_.programme.append(source_.itemOf(*source, sources.size() > 1));
+    if (sources.empty())
+        return stage_.fail(kEventCannotOpen, {AVERROR(EINVAL), "nothing to play: no source was given"});
+    stage_.control.setStart(source_.startMs() * 1000);
+}
+
+void Reader::takeAdded() {
+    std::vector<std::shared_ptr<ISource>> added;
+    {
+        std::lock_guard lock(mutex_);
+        added.swap(added_);
+    }
+    for (const auto &source : added) stage_.programme.append(source_.itemOf(*source, true));
+}
+
+void Reader::carryOut(const SeekRequest &seek) {
+    generation_ = seek.generation;
+    stage_.readAll = false;
+    stage_.failure.clear();
+    stage_.videoPackets.clear();
+    stage_.audioPackets.clear();
+    stage_.clock.clearRounds();
+    baseUs_ = 0;
+    int64_t target = seek.positionUs;
+    if (!arrive(target)) {
+        beginGeneration(target);
+        return pushEnd();
+    }
+    if (seek.mode == SeekMode::kKeyFrame && video_ && target > 0) {
+        landOnKeyFrame(target);
+    } else {
+        beginGeneration(target);
+    }
+}
+
+// Opens the source that holds the position and goes there; cuts the target to what there is.
+bool Reader::arrive(int64_t &target) {
+    if (input_) target = withinProgramme(target);
+    const auto place = stage_.programme.locate(target);
+    if ((!input_ || place.index != index_) && !open(place.index)) return false;
+    target = withinProgramme(target);
+    offsetUs_ = place.startUs;
+    if (!goTo(target - offsetUs_)) return false;
+    if (!input_->seekable() && !untouched_) target = INT64_MIN;  // it goes on where it stands
+    return true;
+}
+
+int64_t Reader::withinProgramme(int64_t positionUs) const {
+    const int64_t total = stage_.programme.totalUs();
+    return total > 0 ? std::min(positionUs, total) : positionUs;
+}
+
+bool Reader::goTo(int64_t positionUs) {
+    if (untouched_ && positionUs <= 0) return true;
+    if (!input_->seekable()) return true;
+    if (const MediaError error = input_->seek(positionUs)) {
+        giveUp(kEventReadFailed, error);
+        return false;
+    }
+    endUs_ = 0;
+    untouched_ = false;
+    return true;
+}
+
+// The key frame's own time is where the sound has to begin: it is known when the packet has been read.
+void Reader::landOnKeyFrame(int64_t targetUs) {
+    std::vector<std::pair<PacketPtr, SourceInput::Stream>> held;
+    constexpr std::size_t kMost = 2000;  // packets; sound alone over 20 s means that there is no picture to find
+    while (held.size() < kMost) {
+        SourceInput::Stream stream{};
+        PacketPtr packet = read(stream);
+        if (!packet) break;
+        const bool picture = stream == SourceInput::Stream::kVideo;
+        if (picture && timeOf(*packet) != AV_NOPTS_VALUE) targetUs = timeOf(*packet) + offsetUs_;
+        held.emplace_back(std::move(packet), stream);
+        if (picture) break;
+    }
+    beginGeneration(targetUs);
+    for (auto &[packet, stream] : held) handOn(std::move(packet), stream);
+}
+
+bool Reader::open(int index) {
+    countMedium();
+    closedBytes_ = stage_.counters.mediumBytes;
+    closedNetworkBytes_ = stage_.counters.networkBytes;
+    input_.reset();
+    const std::string url = stage_.programme.url(index);
+    if (url.empty()) {
+        giveUp(kEventCannotOpen, {AVERROR(EINVAL), "opening a source without a URL"});
+        return false;
+    }
+    auto input = std::make_unique<SourceInput>();
+    if (const MediaError error = input->open(url, options_)) {
+        const bool unplayable = input->failure() == SourceInput::Failure::kNothingPlayable;
+        giveUp(unplayable ? kEventNothingPlayable : kEventCannotOpen, error);
+        return false;
+    }
+    input_ = std::move(input);
+    index_ = index;
+    endUs_ = 0;
+    untouched_ = true;
+    MediaError error;
+    if (!openDecoders(error)) {
+        giveUp(kEventNothingPlayable, error);
+        return false;
+    }
+    stage_.programme.setLength(index, input_->durationUs());
+    describeStreams();
+    return true;
+}
+
+// One stream that no decoder is there for does not silence the other.
+bool Reader::openDecoders(MediaError &error) {
+    video_.reset();
+    audio_.reset();
+    if (input_->video()) {
+        video_ = std::make_shared<VideoDecoder>();
+        if (const MediaError failed = video_->open(*input_->video(), decoderThreads_)) {
+            error = failed;
+            video_.reset();
+        }
+    }
+    if (input_->audio()) {
+        audio_ = std::make_shared<AudioDecoder>();
+        if (const MediaError failed = audio_->open(*input_->audio())) {
+            if (!error) error = failed;
+            audio_.reset();
+        }
+    }
+    return video_ || audio_;
+}
+
+void Reader::describeStreams() {
+    Counters &counters = stage_.counters;
+    counters.hasVideo = video_ != nullptr;
+    counters.hasAudio = audio_ != nullptr;
+    if (video_) {
+        counters.videoCodec = video_->codecId();
+        const AVRational rate = input_->video()->avg_frame_rate;
+        if (rate.num > 0 && rate.den > 0) counters.frameRate = av_q2d(rate);
+    }
+    if (audio_) counters.sampleRate = input_->audio()->codecpar->sample_rate;
+    counters.opened = true;
+    counters.downloading = input_->network();
+}
+
+void Reader::beginGeneration(int64_t targetUs) {
+    stage_.landingUs = targetUs;
+    stage_.expectVideo = video_ != nullptr;
+    stage_.expectAudio = audio_ != nullptr && !stage_.untimed;
+    pushBoth(StreamItem::Kind::kFlush, targetUs);
+    pushStreams();
+}
+
+void Reader::pushStreams() {
+    StreamItem item;
+    item.kind = StreamItem::Kind::kStream;
+    item.generation = generation_;
+    item.baseUs = baseUs_;
+    StreamItem other;
+    other.kind = item.kind;
+    other.generation = item.generation;
+    other.baseUs = item.baseUs;
+    item.video = video_;
+    other.audio = audio_;
+    stage_.videoPackets.push(std::move(item));
+    stage_.audioPackets.push(std::move(other));
+    stage_.videoWake.notify();
+    stage_.audioWake.notify();
+}
+
+void Reader::pushEnd() {
+    stage_.readAll = true;
+    stage_.counters.downloading = false;
+    pushBoth(StreamItem::Kind::kEnd, INT64_MIN);
+}
+
+void Reader::pushBoth(StreamItem::Kind kind, int64_t targetUs) {
+    for (PacketQueue *queue : {&stage_.videoPackets, &stage_.audioPackets}) {
+        StreamItem item;
+        item.kind = kind;
+        item.generation = generation_;
+        item.targetUs = targetUs;
+        item.baseUs = baseUs_;
+        queue->push(std::move(item));
+    }
+    stage_.videoWake.notify();
+    stage_.audioWake.notify();
+}
+
+// One stream's full queue does not stop the other's, or a file that is interleaved badly would stand still.
+bool Reader::hasRoom() const {
+    const bool videoWants = video_ && !stage_.videoPackets.full();
+    const bool audioWants = audio_ && !stage_.audioPackets.full();
+    if (!videoWants && !audioWants) return false;
+    const int64_t bytes = stage_.videoPackets.bytes() + stage_.audioPackets.bytes();
+    const bool starving = (video_ && stage_.videoPackets.empty()) || (audio_ && stage_.audioPackets.empty());
+    return bytes < (starving ? 2 * kMostBytes : kMostBytes);
+}
+
+// Null at the end or behind a failure: both have been handled.
+PacketPtr Reader::read(SourceInput::Stream &stream) {
+    PacketPtr packet(av_packet_alloc());
+    const int result = packet ? input_->read(packet.get(), stream) : AVERROR(ENOMEM);
+    countMedium();
+    untouched_ = false;
+    if (result >= 0) return packet;
+    if (result != AVERROR_EOF) {
+        stage_.failure.set(
+            {kEventReadFailed, {result, "reading " + stage_.programme.url(index_) + ": " + avErrorText(result)}});
+    }
+    return nullptr;
+}
+
+void Reader::readOne() {
+    SourceInput::Stream stream{};
+    PacketPtr packet = read(stream);
+    if (packet) {
+        handOn(std::move(packet), stream);
+    } else if (stage_.failure.get()) {
+        pushEnd();
+    } else {
+        finishSource();
+    }
+}
+
+void Reader::handOn(PacketPtr packet, SourceInput::Stream stream) {
+    const bool picture = stream == SourceInput::Stream::kVideo;
+    if (picture ? !video_ : !audio_) return;
+    count(*packet, stream);
+    if (timeOf(*packet) != AV_NOPTS_VALUE) {
+        endUs_ = std::max(endUs_, timeOf(*packet) + packet->duration);
+        stage_.bufferedEndUs = offsetUs_ + endUs_;
+    }
+    const int64_t shift = offsetUs_ + baseUs_;
+    if (packet->pts != AV_NOPTS_VALUE) packet->pts += shift;
+    if (packet->dts != AV_NOPTS_VALUE) packet->dts += shift;
+    StreamItem item;
+    item.generation = generation_;
+    item.packet = std::move(packet);
+    (picture ? stage_.videoPackets : stage_.audioPackets).push(std::move(item));
+    (picture ? stage_.videoWake : stage_.audioWake).notify();
+}
+
+void Reader::count(const AVPacket &packet, SourceInput::Stream stream) {
+    if (stream != SourceInput::Stream::kVideo) return;
+    Counters &counters = stage_.counters;
+    counters.videoBytes += packet.size;
+    counters.videoUs += packet.duration;
+    if ((packet.flags & AV_PKT_FLAG_KEY) == 0) return;
+    ++counters.keyPackets;
+    counters.keyBytes += packet.size;
+}
+
+void Reader::countMedium() {
+    if (!input_) return;
+    stage_.counters.mediumBytes = closedBytes_ + input_->bytesRead();
+    stage_.counters.networkBytes = closedNetworkBytes_ + (input_->network() ? input_->bytesRead() : 0);
+}
+
+void Reader::finishSource() {
+    stage_.programme.setMeasured(index_, endUs_);
+    const int next = index_ + 1;
+    const bool goesOn = next < stage_.programme.count() ? startNext(next) : stage_.looping && startOver();
+    if (!goesOn) pushEnd();
+}
+
+bool Reader::startNext(int index) {
+    if (!open(index)) return false;
+    offsetUs_ = stage_.programme.startOf(index);
+    pushStreams();
+    return true;
+}
+
+// False if there is nothing that could be played again.
+bool Reader::startOver() {
+    const int64_t length = stage_.programme.startOf(stage_.programme.count());
+    if (length <= 0) return false;
+    const bool reopen = index_ != 0 || !input_->seekable();
+    if (reopen && !open(0)) return false;
+    offsetUs_ = 0;
+    if (!goTo(0)) return false;
+    endUs_ = 0;
+    baseUs_ += length;
+    stage_.clock.addRound(baseUs_, baseUs_);
+    pushStreams();
+    return true;
+}
+
+// What was read before is still presented: the failure is told behind it.
+void Reader::giveUp(PlayerEvent event, MediaError error) {
+    if (stage_.control.stopped()) return;
+    const bool nothingRead = !stage_.control.prepared() && !stage_.counters.opened;
+    if (nothingRead) return stage_.fail(event, error);
+    stage_.failure.set({event, std::move(error)});
+}
+
+}  // namespace oriplayer

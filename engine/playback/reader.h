@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "base/oriplayer/source.h"
+#include "input/source_input.h"
+#include "playback/data_source.h"
+#include "playback/stage.h"
+
+namespace oriplayer {
+
+/// Opens the sources in turn and fills the packet queues, carries out seeks, begins anew when looping. The next source
+/// is opened as soon as the one before is read, while that is still being presented.
+///
+/// Threads: add() from any, all else on the thread "ori-read". Lock: mutex_, for what add() leaves behind.
+class Reader {
+public:
+    Reader(Stage &stage, const DataSource &source) : stage_(stage), source_(source) {}
+
+    void run();
+    /// A source behind the others, in the programme and in its period.
+    void add(const std::shared_ptr<ISource> &source);
+
+private:
+    void begin();
+    void takeAdded();
+    void carryOut(const SeekRequest &seek);
+    bool arrive(int64_t &target);
+    int64_t withinProgramme(int64_t positionUs) const;
+    bool open(int index);
+    bool openDecoders(MediaError &error);
+    bool goTo(int64_t positionUs);
+    void landOnKeyFrame(int64_t targetUs);
+    void beginGeneration(int64_t targetUs);
+    void pushStreams();
+    void pushEnd();
+    void pushBoth(StreamItem::Kind kind, int64_t targetUs);
+
+    bool hasRoom() const;
+    void readOne();
+    PacketPtr read(SourceInput::Stream &stream);
+    void handOn(PacketPtr packet, SourceInput::Stream stream);
+    void count(const AVPacket &packet, SourceInput::Stream stream);
+    void countMedium();
+    void describeStreams();
+    void finishSource();
+    bool startNext(int index);
+    bool startOver();
+    void giveUp(PlayerEvent event, MediaError error);
+
+    Stage &stage_;
+    const DataSource &source_;
+    InputOptions options_;
+    int decoderThreads_ = 0;
+
+    std::unique_ptr<SourceInput> input_;
+    std::shared_ptr<VideoDecoder> video_;
+    std::shared_ptr<AudioDecoder> audio_;
+    int index_ = -1;          ///< the source that input_ reads
+    int64_t offsetUs_ = 0;    ///< its beginning on the programme's scale
+    int64_t baseUs_ = 0;      ///< length of the rounds read before, when looping
+    int64_t endUs_ = 0;       ///< end of what was read of it, on its own scale
+    bool untouched_ = false;  ///< input_ stands at its beginning
+    uint32_t generation_ = 0;
+    int64_t closedBytes_ = 0;         ///< read from sources that are closed
+    int64_t closedNetworkBytes_ = 0;  ///< the same, from the network
+
+    std::mutex mutex_;
+    bool begun_ = false;                           ///< guarded by mutex_
+    std::vector<std::shared_ptr<ISource>> added_;  ///< guarded by mutex_
+};
+
+}  // namespace oriplayer

@@ -1,0 +1,107 @@
+#include "playback/session.h"
+
+#include <chrono>
+#include <exception>
+#include <functional>
+#include <utility>
+
+namespace oriplayer {
+namespace {
+
+// stop() is back within 100 ms; a thread that hangs longer in the system is left to end by itself.
+constexpr std::chrono::milliseconds kThreadPatience{90};
+
+}  // namespace
+
+bool Session::setDataSource(DataSource source) {
+    std::lock_guard lock(sourceMutex_);
+    if (source_ || stage_.control.preparing() || stage_.control.stopped()) return false;
+    source_.emplace(std::move(source));
+    return true;
+}
+
+bool Session::addSource(const std::shared_ptr<ISource> &source) {
+    if (!source || stage_.control.over()) return false;
+    std::lock_guard lock(sourceMutex_);
+    if (!source_ || !source_->period()) return false;
+    if (reader_) {
+        reader_->add(source);
+    } else {
+        source_->period()->addSource(source);
+    }
+    return true;
+}
+
+bool Session::prepare() {
+    if (!stage_.control.prepare()) return false;
+    {
+        std::lock_guard lock(sourceMutex_);
+        if (!source_) source_.emplace(std::vector<std::shared_ptr<PlayComponent>>(), nullptr);
+        reader_ = std::make_unique<Reader>(stage_, *source_);
+    }
+    return launchThreads();
+}
+
+bool Session::launchThreads() {
+    // What a thread throws is memory that is not there: the player has failed, the process goes on.
+    const auto guarded = [this](auto body) {
+        return [this, body] {
+            try {
+                body();
+            } catch (const std::exception &exception) {
+                stage_.fail(kEventDecodeFailed, {AVERROR(ENOMEM), exception.what()});
+            }
+        };
+    };
+    const auto self = shared_from_this();
+    return threads_.launch("ori-event", self, guarded([this] { stage_.notifier.run(); })) &&
+           threads_.launch("ori-show", self, guarded([this] { presenter_.run(); })) &&
+           threads_.launch("ori-audio", self, guarded([this] { audioPipe_.run(); })) &&
+           threads_.launch("ori-video", self, guarded([this] { videoPipe_.run(); })) &&
+           threads_.launch("ori-read", self, guarded([this] { reader_->run(); }));
+}
+
+bool Session::start() {
+    if (!stage_.control.start()) return false;
+    stage_.showWake.notify();
+    return true;
+}
+
+void Session::pause() {
+    stage_.control.pause();
+    if (!stage_.control.stopped()) stage_.clock.hold();
+    stage_.showWake.notify();
+}
+
+bool Session::seek(int64_t positionUs, SeekMode mode) {
+    const int64_t total = stage_.programme.totalUs();
+    if (total > 0 && stage_.control.prepared()) positionUs = std::min(positionUs, total);
+    if (!stage_.control.seek(positionUs, mode)) return false;
+    stage_.dropOutdated();
+    return true;
+}
+
+void Session::setLooping(bool looping) {
+    const bool before = stage_.looping.exchange(looping);
+    // What was read ahead of a round that shall not come is read anew, from where it is.
+    if (before && !looping && stage_.control.prepared() && stage_.clock.roundsAhead() > 0) {
+        seek(stage_.positionUs(), SeekMode::kExact);
+    }
+    stage_.readWake.notify();
+}
+
+void Session::stop() {
+    const bool first = stage_.control.stop();
+    stage_.notifier.silence();
+    stage_.pictureGate.close();
+    if (first && !stage_.control.ended()) stage_.clock.hold();
+    stage_.dropOutdated();
+    const bool inside = stage_.notifier.gate().isOutside() || stage_.pictureGate.isOutside();
+    if (!inside) {
+        stage_.notifier.gate().waitUntilBack();
+        stage_.pictureGate.waitUntilBack();
+    }
+    if (!inside) threads_.waitForOthers(std::chrono::steady_clock::now() + kThreadPatience);
+}
+
+}  // namespace oriplayer

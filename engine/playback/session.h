@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "playback/audio_pipe.h"
+#include "playback/data_source.h"
+#include "playback/presenter.h"
+#include "playback/reader.h"
+#include "playback/stage.h"
+#include "playback/thread_set.h"
+#include "playback/video_pipe.h"
+
+namespace oriplayer {
+
+/// The running of one data source: the stage, the parts on it and their threads, which share the session and outlive
+/// whoever lets go of it.
+///
+/// Threads: any, also the player's own from inside a callback.
+class Session : public std::enable_shared_from_this<Session> {
+public:
+    explicit Session(int playerId) : stage_(playerId) {}
+
+    Stage &stage() { return stage_; }
+    const Stage &stage() const { return stage_; }
+
+    /// Once, before prepare().
+    bool setDataSource(DataSource source);
+    bool addSource(const std::shared_ptr<ISource> &source);
+    /// Starts the threads.
+    bool prepare();
+    bool start();
+    void pause();
+    bool seek(int64_t positionUs, SeekMode mode);
+    void setLooping(bool looping);
+    /// Ends everything. Behind it nothing is told, shown or heard; from inside a callback, nothing but what another
+    /// callback of this player is just doing. Waits at most 90 ms and for callbacks under way.
+    void stop();
+
+private:
+    bool launchThreads();
+
+    Stage stage_;
+    std::mutex sourceMutex_;
+    std::optional<DataSource> source_;  ///< guarded by sourceMutex_ until prepare(), then read only
+    std::unique_ptr<Reader> reader_;    ///< the same
+    VideoPipe videoPipe_{stage_};
+    AudioPipe audioPipe_{stage_};
+    Presenter presenter_{stage_};
+    ThreadSet threads_;
+};
+
+}  // namespace oriplayer

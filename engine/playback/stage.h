@@ -1,0 +1,112 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "output/audio_renderer.h"
+#include "playback/control.h"
+#include "playback/counters.h"
+#include "playback/data_source.h"
+#include "playback/download_speed.h"
+#include "playback/notifier.h"
+#include "playback/packet_queue.h"
+#include "playback/picture_queue.h"
+#include "playback/play_clock.h"
+#include "playback/programme.h"
+#include "playback/settings.h"
+#include "playback/signal.h"
+
+namespace oriplayer {
+
+/// A failure of reading, told when what was read before it has been presented.
+/// Threads: any.
+class DeferredFailure {
+public:
+    struct Failure {
+        PlayerEvent event = kEventReadFailed;
+        MediaError error;
+    };
+    void set(Failure failure) {
+        std::lock_guard lock(mutex_);
+        failure_ = std::move(failure);
+    }
+    void clear() {
+        std::lock_guard lock(mutex_);
+        failure_.reset();
+    }
+    std::optional<Failure> get() const {
+        std::lock_guard lock(mutex_);
+        return failure_;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::optional<Failure> failure_;
+};
+
+/// What the threads of one player share: the queues between them, what is wanted, what was reached, and the signals
+/// that wake them. Each part locks for itself; no two locks are held at once, but for the clock's over the renderer's.
+///
+///   ori-read ── videoPackets ──▶ ori-video ── pictures ──▶ ori-show ──▶ pipeline
+///       └────── audioPackets ──▶ ori-audio ──▶ sound (the device's thread)
+///   all ── notifier ──▶ ori-event ──▶ listener
+struct Stage {
+    explicit Stage(int playerId) : id(playerId) {}
+
+    const int id;
+    Control control;
+    Settings settings;
+    Counters counters;
+    Programme programme;
+    Notifier notifier{id, settings};
+    CallbackGate pictureGate;
+    DeferredFailure failure;
+    DownloadSpeed downloadSpeed;
+
+    PacketQueue videoPackets;
+    PacketQueue audioPackets;
+    PictureQueue pictures;
+    AudioRenderer sound;
+    PlayClock clock{sound};
+
+    Signal readWake;
+    Signal videoWake;
+    Signal audioWake;
+    Signal showWake;
+
+    std::atomic<bool> looping{false};
+    std::atomic<bool> showPictures{true};  ///< false: pictures are paced and counted, not handed out
+
+    // Set by the reader before it hands out the first item of a generation.
+    std::atomic<bool> untimed{false};
+    std::atomic<bool> expectVideo{false};  ///< the source in which the generation begins has pictures
+    std::atomic<bool> expectAudio{false};
+    std::atomic<int64_t> landingUs{INT64_MIN};  ///< play scale, where the generation begins; INT64_MIN: anywhere
+    std::atomic<bool> readAll{false};           ///< there is nothing more to read
+    std::atomic<int64_t> bufferedEndUs{0};      ///< position behind the last packet read
+    std::atomic<uint32_t> soundReady{0};        ///< generation of which sound waits in the renderer
+    std::atomic<uint32_t> soundEnded{0};        ///< generation whose sound has been decoded to its end
+    std::atomic<int64_t> soundEndUs{0};         ///< play scale, end of the sound decoded last
+    std::atomic<bool> soundLost{false};         ///< no device: what is decoded is paced and goes nowhere
+    std::atomic<uint32_t> shownGeneration{0};   ///< generation of what is presented
+
+    void wakeAll();
+    /// Wakes all, drops what is out of date and makes waits for room end.
+    void dropOutdated();
+
+    /// 306 if the size is new.
+    void tellSize(int width, int height);
+    /// 1000, once.
+    void tellPrepared();
+    /// One of 501 to 504: final.
+    void fail(PlayerEvent event, const MediaError &error);
+    /// 505, once; the clock goes on without sound.
+    void loseSound(const MediaError &error);
+
+    int64_t positionUs() const;
+};
+
+}  // namespace oriplayer

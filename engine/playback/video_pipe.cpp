@@ -1,0 +1,161 @@
+#include "playback/video_pipe.h"
+
+#include <utility>
+
+namespace oriplayer {
+namespace {
+
+// Pictures and sound stay within 40 ms of each other; from there on the decoder leaves out what it can.
+constexpr int64_t kLateUs = 40'000;
+
+}  // namespace
+
+void VideoPipe::run() {
+    while (!stage_.control.over()) {
+        auto item = stage_.videoPackets.pop();
+        if (!item) {
+            stage_.videoWake.wait();
+            continue;
+        }
+        stage_.readWake.notify();
+        if (stage_.control.current(item->generation)) handle(std::move(*item));
+    }
+}
+
+bool VideoPipe::outdated() const {
+    return stage_.control.over() || !stage_.control.current(generation_);
+}
+
+void VideoPipe::handle(StreamItem item) {
+    switch (item.kind) {
+        case StreamItem::Kind::kFlush:
+            beginGeneration(item);
+            break;
+        case StreamItem::Kind::kStream:
+            drain();
+            decoder_ = std::move(item.video);
+            if (decoder_) decoder_->skipBefore(landed_ ? INT64_MIN : targetUs_);
+            baseUs_ = item.baseUs;
+            break;
+        case StreamItem::Kind::kPacket:
+            ++stage_.counters.videoPackets;
+            stage_.counters.decoderBytes += item.packet->size;
+            keepPace(*item.packet);
+            decode(item.packet.get());
+            break;
+        case StreamItem::Kind::kEnd:
+            drain();
+            deliverEnd();
+            break;
+    }
+}
+
+void VideoPipe::beginGeneration(const StreamItem &item) {
+    generation_ = item.generation;
+    targetUs_ = item.targetUs;
+    baseUs_ = item.baseUs;
+    landed_ = false;
+    skipping_ = false;
+    skipped_.reset();
+    if (decoder_) decoder_->flush();
+}
+
+// Late pictures are left out where that is cheapest: in the decoder, which knows what no other picture needs.
+void VideoPipe::keepPace(const AVPacket &packet) {
+    if (!decoder_ || !landed_ || stage_.untimed || packet.pts == AV_NOPTS_VALUE) return;
+    const bool playing = stage_.clock.running() && stage_.shownGeneration == generation_;
+    const int64_t now = stage_.clock.nowUs();
+    const bool late = playing && packet.pts + packet.duration < now - kLateUs;
+    if (!late && !skipping_) return;
+    decoder_->skipBefore(late ? now : INT64_MIN);
+    skipping_ = late;
+}
+
+void VideoPipe::decode(const AVPacket *packet) {
+    if (!decoder_) return;
+    for (;;) {
+        int result = 0;
+        {
+            Stopwatch watch(stage_.counters.decodeUs);
+            result = decoder_->send(packet);
+        }
+        receive();
+        if (result != AVERROR(EAGAIN) || outdated()) return;
+    }
+}
+
+void VideoPipe::receive() {
+    while (!outdated()) {
+        FramePtr frame(av_frame_alloc());
+        if (!frame) return stage_.fail(kEventDecodeFailed, {AVERROR(ENOMEM), "no memory for a picture"});
+        int result = 0;
+        {
+            Stopwatch watch(stage_.counters.decodeUs);
+            result = decoder_->receive(frame.get());
+        }
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
+        if (result < 0) {
+            const std::string what = std::string("decoding ") + decoder_->codecName() + ": " + avErrorText(result);
+            return stage_.fail(kEventDecodeFailed, {result, what});
+        }
+        ++stage_.counters.picturesDecoded;
+        take(std::move(frame));
+    }
+}
+
+void VideoPipe::drain() {
+    if (!decoder_) return;
+    decode(nullptr);
+    decoder_->flush();
+}
+
+void VideoPipe::take(FramePtr frame) {
+    const int64_t end = frame->pts + frame->pkt_duration;
+    if (!landed_ && targetUs_ != INT64_MIN && end <= targetUs_) {
+        skipped_ = std::move(frame);
+        return;
+    }
+    if (!landed_ && decoder_) decoder_->skipBefore(INT64_MIN);
+    skipped_.reset();
+    deliver(std::move(frame));
+}
+
+void VideoPipe::deliver(FramePtr frame) {
+    landed_ = true;
+    Picture picture;
+    picture.generation = generation_;
+    picture.playUs = frame->pts;
+    picture.durationUs = frame->pkt_duration;
+    picture.baseUs = baseUs_;
+    MediaError error;
+    {
+        Stopwatch watch(stage_.counters.decodeUs);
+        picture.frame = converter_.toI420(std::move(frame), error);
+    }
+    if (!picture.frame) return stage_.fail(kEventDecodeFailed, error);
+    if (!stage_.control.prepared()) {
+        stage_.tellSize(picture.frame->width, picture.frame->height);
+        stage_.tellPrepared();
+    }
+    put(std::move(picture));
+}
+
+// A seek behind the last picture shows that one.
+void VideoPipe::deliverEnd() {
+    if (!landed_ && skipped_) deliver(std::move(skipped_));
+    Picture end;
+    end.generation = generation_;
+    put(std::move(end));
+}
+
+void VideoPipe::put(Picture picture) {
+    while (!outdated()) {
+        if (stage_.pictures.push(picture)) {
+            stage_.showWake.notify();
+            return;
+        }
+        stage_.videoWake.wait();
+    }
+}
+
+}  // namespace oriplayer

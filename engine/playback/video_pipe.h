@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "decode/picture_converter.h"
+#include "playback/stage.h"
+
+namespace oriplayer {
+
+/// Makes pictures of packets: decodes, brings into I420, leaves out what lies before the position sought.
+/// Threads: everything on the thread "ori-video".
+class VideoPipe {
+public:
+    explicit VideoPipe(Stage &stage) : stage_(stage) {}
+    void run();
+
+private:
+    void handle(StreamItem item);
+    void beginGeneration(const StreamItem &item);
+    void decode(const AVPacket *packet);
+    void receive();
+    void drain();
+    void take(FramePtr frame);
+    void deliver(FramePtr frame);
+    void deliverEnd();
+    void put(Picture picture);
+    void keepPace(const AVPacket &packet);
+    bool outdated() const;
+
+    Stage &stage_;
+    std::shared_ptr<VideoDecoder> decoder_;
+    PictureConverter converter_;
+    FramePtr skipped_;  ///< the last picture before the position sought: shown if none follows
+    uint32_t generation_ = 0;
+    int64_t targetUs_ = INT64_MIN;
+    int64_t baseUs_ = 0;
+    bool landed_ = false;    ///< a picture of this generation was delivered
+    bool skipping_ = false;  ///< the decoder was told to leave pictures out
+};
+
+}  // namespace oriplayer
