@@ -116,15 +116,17 @@ TEST_F(Facade, AnOrdinaryCommandReturnsBehindTheTaskThatRuns) {
 }
 
 TEST_F(Facade, CommandsInACallbackOrATaskWaitForNobodyAndKeepTheOrder) {
+    std::promise<void> accepted;
     std::promise<void> release;
     reports_.onLine = [&](const std::string &line) {
         if (line != "prepareAsyn impl call\n") return;
         player_->setDisplay(nullptr);  // inside the task
+        accepted.set_value();
         release.get_future().wait();
     };
     create();
     player_->prepareAsync();
-    reports_.awaitLine("setDisplay call\n");
+    accepted.get_future().wait();
     application_.onPicture = [&] { player_->start(); };
     application_.onEvent = [&](int) {
         showPicture();  // a callback in a callback
