@@ -182,7 +182,7 @@ private:
     };
 
     // The lists, timeline_build.cpp and timeline_editing.cpp
-    static NewPeriod Measure(const PeriodPtr &period, const HeadersPtr &headers);
+    static NewPeriod Measure(const PeriodPtr &period, HeadersPtr headers);
     static std::unique_ptr<PlayBound> CreateBound(const PeriodPtr &period, const HeadersPtr &headers);
     static void CopyPeriodOptions(const PeriodPtr &from, const PeriodPtr &to, int64_t start);
     static HeadersPtr CloneHeaders(const HeadersPtr &headers);
@@ -222,7 +222,7 @@ private:
     void DropPlayer(PlayBound *bound, Detach detach) VEXO_REQUIRES(mutex_);
     void ApplyPlayerSettings(oriplayer::IOriPlayer &player) VEXO_REQUIRES(mutex_);
     void BindListener(oriplayer::IOriPlayer &player) VEXO_REQUIRES(mutex_);
-    void GiveDataSource(oriplayer::IOriPlayer &player, PlayBound *bound) VEXO_REQUIRES(mutex_);
+    static void LogHeaders(const PlayBound &bound);
     void TellPeriodSwitched() VEXO_REQUIRES(mutex_);
     void ApplyVolume(oriplayer::IOriPlayer &player) VEXO_REQUIRES(mutex_);
 

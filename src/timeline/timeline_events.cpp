@@ -1,0 +1,137 @@
+// From the engine's threads through the looper to the listeners, and what the timeline itself does about it.
+#include <exception>
+#include <new>
+#include <sstream>
+
+#include "base/clock.h"
+#include "base/log.h"
+#include "timeline/timeline.h"
+
+namespace vexo {
+
+void Timeline::PostMessage_(int64_t id, int what, int arg1, int arg2, const oriplayer::Param &param) {
+    try {
+        auto copy = std::make_shared<oriplayer::Param>(param);
+        copy->dupString();
+        copy->setMalloc(true);
+        Event event{epoch_, id, what, arg1, arg2, std::move(copy)};
+        ThreadMessage message;
+        message.task = [this, event = std::move(event)] { HandleCallback(event); };
+        looper_.Post(message);
+    } catch (const std::bad_alloc &error) {
+        std::stringstream text;
+        text << error.what();
+        VEXO_SINK("bad_alloc encountered, %s", text.str().c_str());
+    } catch (const std::exception &) {
+        VEXO_PRINT(LOG_VERBOSE, "exception encountered");
+    } catch (...) {
+        VEXO_PRINT(LOG_VERBOSE, "what ever");
+    }
+}
+
+// The looper's thread only.
+void Timeline::HandleCallback(Event event) {
+    Changes stamped;
+    if (StampEvent(event, stamped) && TellListeners(event)) {
+        VEXO_PRINT(LOG_VERBOSE, "callback:%d", event.what);
+        React(event, stamped);
+    }
+    event.param->freeString();
+}
+
+// The event takes the identity of the bound that is current now. False if it is from before a Reset.
+bool Timeline::StampEvent(Event &event, Changes &stamped) {
+    MutexLock lock(mutex_);
+    if (IsOld(event)) return false;
+    stamped = changes_;
+    if (const PlayBound *current = Current()) {
+        const auto [timeline_id, period_id, source_id] = current->identity;
+        VEXO_PRINT(LOG_DEBUG, "current: source_id:%d, period_id:%d, timeline_id:%d", source_id, period_id, timeline_id);
+        event.id = int64_t{timeline_id & 0xFF} << 16 | int64_t{period_id & 0xFF} << 8 | int64_t{source_id & 0xFF};
+    } else if (identity_ != -1) {
+        event.id = identity_;
+    }
+    const PlayerPtr player = CurrentPlayer();
+    if (event.what == kEventVideoSize && player) {
+        video_width_ = player->getVideoWidth();
+        video_height_ = player->getVideoHeight();
+    }
+    return true;
+}
+
+// False if a Reset came meanwhile: then no further listener is told.
+bool Timeline::TellListeners(const Event &event) {
+    const CallbackScope scope(*token_);
+    if (const auto listener = listener_.Get(); listener && !IsOld(event)) {
+        listener->notify(event.id, event.what, event.arg1, event.arg2, *event.param);
+    }
+    if (IsOld(event)) return false;
+    if (const auto listener = internal_listener_.Get()) {
+        listener->notify(
+            {event.id, event.what, event.arg1, event.arg2, *event.param, this, current_play_bound_.load()});
+    }
+    return !IsOld(event);
+}
+
+void Timeline::React(const Event &event, const Changes &stamped) {
+    if (event.what == kEventEnd) OnEnd(event, stamped);
+    if (event.what == kEventPrepared) OnPrepared(event, stamped);
+    if (event.what == kEventFirstPicture) OnFirstPicture(event);
+}
+
+// Goes on to the next bound, unless a listener or another thread has moved or sought since the event was stamped: their
+// command came later and stands.
+void Timeline::OnEnd(const Event &event, const Changes &stamped) {
+    MutexLock lock(mutex_);
+    PlayBound *current = Current();
+    VEXO_PRINT(LOG_DEBUG, "current play bound:%p", static_cast<void *>(current));
+    if (IsOld(event) || changes_.bound != stamped.bound || changes_.seek != stamped.seek) return;
+    video_width_ = -1;
+    video_height_ = -1;
+    if (!current) return;
+    std::size_t next = all_bounds_.size();
+    if (!Holds(removed_bounds_, current)) {
+        next = PlaceOf(current) + 1;
+    } else if (HasPeriod(current->period_index)) {
+        next = PlaceOf(period_bounds_[static_cast<std::size_t>(current->period_index)]);
+    }
+    if (next < all_bounds_.size()) {
+        Switch(all_bounds_[next].get(), 0);
+    } else {
+        StopPlayback();
+    }
+}
+
+void Timeline::OnPrepared(const Event &event, const Changes &stamped) {
+    MutexLock lock(mutex_);
+    const PlayerPtr player = CurrentPlayer();
+    if (!player || IsOld(event) || changes_.player != stamped.player) return;
+    PlayBound *current = Current();
+    int64_t duration = 0;
+    player->getDuration(&duration);
+    VEXO_PRINT(LOG_VERBOSE, "current_play_bound_:%p, duration:%lld", static_cast<void *>(current),
+               static_cast<long long>(duration));
+    current->duration = duration;
+    const bool waits_for_start =
+        current == first_play_bound_ || (!all_bounds_.empty() && current == all_bounds_.front().get());
+    if (waits_for_start && !entered_started_) return;
+    player->start();
+    // Two timelines must not sound at once: the other one may have been started by the command that paused this one.
+    if (paused_since_) player->pause();
+}
+
+// Tells how long the client waited for a picture, once the first period shows one.
+void Timeline::OnFirstPicture(const Event &event) {
+    {
+        MutexLock lock(mutex_);
+        const PlayBound *current = Current();
+        if (!current || current->period_index != 0 || IsOld(event)) return;
+    }
+    const int64_t elapsed = static_cast<int64_t>(GetCurrentTimeMs()) - last_add_time_;
+    const CallbackScope scope(*token_);
+    if (const auto listener = listener_.Get()) {
+        listener->notify(event.id, kEventStartDelay, static_cast<int>(elapsed), event.arg2, *event.param);
+    }
+}
+
+}  // namespace vexo

@@ -1,0 +1,165 @@
+// From bound to bound: prepare, start, switch, skip, stop, reset.
+#include <exception>
+#include <new>
+
+#include "base/log.h"
+#include "timeline/timeline.h"
+
+namespace vexo {
+
+namespace {
+
+// Reset goes on whatever happens in it.
+template <typename Work> void Guarded(const Work &work) {
+    try {
+        work();
+    } catch (const std::bad_alloc &) {
+        VEXO_SINK("bad alloc on reset call");
+    } catch (...) {
+        VEXO_SINK("unknown exception on reset call");
+    }
+}
+
+}  // namespace
+
+void Timeline::Prepare() {
+    try {
+        looper_.Ensure();
+    } catch (const std::exception &error) {
+        VEXO_PRINT(LOG_ERROR, "no looper, events will be lost: %s", error.what());
+    }
+    MutexLock lock(mutex_);
+    for (const auto &bound : all_bounds_) {
+        if (bound->period->getStartTime() == -1) continue;
+        first_play_bound_ = bound.get();
+        Switch(bound.get(), 0);
+        return;
+    }
+}
+
+int32_t Timeline::Start() {
+    MutexLock lock(mutex_);
+    const int32_t state = state_;
+    PlayerPtr player;
+    if (state == kIdle && first_play_bound_) player = first_play_bound_->Player();
+    if (state == kIdle && !player && !all_bounds_.empty()) player = all_bounds_.front()->Player();
+    if (state == kPaused) player = CurrentPlayer();
+    if (!player) return 0;
+    paused_since_ = false;
+    const int32_t result = player->start();
+    state_ = kStarted;
+    return result;
+}
+
+void Timeline::Pause() {
+    MutexLock lock(mutex_);
+    const PlayerPtr player = CurrentPlayer();
+    if (!player) return;
+    player->pause();
+    paused_since_ = true;
+    state_ = kPaused;
+}
+
+void Timeline::Stop() {
+    MutexLock lock(mutex_);
+    StopPlayback();
+}
+
+void Timeline::StopPlayback() {
+    PlayBound *current = Current();
+    if (current && current->bound_player) DropPlayer(current, Detach::kYes);
+    SetCurrent(nullptr);
+    state_ = kIdle;
+}
+
+void Timeline::Reset() {
+    const uint64_t begun = epoch_;
+    // A callback must not wait for the thread that it stands on, nor for the other looper of its player, whose callback
+    // may be resetting as well.
+    const bool in_callback = CallbackScope::Contains(*token_);
+    Guarded([&] { looper_.Renew(in_callback ? LooperSlot::Old::kKeepAside : LooperSlot::Old::kJoin); });
+    MutexLock lock(mutex_);
+    // While the looper was joined a callback may have reset the timeline and filled it anew: that is the later command.
+    if (epoch_ != begun) return;
+    Guarded([this]() VEXO_NO_THREAD_SAFETY_ANALYSIS { StopPlayback(); });
+    Clear();
+    ++epoch_;
+}
+
+void Timeline::Clear() {
+    PlayBound *current = Current();
+    if (current && current->bound_player) DropPlayer(current, Detach::kNo);
+    state_ = kIdle;
+    first_play_bound_ = nullptr;
+    SetCurrent(nullptr);
+    period_bounds_.clear();
+    all_bounds_.clear();
+    video_surface_.reset();
+}
+
+bool Timeline::SkipToNext(bool withinPeriod) {
+    MutexLock lock(mutex_);
+    PlayBound *current = Current();
+    VEXO_PRINT(LOG_DEBUG, "current_play_bound_:%p, state:%d", static_cast<void *>(current), state_.load());
+    if (!current || state_ != kStarted) return false;
+    const auto next_period = static_cast<std::size_t>(NextPeriod(current));
+    std::size_t next = next_period;
+    std::size_t size = period_bounds_.size();
+    if (withinPeriod) {
+        size = all_bounds_.size();
+        next = size;
+        if (Holds(removed_bounds_, current)) {
+            if (next_period < period_bounds_.size()) next = PlaceOf(period_bounds_[next_period]);
+        } else {
+            next = PlaceOf(period_bounds_[static_cast<std::size_t>(current->period_index)]) + 1;
+        }
+    }
+    VEXO_PRINT(LOG_DEBUG, "size:%d, next:%d", static_cast<int>(size), static_cast<int>(next));
+    if (next >= size) return false;
+    Switch(withinPeriod ? all_bounds_[next].get() : period_bounds_[next], 0);
+    return true;
+}
+
+// Without a seek mode the bound plays from its period's start time; with one from `position`.
+void Timeline::Switch(PlayBound *bound, int64_t position, std::optional<int> seekMode) {
+    if (!bound) return;
+    VEXO_PRINT(LOG_INFO, "switch to %d", bound->period_index);
+    PlayBound *current = Current();
+    if (current && current->bound_player) {
+        if (current == bound) {
+            bound->start_position = position;
+            SeekPlayer(position, seekMode.value_or(0));
+            return;
+        }
+        DropPlayer(current, Detach::kNo);
+    }
+    bound->start_position = position;
+    Enter(bound);
+    if (seekMode && (position > 0 || bound->period->getStartTime() > 0)) SeekPlayer(position, *seekMode);
+}
+
+void Timeline::Enter(PlayBound *bound) {
+    SetCurrent(bound);
+    entered_started_ = state_ == kStarted;
+    paused_since_ = false;
+    PlayBoundPrepare(bound);
+}
+
+// A seek into another bound arrives there. Before Start that bound becomes the one that waits for it.
+void Timeline::SeekInto(PlayBound *bound, int64_t position, int mode) {
+    if (bound == Current() && bound->bound_player) {
+        SeekPlayer(position, mode);
+        return;
+    }
+    if (state_ == kIdle) first_play_bound_ = bound;
+    Switch(bound, position, mode);
+}
+
+void Timeline::SeekPlayer(int64_t position, int mode) {
+    const PlayerPtr player = CurrentPlayer();
+    if (!player) return;
+    ++changes_.seek;
+    player->seekTo(static_cast<int32_t>(position), mode);
+}
+
+}  // namespace vexo

@@ -1,0 +1,147 @@
+// The arithmetic that makes the bounds look like one programme.
+#include "base/log.h"
+#include "timeline/timeline.h"
+
+namespace vexo {
+
+int64_t Timeline::GetDuration() {
+    MutexLock lock(mutex_);
+    int64_t total = 0;
+    for (const auto &bound : all_bounds_) total += bound->duration;
+    return total;
+}
+
+int64_t Timeline::GetCurrentPosition(int mode) {
+    MutexLock lock(mutex_);
+    int64_t total = 0;
+    const PlayBound *current = Current();
+    if (state_ != kIdle && current) {
+        for (const auto &bound : all_bounds_) {
+            if (bound.get() == current) break;
+            total += bound->duration;
+        }
+    }
+    int64_t position = 0;
+    if (const PlayerPtr player = CurrentPlayer()) player->getCurrentPosition(&position, mode);
+    return total + position;
+}
+
+int64_t Timeline::GetPeriodDuration(int index) {
+    MutexLock lock(mutex_);
+    int64_t total = 0;
+    const PlayBound *current = Current();
+    if (index == -1 && Holds(removed_bounds_, current)) {
+        total = BoundDuration(current, all_bounds_.size());
+    } else {
+        const int32_t period = index == -1 && current ? current->period_index : index;
+        if (HasPeriod(period)) {
+            const std::size_t end = PeriodEnd(period);
+            for (std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(period)]); place < end; ++place) {
+                total += BoundDuration(all_bounds_[place].get(), place);
+            }
+        }
+    }
+    VEXO_PRINT(LOG_INFO, "duration:%lld", static_cast<long long>(total));
+    return total;
+}
+
+// What the bound's player says, else what is known of it.
+int64_t Timeline::BoundDuration(const PlayBound *bound, std::size_t place) const {
+    int64_t value = 0;
+    if (const PlayerPtr player = bound->Player()) {
+        player->getDuration(&value);
+        VEXO_PRINT(LOG_DEBUG, "duration get from player:%lld, index:%d", static_cast<long long>(value),
+                   static_cast<int>(place));
+    }
+    if (value > 0) return value;
+    VEXO_PRINT(LOG_DEBUG, "duration get from bound:%lld, index:%d", static_cast<long long>(bound->duration),
+               static_cast<int>(place));
+    return bound->duration;
+}
+
+int64_t Timeline::GetPeriodCurrentPosition(int mode) {
+    MutexLock lock(mutex_);
+    int64_t position = 0;
+    const PlayBound *current = Current();
+    if (current && current->bound_player) {
+        if (Holds(removed_bounds_, current)) {  // alone in what was its period
+            position = BoundPosition(current, all_bounds_.size(), mode);
+        } else {
+            std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(current->period_index)]);
+            for (; all_bounds_[place].get() != current; ++place) {
+                position += BoundDuration(all_bounds_[place].get(), place);
+            }
+            position += BoundPosition(current, place, mode);
+        }
+    }
+    VEXO_PRINT(LOG_INFO, "position:%lld", static_cast<long long>(position));
+    return position;
+}
+
+// Until the engine has moved, the position is where the period will begin.
+int64_t Timeline::BoundPosition(const PlayBound *bound, std::size_t place, int mode) const {
+    int64_t value = 0;
+    bound->Player()->getCurrentPosition(&value, mode);
+    VEXO_PRINT(LOG_DEBUG, "position get from current player:%lld, index:%d", static_cast<long long>(value),
+               static_cast<int>(place));
+    if (value > 0) return value;
+    const int64_t start = bound->period ? bound->period->getStartTime() : -1;
+    return start >= 0 ? start : 0;
+}
+
+// A position on the exact end of a bound stays there. A bound of unknown length takes all that is left.
+void Timeline::SeekTo(int64_t position, int mode) {
+    MutexLock lock(mutex_);
+    int64_t base = 0;
+    for (const auto &bound : all_bounds_) {
+        if (bound->duration == 0 || base + bound->duration >= position) {
+            SeekInto(bound.get(), position - base, mode);
+            return;
+        }
+        base += bound->duration;
+    }
+}
+
+// A position on the exact end of a bound goes on to the next.
+void Timeline::SeekCurrentPeriodTo(int64_t position, int mode) {
+    MutexLock lock(mutex_);
+    PlayBound *current = Current();
+    if (!current || !current->bound_player) return;
+    auto remaining = static_cast<int32_t>(position);
+    const auto ends_in = [&remaining](const PlayBound &bound) {
+        if (bound.duration == 0 || remaining < bound.duration) return true;
+        remaining -= static_cast<int32_t>(bound.duration);
+        return false;
+    };
+    const bool removed = Holds(removed_bounds_, current);
+    if (removed && ends_in(*current)) {
+        SeekInto(current, remaining, mode);
+        return;
+    }
+    if (!HasPeriod(current->period_index)) return;
+    std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(current->period_index)]);
+    for (; place < all_bounds_.size(); ++place) {
+        if (ends_in(*all_bounds_[place])) {
+            SeekInto(all_bounds_[place].get(), remaining, mode);
+            return;
+        }
+    }
+}
+
+int32_t Timeline::GetVideoWidth() {
+    MutexLock lock(mutex_);
+    if (video_width_ < 1) {
+        if (const PlayerPtr player = CurrentPlayer()) video_width_ = player->getVideoWidth();
+    }
+    return video_width_;
+}
+
+int32_t Timeline::GetVideoHeight() {
+    MutexLock lock(mutex_);
+    if (video_height_ < 1) {
+        if (const PlayerPtr player = CurrentPlayer()) video_height_ = player->getVideoHeight();
+    }
+    return video_height_;
+}
+
+}  // namespace vexo
