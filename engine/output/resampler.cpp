@@ -52,6 +52,9 @@ bool Resampler::fit(const AVFrame &frame, Sound &out) {
     int result = swr_alloc_set_opts2(&context, &to, AV_SAMPLE_FMT_FLT, rate_, &from,
                                      static_cast<AVSampleFormat>(frame.format), frame.sample_rate, 0, nullptr);
     av_channel_layout_uninit(&from);
+    // One channel is played by both speakers as it is, not 3 dB lower.
+    constexpr double kBoth[kSoundChannels] = {1.0, 1.0};
+    if (result >= 0 && frame.ch_layout.nb_channels == 1) result = swr_set_matrix(context, kBoth, 1);
     if (result >= 0) result = swr_init(context);
     context_.reset(context);
     if (result < 0) context_.reset();

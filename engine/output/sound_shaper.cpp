@@ -30,10 +30,12 @@ bool SoundShaper::push(const AVFrame &frame, int64_t positionUs, double speed) {
     if (std::abs(off) <= kLongestRepairUs && off > kToleranceUs) {
         sound.appendSilence(static_cast<std::size_t>(off * rate_ / 1e6));
         inputUs_ += off;
-    } else if (std::abs(off) <= kLongestRepairUs && off < -kToleranceUs) {
+    } else if (std::abs(off) <= kLongestRepairUs && off < (cutting_ ? 0.0 : -kToleranceUs)) {
         skip = static_cast<int>(-off * frame.sample_rate / 1e6);
-        if (skip >= frame.nb_samples) return true;
+        cutting_ = skip >= frame.nb_samples;
+        if (cutting_) return true;
     }
+    cutting_ = false;
     // A frame that cannot be converted is a gap: the next one fills it.
     if (resampler_.convertFrom(frame, skip, sound)) inputUs_ += 1e6 * (frame.nb_samples - skip) / frame.sample_rate;
     return passOn(sound);
@@ -42,6 +44,7 @@ bool SoundShaper::push(const AVFrame &frame, int64_t positionUs, double speed) {
 bool SoundShaper::begin(int64_t positionUs) {
     if (begun_ && !finish()) return false;
     begun_ = true;
+    cutting_ = false;
     inputUs_ = outputUs_ = static_cast<double>(positionUs);
     return true;
 }

@@ -38,6 +38,7 @@ private:
     Resampler resampler_;
     Tempo tempo_;
     bool begun_ = false;
+    bool cutting_ = false;   ///< the last frame was left out as an overlap: the next is cut to the sample
     double inputUs_ = 0.0;   ///< where the next frame should begin
     double outputUs_ = 0.0;  ///< where the next sound for the taker begins
 };

@@ -1,0 +1,89 @@
+// What really reaches the device: SDL's disk driver writes it into a file.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "engine/output/tone.h"
+#include "output/audio_renderer.h"
+
+namespace {
+
+using namespace oriplayer;
+using namespace std::chrono_literals;
+
+std::filesystem::path &file() {
+    static std::filesystem::path path =
+        std::filesystem::temp_directory_path() / ("vexo_sound_" + std::to_string(getpid()) + ".raw");
+    return path;
+}
+
+struct Disk : testing::Test {
+    static void SetUpTestSuite() {
+        setenv("SDL_AUDIODRIVER", "disk", 1);
+        setenv("SDL_DISKAUDIOFILE", file().c_str(), 1);
+        setenv("SDL_DISKAUDIODELAY", "2", 1);  // ms a block: ten times as fast as it is heard
+    }
+    static void TearDownTestSuite() { std::filesystem::remove(file()); }
+
+    static std::vector<float> written() {
+        std::ifstream in(file(), std::ios::binary);
+        const std::string bytes(std::istreambuf_iterator<char>(in), {});
+        std::vector<float> samples(bytes.size() / sizeof(float) / 2 * 2);
+        std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
+        return tone::left(samples);
+    }
+    /// All that was written once so many more samples are there.
+    static std::vector<float> writtenAfter(std::size_t more) {
+        const auto wanted = std::filesystem::file_size(file()) + more * 2 * sizeof(float);
+        const auto deadline = std::chrono::steady_clock::now() + 10s;
+        while (std::filesystem::file_size(file()) < wanted && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(1ms);
+        }
+        return written();
+    }
+    static void play(AudioRenderer &sound, double hertz, float amplitude, double seconds) {
+        const int frames = static_cast<int>(seconds * 44'100);
+        ASSERT_TRUE(sound.push(*tone::frame(44'100, frames, hertz, amplitude), 0));
+        sound.finish();
+    }
+};
+
+TEST_F(Disk, TwoPlayersAreHeardTogether_SilenceBehindThem) {
+    AudioRenderer low, high;
+    ASSERT_FALSE(low.open(""));
+    ASSERT_FALSE(high.open(""));
+    play(low, 300, 0.3F, 0.25);
+    play(high, 3000, 0.3F, 0.25);
+    writtenAfter(4096);
+    EXPECT_EQ(tone::peak(written()), 0.0F) << "nothing is heard before start";
+    low.start();
+    high.start();
+    low.leaveToDevice(250'000);
+    high.leaveToDevice(250'000);
+    const auto all = writtenAfter(30'000);
+    EXPECT_GT(tone::peak(all), 0.5F);
+    EXPECT_LE(tone::peak(all), 0.61F);
+    EXPECT_EQ(tone::peak({all.end() - 4096, all.end()}), 0.0F);
+    EXPECT_LT(tone::steepest(all), static_cast<float>(0.3 * 2 * M_PI * (3300 + 400) / 48'000));
+}
+
+TEST_F(Disk, TooLoudTogether_IsSaturated) {
+    AudioRenderer one, other;
+    ASSERT_FALSE(one.open(""));
+    ASSERT_FALSE(other.open(""));
+    for (AudioRenderer *sound : {&one, &other}) {
+        play(*sound, 440, 0.9F, 0.2);
+        sound->start();
+    }
+    one.leaveToDevice(250'000);
+    other.leaveToDevice(250'000);
+    EXPECT_EQ(tone::peak(writtenAfter(30'000)), 1.0F);
+}
+
+}  // namespace

@@ -1,0 +1,190 @@
+#include "output/audio_voice.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+
+#include "engine/output/tone.h"
+
+namespace {
+
+using namespace oriplayer;
+using namespace std::chrono_literals;
+
+constexpr int kRate = 48'000;
+constexpr std::size_t kBlock = 1024;
+
+/// A voice and a device whose time the test moves: each block is heard when the one before it has ended.
+struct Voice : testing::Test {
+    void write(std::size_t frames, double positionUs, double speed = 1.0) {
+        const std::vector<float> level(frames * 2, 0.5F);
+        ASSERT_TRUE(voice.write(level.data(), frames, positionUs, 1e6 * speed / kRate));
+    }
+    void mix(int blocks = 1) {
+        for (; blocks > 0; --blocks) {
+            std::vector<float> block(kBlock * 2);
+            voice.mix(block.data(), kBlock, heardAt);
+            const auto one = tone::left(block);
+            heard.insert(heard.end(), one.begin(), one.end());
+            heardAt += std::chrono::nanoseconds(kBlock * 1'000'000'000 / kRate);
+        }
+    }
+    std::optional<int64_t> positionAfter(std::chrono::microseconds time) const {
+        return voice.positionUs(start + time);
+    }
+
+    const SoundTime start{1000s};
+    AudioVoice voice{kRate};
+    SoundTime heardAt = start;
+    std::vector<float> heard;
+};
+
+TEST_F(Voice, Position_IsWhatIsHeardAtThatMoment) {
+    write(4800, 700'000);
+    mix();
+    EXPECT_EQ(positionAfter(0us), std::nullopt) << "nothing plays before start";
+    voice.start();
+    const SoundTime begin = heardAt;
+    mix();
+    EXPECT_EQ(voice.positionUs(begin - 1ms), std::nullopt) << "mixed, but not heard yet";
+    EXPECT_EQ(voice.positionUs(begin), 700'000);
+    EXPECT_NEAR(static_cast<double>(*voice.positionUs(begin + 10ms)), 710'000, 2);
+    EXPECT_NEAR(static_cast<double>(*voice.positionUs(begin + 50ms)), 721'333, 2) << "never ahead of the mix";
+    mix();
+    EXPECT_NEAR(static_cast<double>(*voice.positionUs(begin + 10ms)), 721'333, 2) << "never backwards";
+    EXPECT_EQ(voice.endPositionUs(), 800'000);
+    EXPECT_NEAR(static_cast<double>(voice.bufferedUs(begin + 40ms)), 60'000, 2);
+}
+
+TEST_F(Voice, Speed_PositionsCountTheSourcesTime) {
+    write(4800, 0, 2.0);
+    voice.start();
+    mix(2);
+    EXPECT_NEAR(static_cast<double>(*positionAfter(30ms)), 60'000, 2);
+    EXPECT_EQ(voice.endPositionUs(), 200'000);
+}
+
+TEST_F(Voice, RunningDry_IsNoClock_AndNewSoundIsOneAgain) {
+    write(1000, 0);
+    voice.start();
+    mix(2);
+    EXPECT_FALSE(voice.drained(heardAt)) << "more may come";
+    EXPECT_EQ(voice.positionUs(heardAt), std::nullopt);
+    write(4800, 500'000);
+    const SoundTime again = heardAt;
+    mix();
+    EXPECT_EQ(voice.positionUs(again - 1ms), std::nullopt);
+    EXPECT_EQ(voice.positionUs(again), 500'000);
+}
+
+TEST_F(Voice, Finished_DrainsWhenTheLastSoundWasHeard) {
+    write(1000, 0);
+    voice.finish();
+    voice.start();
+    EXPECT_FALSE(voice.drained(heardAt));
+    mix();
+    EXPECT_FALSE(voice.drained(start + 20ms));
+    EXPECT_TRUE(voice.drained(start + 21ms));
+    EXPECT_GT(heard[999], 0.49F) << "the end of a stream is not faded";
+}
+
+TEST_F(Voice, Paused_NothingIsTakenAndThePositionStands) {
+    write(9600, 0);
+    voice.start();
+    mix(2);
+    voice.pause();
+    mix();
+    const auto stands = voice.positionUs(heardAt + 1s);
+    heard.clear();
+    mix(3);
+    EXPECT_EQ(tone::peak(heard), 0.0F);
+    EXPECT_EQ(voice.positionUs(heardAt + 2s), stands);
+    voice.start();
+    const SoundTime again = heardAt;
+    mix();
+    EXPECT_NEAR(static_cast<double>(*voice.positionUs(again)), static_cast<double>(*stands), 2);
+}
+
+TEST_F(Voice, Muted_IsSilentWhileTheClockRuns) {
+    voice.setMuted(true);
+    write(9600, 0);
+    voice.start();
+    mix(4);
+    EXPECT_EQ(tone::peak(heard), 0.0F);
+    EXPECT_NEAR(static_cast<double>(*positionAfter(50ms)), 50'000, 2);
+}
+
+TEST_F(Voice, Cuts_AreRampedNotClicked) {
+    struct Case {
+        const char *name;
+        std::function<void()> cut;
+    };
+    const Case cases[] = {
+        {"start", [] {}},
+        {"pause", [this] { voice.pause(); }},
+        {"flush", [this] { voice.flush(); }},
+        {"flush and new sound", [this] { voice.flush(), write(4800, 0); }},
+        {"mute", [this] { voice.setMuted(true); }},
+        {"volume", [this] { voice.setVolume(0.1F); }},
+        {"left with little", [this] { voice.leave(5'000); }},
+        {"left with nothing", [this] { voice.leave(0); }},
+        {"run dry", [this] { mix(20); }},
+    };
+    for (const Case &one : cases) {
+        SCOPED_TRACE(one.name);
+        std::destroy_at(&voice);
+        std::construct_at(&voice, kRate);
+        heard.assign(1, 0.0F);
+        write(7000, 0);
+        voice.start();
+        mix(2);
+        one.cut();
+        mix(3);
+        EXPECT_GT(tone::peak(heard), 0.49F);
+        EXPECT_LT(tone::steepest(heard), 0.5F / 96 * 1.1F);  // the whole level in 2 ms
+    }
+}
+
+TEST_F(Voice, Left_PlaysOutSoMuchAndIsGone) {
+    struct Case {
+        int64_t maximumUs;
+        bool running;
+        std::size_t frames;
+    };
+    for (const Case &one : {Case{100'000, true, 4800}, Case{500'000, true, 9000}, Case{100'000, false, 0}}) {
+        AudioVoice left(kRate);
+        const std::vector<float> level(9000 * 2, 0.5F);
+        left.write(level.data(), 9000, 0, 1e6 / kRate);
+        if (one.running) left.start();
+        left.leave(one.maximumUs);
+        std::size_t sounding = 0;
+        for (int i = 0; i < 12; ++i) {
+            std::vector<float> block(kBlock * 2);
+            left.mix(block.data(), kBlock, heardAt);
+            for (float sample : tone::left(block)) sounding += sample > 0;
+        }
+        EXPECT_NEAR(static_cast<double>(sounding), static_cast<double>(one.frames), 2) << one.maximumUs;
+        EXPECT_TRUE(left.gone());
+    }
+}
+
+TEST_F(Voice, Write_WaitsForRoomUntilInterrupted) {
+    write(14'400, 0);  // the 300 ms that a voice keeps
+    bool written = true;
+    std::thread writer([&] {
+        const std::vector<float> more(20'000 * 2, 0.5F);
+        written = voice.write(more.data(), 20'000, 300'000, 1e6 / kRate);
+    });
+    voice.start();
+    mix(2);
+    voice.interrupt();
+    writer.join();
+    EXPECT_FALSE(written);
+    voice.uninterrupt();
+    voice.flush();
+    write(4800, 0);
+    EXPECT_EQ(voice.endPositionUs(), 100'000);
+}
+
+}  // namespace
