@@ -7,6 +7,7 @@ extern "C" {
 }
 
 #include <array>
+#include <cstring>
 
 namespace oriplayer {
 
@@ -46,6 +47,25 @@ struct Shape {
     bool operator==(const Shape &) const = default;
 };
 
+/// libswscale's short ways out of packed 4:2:2 take two rows at a time and leave the chroma of an odd last one out.
+bool lacksLastChromaRow(const AVFrame &picture, const AVPixFmtDescriptor &source) {
+    return picture.height % 2 == 1 && !(source.flags & (AV_PIX_FMT_FLAG_PLANAR | AV_PIX_FMT_FLAG_RGB)) &&
+           source.nb_components >= 3;
+}
+
+void repeatLastChromaRow(AVFrame &picture) {
+    const auto bytes = static_cast<std::size_t>((picture.width + 1) / 2);
+    const int last = picture.height / 2;
+    for (int plane : {1, 2}) {
+        uint8_t *row = picture.data[plane] + static_cast<std::ptrdiff_t>(last) * picture.linesize[plane];
+        if (last > 0) {
+            std::memcpy(row, row - picture.linesize[plane], bytes);
+        } else {
+            std::memset(row, 128, bytes);
+        }
+    }
+}
+
 bool isFullRange(const AVFrame &frame) {
     switch (frame.format) {
         case AV_PIX_FMT_YUVJ420P:
@@ -84,17 +104,18 @@ int PictureConverter::Impl::rebuild(const Shape &wanted) {
     shape = {};
     scaler.reset(sws_alloc_context());
     if (!scaler) return AVERROR(ENOMEM);
-    const std::array<std::pair<const char *, int>, 11> settings{{{"srcw", wanted.width},
-                                                                 {"srch", wanted.height},
-                                                                 {"src_format", wanted.format},
-                                                                 {"src_range", wanted.fullIn},
-                                                                 {"dstw", wanted.width},
-                                                                 {"dsth", wanted.height},
-                                                                 {"dst_format", AV_PIX_FMT_YUV420P},
-                                                                 {"dst_range", wanted.fullOut},
-                                                                 {"src_v_chr_pos", kChromaBetweenRows},
-                                                                 {"dst_v_chr_pos", kChromaBetweenRows},
-                                                                 {"sws_flags", SWS_BICUBIC}}};
+    const std::array<std::pair<const char *, int>, 11> settings{
+        {{"srcw", wanted.width},
+         {"srch", wanted.height},
+         {"src_format", wanted.format},
+         {"src_range", wanted.fullIn},
+         {"dstw", wanted.width},
+         {"dsth", wanted.height},
+         {"dst_format", AV_PIX_FMT_YUV420P},
+         {"dst_range", wanted.fullOut},
+         {"src_v_chr_pos", kChromaBetweenRows},
+         {"dst_v_chr_pos", kChromaBetweenRows},
+         {"sws_flags", SWS_BICUBIC | (wanted.rgb ? SWS_FULL_CHR_H_INP : 0)}}};
     for (const auto &[name, value] : settings) av_opt_set_int(scaler.get(), name, value, 0);
     // Without tables of its own the scaler has the same matrix on both sides: only RGB needs to name one.
     const bool hd = wanted.height >= kFirstHdHeight;
@@ -155,6 +176,7 @@ FramePtr PictureConverter::toI420(FramePtr frame, MediaError &error) {
                              ": " + avErrorText(result)};
         return nullptr;
     }
+    if (lacksLastChromaRow(*picture, *format)) repeatLastChromaRow(*picture);
     if (shape.rgb) {
         picture->colorspace = shape.height >= kFirstHdHeight ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
         picture->color_range = AVCOL_RANGE_MPEG;

@@ -73,6 +73,9 @@ MediaError Demuxer::open(const std::string &url, const InputOptions &options, So
                                               container_->iformat->name + ")"};
     }
     startRepair();
+    // MPEG streams keep what a search by time has come across in the same place: no table of key frames.
+    const bool searched = (container_->iformat->flags & AVFMT_TS_DISCONT) != 0;
+    indexed_ = !searched && avformat_index_get_entries_count(video() ? video() : audio()) > 0;
     failure = SourceInput::Failure::kNone;
     return {};
 }
@@ -103,7 +106,7 @@ MediaError Demuxer::findStreams(const std::string &url) {
 
 void Demuxer::startRepair() {
     const int flags = container_->iformat->flags;
-    const bool timeless = (flags & AVFMT_NOTIMESTAMPS) != 0;
+    const bool timeless = (flags & AVFMT_NOTIMESTAMPS) || container_->start_time == AV_NOPTS_VALUE;
     const bool endKnown = container_->start_time != AV_NOPTS_VALUE && container_->duration > 0;
     const int64_t endUs = endKnown ? container_->start_time + container_->duration : INT64_MAX;
     repair_.start(trackOf(video(), timeless), trackOf(audio(), timeless), (flags & AVFMT_TS_DISCONT) != 0, endUs);
@@ -138,27 +141,30 @@ int Demuxer::next(PacketPtr &packet, SourceInput::Stream &stream) {
     }
 }
 
-MediaError Demuxer::seek(int64_t us) {
+int Demuxer::seekByTime(int64_t us) {
     const int index = choice_.video >= 0 ? choice_.video : choice_.audio;
     const AVRational timeBase = container_->streams[index]->time_base;
     const int64_t time = av_rescale_q_rnd(repair_.containerTime(us), {1, 1'000'000}, timeBase, AV_ROUND_DOWN);
     if (container_->pb) container_->pb->error = 0;
-    if (av_seek_frame(container_, index, time, AVSEEK_FLAG_BACKWARD) >= 0) {
-        repair_.resume(us);
-        return {};
-    }
-    int result = interrupter_.meaning(AVERROR(ENOSYS));
-    if (result != AVERROR(ENOSYS)) return failedTo("seek in", container_->url, result);
-    // No times to seek by: read from the first byte on.
-    result = av_seek_frame(container_, -1, 0, AVSEEK_FLAG_BYTE);
-    if (result < 0) return failedTo("seek in", container_->url, interrupter_.meaning(result));
-    repair_.restart();
-    return {};
+    const int result = av_seek_frame(container_, index, time, AVSEEK_FLAG_BACKWARD);
+    if (result >= 0) repair_.resume(us);
+    return result;
 }
 
-bool Demuxer::indexed() const {
-    const AVStream *main = video() ? video() : audio();
-    return main && avformat_index_get_entries_count(main) > 0;
+MediaError Demuxer::seek(int64_t us) {
+    const int result = seekByTime(us);
+    return result >= 0 ? MediaError{} : failedTo("seek in", container_->url, interrupter_.meaning(result));
+}
+
+MediaError Demuxer::rewind(int64_t us) {
+    // The first byte is surer than a search for the first time, but a demuxer with a table keeps its own place.
+    const bool byBytes = !indexed() && !(container_->iformat->flags & AVFMT_NO_BYTE_SEEK);
+    if (container_->pb) container_->pb->error = 0;
+    if (byBytes && av_seek_frame(container_, -1, 0, AVSEEK_FLAG_BYTE) >= 0) {
+        repair_.restart();
+        return {};
+    }
+    return seek(us);
 }
 
 bool Demuxer::live() const {

@@ -26,21 +26,23 @@ public:
 
     /// 0 and the next packet, or an AVERROR.
     int next(PacketPtr &packet, SourceInput::Stream &stream);
-    /// By time, to a place at or before it as far as the container knows; then, where that cannot be done, to the
-    /// first byte (`us` is written with where the reading starts).
+    /// By time, to a place that the container takes for one at or before it.
     MediaError seek(int64_t us);
+    /// To the first packet, `us` if there is a time to it.
+    MediaError rewind(int64_t us);
 
     const AVFormatContext *container() const { return container_; }
     const AVStream *video() const { return stream(choice_.video); }
     const AVStream *audio() const { return stream(choice_.audio); }
     /// The container has a table of its key frames: a seek by time lands on the nearest of them.
-    bool indexed() const;
+    bool indexed() const { return indexed_; }
     /// No end that could be known, and more to come.
     bool live() const;
     Interrupter &interrupter() { return interrupter_; }
     const Medium &medium() const { return medium_; }
 
 private:
+    int seekByTime(int64_t us);
     MediaError openContainer(const std::string &url, const InputOptions &options);
     MediaError findStreams(const std::string &url);
     void startRepair();
@@ -50,6 +52,7 @@ private:
     Medium medium_;
     AVFormatContext *container_ = nullptr;
     StreamChoice choice_;
+    bool indexed_ = false;
     TimestampRepair repair_;
 };
 

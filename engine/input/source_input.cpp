@@ -74,17 +74,22 @@ int SourceInput::Impl::findFirstMoment() {
     return endOfHeld == AVERROR_EXIT || endOfHeld == AVERROR(ETIMEDOUT) || held.empty() ? endOfHeld : 0;
 }
 
-/// Every try asks the container for an earlier place until a key frame at or before the position comes up.
+/// Every try asks the container for an earlier place until a key frame at or before the position comes up; the last one
+/// reads from the first packet and takes what is there.
 MediaError SourceInput::Impl::seek(int64_t positionUs) {
-    int64_t back = 0;
-    for (;;) {
-        const int64_t from = std::max<int64_t>(0, positionUs - back);
-        if (MediaError error = demuxer.seek(from + originUs)) return error;
+    for (int64_t back = 0;; back = std::max(kFirstStepBackUs, 2 * back)) {
+        const bool last = back > 0 && positionUs - back <= 0;
+        MediaError error;
+        if (!last) error = demuxer.seek(positionUs - back + originUs);
+        const bool bounded = error.native == AVERROR_EXIT || error.native == AVERROR(ETIMEDOUT);
+        if (bounded) return error;
+        const bool rewound = last || error;
+        if (rewound) error = demuxer.rewind(originUs);
+        if (error) return error;
         int result = 0;
-        const Landing landing = land(positionUs, from == 0, result);
+        const Landing landing = land(positionUs, rewound, result);
         if (landing == Landing::kFound) return {};
         if (landing == Landing::kFailed) return {result, "cannot read behind a seek: " + avErrorText(result)};
-        back = back == 0 ? kFirstStepBackUs : 2 * back;
     }
 }
 

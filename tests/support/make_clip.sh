@@ -83,6 +83,18 @@ numbered.mp4)
     seconds=10
     size=160x120
     both $x264 -g 50 -keyint_min 50 -sc_threshold 0 $aac "$out" ;;
+bframes.mp4) both -c:v libx264 -preset veryfast -bf 3 -g 12 -pix_fmt yuv420p -threads 1 $aac "$out" ;;
+raw_bframes.h264) silent -c:v libx264 -preset veryfast -bf 3 -g 12 -pix_fmt yuv420p -threads 1 "$out" ;;
+open_gop.mpg) both -c:v mpeg2video -b:v 1M -bf 2 -g 12 -pix_fmt yuv420p -c:a mp2 "$out" ;;
+audio_only.flac) ff -f lavfi -i "$(tone 440 1)" -c:a flac "$out" ;;
+audio_only.aac) ff -f lavfi -i "$(tone 440 1)" $aac "$out" ;;
+cover.m4a)
+    ff -f lavfi -i "$(picture 64x64 1)" -frames:v 1 "$work/cover.png"
+    ff -f lavfi -i "$(tone 440 1)" -i "$work/cover.png" -map 0 -map 1 $aac -c:v copy -disposition:v attached_pic "$out" ;;
+vod.m3u8) # its segments lie beside it in one file, vod.ts
+    seconds=4
+    silent $x264 -g 25 -keyint_min 25 -f hls -hls_time 1 -hls_playlist_type vod -hls_flags single_file "$out"
+    cp "$work/vod.ts" "$dir/vod.ts" ;;
 *)
     echo "make_clip.sh: no clip named $name" >&2
     exit 1 ;;
