@@ -1,0 +1,111 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "base/oriplayer/play_list.h"
+#include "fake/recording_listener.h"
+#include "fake/scripted_engine.h"
+#include "mixed/mixed_codecs_player.h"
+
+namespace vexo {
+
+using oriplayer::IPeriod;
+using oriplayer::IPlayList;
+using oriplayer::ISource;
+using oriplayer::PlayComponent;
+using oriplayer::StringMap;
+
+/// A player over the scripted engine, and verbs to drive it. Engine players are p1, p2, ... in order of creation.
+class PlayerTest : public testing::Test {
+protected:
+    void SetUp() override {
+        engine.reset();
+        engine.onCall([this](const std::string &entry) {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            calls_.push_back(entry);
+            changed_.notify_all();
+        });
+        player = MixedCodecsPlayer::create();
+        player->setListener(listener);
+    }
+
+    void TearDown() override {
+        player.reset();
+        engine.onCall(nullptr);
+        engine.reset();
+    }
+
+    static std::shared_ptr<IPeriod> period(const std::vector<std::string> &urls, bool mixed = false) {
+        auto period = IPeriod::create();
+        for (const std::string &url : urls) period->addSource(ISource::create(url.c_str(), 10.0));
+        period->setMixedCodecs(mixed);
+        return period;
+    }
+
+    static std::shared_ptr<PlayComponent> component(const std::vector<std::string> &urls) {
+        auto component = std::make_shared<PlayComponent>();
+        component->playList = IPlayList::create();
+        for (const std::string &url : urls) component->playList->addPeriod(period({url}), -1);
+        return component;
+    }
+
+    int load(std::shared_ptr<PlayComponent> component) { return player->setDataSource({component}, 1, nullptr); }
+
+    /// Loads, prepares and starts the main timeline; its first engine player is p1.
+    void playMain(const std::vector<std::string> &urls) {
+        load(component(urls));
+        player->prepareAsync();
+        prepared("p1");
+        player->start();
+    }
+
+    /// Lets a prepared isolated timeline take over; its engine player is p2 behind playMain().
+    void takeOver(const std::vector<std::shared_ptr<IPeriod>> &periods) {
+        for (const auto &period : periods) player->addPeriod(1, -1, period, nullptr);
+        player->prepareAsync(1);
+        prepared("p2");
+        player->start(1);
+        ASSERT_EQ(player->getActiveIndex(), 1);
+        engine.takeLog();
+    }
+
+    /// The engine says that a player is prepared, and the timeline has reacted.
+    void prepared(const std::string &name) {
+        const int before = listener->count(1000);
+        ASSERT_TRUE(engine.post(name, 1000));
+        ASSERT_TRUE(listener->waitFor(1000, before + 1));
+    }
+
+    void ends(const std::string &name) { ASSERT_TRUE(engine.post(name, 1001)); }
+
+    /// True once the engine has been called so, since the start of the test.
+    bool waitForCall(const std::string &entry) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(10), [&] {
+            for (const std::string &call : calls_) {
+                if (call == entry) return true;
+            }
+            return false;
+        });
+    }
+
+    std::string log() { return engine.takeLog(); }
+
+    fake::ScriptedEngine &engine = fake::ScriptedEngine::instance();
+    std::shared_ptr<fake::RecordingListener> listener = std::make_shared<fake::RecordingListener>();
+    std::shared_ptr<MixedCodecsPlayer> player;
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::string> calls_;
+};
+
+}  // namespace vexo
