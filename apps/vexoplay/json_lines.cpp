@@ -8,10 +8,6 @@
 namespace vexoplay {
 namespace {
 
-Json::Value milliseconds(double ms) {
-    return Json::Value(static_cast<double>(static_cast<int64_t>(ms * 1000.0)) / 1000.0);
-}
-
 std::string sizeText(int width, int height) {
     return std::to_string(width) + "x" + std::to_string(height);
 }
@@ -42,7 +38,7 @@ Json::Value switchValue(const BoundSwitch &change) {
     Json::Value value;
     value["from"] = change.from;
     value["to"] = change.to;
-    value["gap_ms"] = change.measured ? milliseconds(change.gapMs) : Json::Value();
+    value["gap_ms"] = change.measured ? Json::Value(change.gapMs) : Json::Value();
     return value;
 }
 
@@ -61,7 +57,7 @@ Json::Value firstPicture(const SummaryFacts &facts) {
     for (const BoundRecord &bound : facts.bounds) {
         if (bound.pictures > 0 && (first == 0 || bound.firstPictureUs < first)) first = bound.firstPictureUs;
     }
-    return first == 0 ? Json::Value() : milliseconds(static_cast<double>(first - facts.beganUs) / 1000.0);
+    return first == 0 ? Json::Value() : Json::Value(static_cast<double>(first - facts.beganUs) / 1000.0);
 }
 
 }  // namespace
@@ -86,6 +82,8 @@ const char *attemptOf(int eventNumber) {
 std::string oneLine(const Json::Value &value) {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
+    builder["precisionType"] = "decimal";
+    builder["precision"] = 3;  // microseconds of what counts in milliseconds
     return Json::writeString(builder, value);
 }
 
@@ -95,7 +93,7 @@ std::string eventLine(const PlayEvent &event, const Programme &programme, int64_
     value["timeline"] = event.timeline;
     addPlace(value, programme, event.item);
     value["position_ms"] = Json::Int64{event.positionMs};
-    value["t_ms"] = milliseconds(static_cast<double>(event.wallUs - beganUs) / 1000.0);
+    value["t_ms"] = static_cast<double>(event.wallUs - beganUs) / 1000.0;
     value["ext1"] = event.ext1;
     value["ext2"] = event.ext2;
     if (event.number == kEventSize) {
@@ -145,7 +143,7 @@ std::string summaryLine(const SummaryFacts &facts, const Programme &programme) {
     summary["dropped"] = Json::UInt64{dropped};
     summary["late"] = Json::Int64{late};
     summary["first_picture_ms"] = firstPicture(facts);
-    summary["cpu_s"] = milliseconds(facts.cpuSeconds);
+    summary["cpu_s"] = facts.cpuSeconds;
     summary["rss_kb"] = Json::Int64{facts.residentKb};
     Json::Value line;
     line["summary"] = std::move(summary);

@@ -36,7 +36,8 @@ std::string describe(const oriplayer::ProbedStream &stream) {
     } else if (stream.kind == Kind::kAudio) {
         text += " " + std::to_string(stream.sampleRate) + " Hz " + std::to_string(stream.channels) + " ch";
     }
-    return stream.language.empty() ? text : text + " (" + stream.language + ")";
+    const bool known = !stream.language.empty() && stream.language != "und";
+    return known ? text + " (" + stream.language + ")" : text;
 }
 
 Json::Value toJson(const oriplayer::ProbedStream &stream) {

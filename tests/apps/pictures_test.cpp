@@ -1,0 +1,237 @@
+#include <gmock/gmock.h>
+#include <png.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <numeric>
+
+#include "base/oriplayer/picture.h"
+#include "colour.h"
+#include "picture_hash.h"
+#include "picture_slot.h"
+#include "picture_tap.h"
+#include "still_picture.h"
+#include "window.h"
+#include "y4m_writer.h"
+
+namespace vexoplay {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A picture in rows that are wider than what they hold; the padding is 0xEE and must never be seen.
+struct PaddedPicture {
+    PaddedPicture(int w, int h, std::array<uint8_t, 3> fill) : width(w), height(h) {
+        for (std::size_t p = 0; p < 3; ++p) {
+            const int columns = p == 0 ? w : (w + 1) / 2;
+            const int rows = p == 0 ? h : (h + 1) / 2;
+            stride[p] = columns + 7;
+            bytes[p].assign(static_cast<std::size_t>(stride[p] * rows), 0xEE);
+            for (int y = 0; y < rows; ++y)
+                std::memset(&bytes[p][static_cast<std::size_t>(y * stride[p])], fill[p],
+                            static_cast<std::size_t>(columns));
+        }
+    }
+    I420View view() const {
+        return makeI420View(width, height, {bytes[0].data(), bytes[1].data(), bytes[2].data()}, stride);
+    }
+    int width;
+    int height;
+    std::array<std::vector<uint8_t>, 3> bytes;
+    std::array<int, 3> stride{};
+};
+
+PictureFacts factsOf(const PaddedPicture &picture) {
+    PictureFacts facts;
+    facts.width = picture.width;
+    facts.height = picture.height;
+    facts.durationUs = 40'000;
+    return facts;
+}
+
+class Pictures : public testing::Test {
+protected:
+    void SetUp() override {
+        folder_ = fs::temp_directory_path() / ("vexoplay_pictures_" + std::to_string(getpid()));
+        fs::create_directories(folder_);
+    }
+    void TearDown() override { fs::remove_all(folder_); }
+    std::string path(const std::string &name) const { return (folder_ / name).string(); }
+    std::string content(const std::string &name) const {
+        std::ifstream file(path(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    fs::path folder_;
+};
+
+TEST_F(Pictures, TheHashLeavesPaddingOutAndBeginsAnewBehindFinish) {
+    // printf 'aaaaaaaaabbbbcccc' | md5sum: a picture of 3x3 has chroma of 2x2.
+    const std::string sum = "0feeb987e0ad8769326dc7b2d022420f";
+    PictureHash hash;
+    hash.add(PaddedPicture(3, 3, {'a', 'b', 'c'}).view());
+    const std::string first = hash.finish();
+    hash.add(PaddedPicture(3, 3, {'a', 'b', 'c'}).view());
+    EXPECT_EQ(first, sum);
+    EXPECT_EQ(hash.finish(), sum);
+    EXPECT_EQ(hash.finish(), "d41d8cd98f00b204e9800998ecf8427e") << "of nothing";
+}
+
+TEST_F(Pictures, Y4mFilesHoldRowsWithoutPaddingAndOneSizeEach) {
+    const PaddedPicture small(3, 3, {'a', 'b', 'c'});
+    const PaddedPicture other(2, 2, {'d', 'e', 'f'});
+    Y4mWriter writer(path("out.0"));
+    writer.write(small.view(), factsOf(small));
+    writer.write(small.view(), factsOf(small));
+    writer.write(other.view(), factsOf(other));
+    EXPECT_EQ(writer.close(), "");
+    const std::string frame = "FRAME\naaaaaaaaabbbbcccc";
+    EXPECT_EQ(content("out.0.y4m"), "YUV4MPEG2 W3 H3 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED\n" + frame + frame);
+    EXPECT_THAT(content("out.0-1.y4m"), testing::EndsWith("FRAME\nddddef"));
+    EXPECT_FALSE(fs::exists(path("out.0-2.y4m")));
+}
+
+TEST_F(Pictures, Y4mHeadersTellRateAspectAndRange) {
+    const std::vector<std::pair<uint32_t, const char *>> rates{{40'000, " F25:1 "},       {33'367, " F30000:1001 "},
+                                                               {33'333, " F30:1 "},       {16'683, " F60000:1001 "},
+                                                               {41'708, " F24000:1001 "}, {0, " F25:1 "},
+                                                               {83'417, " F12000:1001 "}, {70'000, " F1000000:70000 "}};
+    PictureFacts facts;
+    for (const auto &[duration, text] : rates) {
+        facts.durationUs = duration;
+        EXPECT_THAT(y4mHeader(4, 2, facts), testing::HasSubstr(text)) << duration;
+    }
+    facts.aspect = 16u << 16 | 11u;
+    facts.colour = oriplayer::kRenderFullRange | oriplayer::kRenderInterlaced;
+    EXPECT_THAT(y4mHeader(4, 2, facts), testing::HasSubstr(" It A16:11 C420jpeg XCOLORRANGE=FULL\n"));
+}
+
+TEST_F(Pictures, AFileThatCannotBeWritten_IsNamedOnce) {
+    const PaddedPicture picture(2, 2, {1, 2, 3});
+    Y4mWriter writer(path("no/such/folder"));
+    writer.write(picture.view(), factsOf(picture));
+    writer.write(picture.view(), factsOf(picture));
+    EXPECT_THAT(writer.close(),
+                testing::AllOf(testing::HasSubstr("no/such/folder.y4m"), testing::HasSubstr("No such")));
+}
+
+// Pure colours as the standards give them, rounded to 8 bits.
+TEST_F(Pictures, ColoursFollowMatrixAndRange) {
+    const uint32_t known = oriplayer::kRenderMatrixKnown;
+    struct Case {
+        const char *what;
+        int height;
+        std::array<uint8_t, 3> yuv;
+        uint32_t flags;
+        std::array<int, 3> rgb;
+    };
+    const std::vector<Case> cases{
+        {"white, narrow", 2, {235, 128, 128}, known, {255, 255, 255}},
+        {"white, full", 2, {255, 128, 128}, known | oriplayer::kRenderFullRange, {255, 255, 255}},
+        {"grey, full", 2, {128, 128, 128}, oriplayer::kRenderFullRange, {128, 128, 128}},
+        {"red, BT.601", 2, {81, 90, 240}, known, {254, 0, 0}},
+        {"red, BT.709", 2, {63, 102, 240}, known | oriplayer::kRenderBt709, {255, 1, 0}},
+        {"red, BT.2020", 2, {74, 97, 240}, known | oriplayer::kRenderBt2020, {255, 0, 1}},
+        {"blue, unnamed and small: BT.601", 2, {41, 240, 110}, 0, {0, 0, 255}},
+        {"blue, unnamed and large: BT.709", 720, {32, 240, 118}, 0, {0, 0, 255}},
+        {"beyond the range", 2, {255, 128, 128}, known, {255, 255, 255}}};
+    for (const Case &c : cases) {
+        const RgbPicture rgb = toRgb(PaddedPicture(2, c.height, c.yuv).view(), c.flags);
+        for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(rgb.bytes[i], c.rgb[i], 2) << c.what << " " << i;
+    }
+}
+
+TEST_F(Pictures, AStillIsAPngWithSquarePixelsUnderAFreshName) {
+    const PaddedPicture red(8, 6, {81, 90, 240});
+    StagedPicture staged;
+    EXPECT_NE(saveStill(staged, path("")).error, "");
+    PictureFacts facts = factsOf(red);
+    facts.aspect = 3u << 16 | 2u;
+    staged.assign(red.view(), facts);
+    EXPECT_EQ(saveStill(staged, folder_.string()).path, path("vexoplay-0001.png"));
+    const StillResult second = saveStill(staged, folder_.string());
+    ASSERT_EQ(second.error, "");
+    EXPECT_EQ(second.path, path("vexoplay-0002.png"));
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_NE(png_image_begin_read_from_file(&image, second.path.c_str()), 0);
+    EXPECT_EQ(image.width, 12u);
+    EXPECT_EQ(image.height, 6u);
+    image.format = PNG_FORMAT_RGB;
+    std::vector<uint8_t> rgb(PNG_IMAGE_SIZE(image));
+    ASSERT_NE(png_image_finish_read(&image, nullptr, rgb.data(), 0, nullptr), 0);
+    EXPECT_GE(rgb[0], 253);
+    EXPECT_LE(rgb[1], 2);
+    EXPECT_NE(saveStill(staged, path("no/such")).error, "");
+}
+
+TEST_F(Pictures, TheSlotKeepsTheNewestAndGivesItOnce) {
+    PictureSlot slot;
+    StagedPicture got;
+    EXPECT_FALSE(slot.fetch(got));
+    for (const uint8_t luma : std::array<uint8_t, 2>{10, 20}) {
+        const PaddedPicture picture(5, 3, {luma, 1, 2});
+        slot.put(picture.view(), factsOf(picture));
+    }
+    ASSERT_TRUE(slot.fetch(got));
+    EXPECT_EQ(got.bytes, std::vector<uint8_t>({20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20,  //
+                                               1,  1,  1,  1,  1,  1,  2,  2,  2,  2,  2,  2}));
+    EXPECT_FALSE(slot.fetch(got));
+}
+
+TEST_F(Pictures, TheTapGivesEachPictureToTheBoundOfItsPlayer) {
+    BoundLog log;
+    PictureSlot slot;
+    int player = 7;
+    PictureTap::Config config;
+    config.hash = true;
+    config.rawStem = path("raw");
+    config.playerId = [&player] { return player; };
+    config.speed = [] { return 2.0; };
+    config.cut = [](int, int64_t positionUs) { return positionUs >= 1'000'000'000'000; };
+    PictureTap tap(config, log, slot);
+    PaddedPicture picture(3, 3, {'a', 'b', 'c'});
+    std::array<oriplayer::PlaneEntry, 3> planes{};
+    for (std::size_t p = 0; p < 3; ++p) planes[p] = {picture.stride[p], picture.bytes[p].data()};
+    oriplayer::VideoPicture record{3, 3, 0, {}, planes.data()};
+    vexo::RenderOutputInfo info{vexo::kRenderCatVideo, {}, &record};
+    info.words[oriplayer::kRenderDuration] = 40'000;
+    info.words[oriplayer::kRenderLateness] = 30'000;
+    EXPECT_TRUE(tap.Process(info));
+    info.words[oriplayer::kRenderPositionHigh] = 1000;  // 2^32 * 1000 us: behind the end
+    EXPECT_TRUE(tap.Process(info));
+    info.words[oriplayer::kRenderPositionHigh] = 0;
+    player = 9;
+    info.words[oriplayer::kRenderDropped] = 4;
+    tap.Process(info);
+    tap.Process(info);
+    tap.finish();
+    const std::vector<BoundRecord> bounds = log.all();
+    ASSERT_EQ(bounds.size(), 2u);
+    EXPECT_EQ(bounds[0].playerId, 7);
+    EXPECT_EQ(bounds[0].pictures, 1);
+    EXPECT_EQ(bounds[0].late, 1);
+    EXPECT_EQ(bounds[0].lastIntervalUs, 20'000) << "at twice the speed a picture stands half as long";
+    EXPECT_EQ(bounds[0].md5, "0feeb987e0ad8769326dc7b2d022420f");
+    EXPECT_EQ(bounds[1].pictures, 2);
+    EXPECT_EQ(bounds[1].dropped, 4u);
+    EXPECT_THAT(content("raw.0.y4m"), testing::EndsWith("\nFRAME\naaaaaaaaabbbbcccc"));
+    EXPECT_EQ(content("raw.1.y4m").size(), content("raw.0.y4m").size() + 23);
+}
+
+TEST_F(Pictures, PicturesKeepTheirAspectInAnyWindow) {
+    const auto at = [](int w, int h, int pw, int ph) {
+        const Placement place = placeIn(w, h, pw, ph);
+        return std::array{place.x, place.y, place.width, place.height};
+    };
+    EXPECT_EQ(at(640, 360, 1280, 720), (std::array{0, 0, 640, 360}));
+    EXPECT_EQ(at(1000, 360, 640, 360), (std::array{180, 0, 640, 360}));
+    EXPECT_EQ(at(640, 500, 640, 360), (std::array{0, 70, 640, 360}));
+    EXPECT_EQ(displayWidth(720, 16u << 16 | 11u), 1047);
+    EXPECT_EQ(displayWidth(720, 0), 720);
+    EXPECT_EQ(displayWidth(720, 500u << 16 | 1u), 720) << "not believed";
+}
+
+}  // namespace
+}  // namespace vexoplay

@@ -1,0 +1,146 @@
+#include <gmock/gmock.h>
+
+#include "json_lines.h"
+#include "programme.h"
+
+namespace vexoplay {
+namespace {
+
+ProbeAnswer answered(int64_t durationMs, bool live = false) {
+    ProbeAnswer answer;
+    answer.state = ProbeAnswer::State::kAnswered;
+    answer.result.durationMs = durationMs;
+    answer.result.live = live;
+    return answer;
+}
+
+ProbeAnswer failed() {
+    ProbeAnswer answer;
+    answer.state = ProbeAnswer::State::kFailed;
+    return answer;
+}
+
+Programme make(Programme::Shape shape, const std::vector<ProbeAnswer> &answers, std::vector<int64_t> declared = {}) {
+    std::vector<ListedItem> items(answers.size());
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        items[i].url = "http://host/" + std::to_string(i);
+        if (i < declared.size()) items[i].declaredMs = declared[i];
+    }
+    return Programme(std::move(items), shape);
+}
+
+void tell(Programme &programme, const std::vector<ProbeAnswer> &answers) {
+    for (std::size_t i = 0; i < answers.size(); ++i) programme.setProbe(static_cast<int>(i), answers[i]);
+}
+
+TEST(Programme, PeriodsCarryLengthsHeadersAndSources) {
+    const std::vector<ProbeAnswer> answers{answered(5'039), answered(2'703)};
+    Programme programme = make(Programme::Shape::kPeriodEach, answers);
+    tell(programme, answers);
+    const auto list = programme.build({{"Cookie", "a=b"}});
+    ASSERT_EQ(list->getPeriodCount(), 2);
+    const auto second = list->getPeriod(1);
+    EXPECT_EQ(programme.itemOf(*second), 1);
+    EXPECT_STREQ(second->getHeaders()->valueFor("http_header:Cookie"), "a=b");
+    double seconds = 0.0;
+    list->getPeriod(0)->getSource(0)->getDuration(0, &seconds);
+    EXPECT_EQ(static_cast<int64_t>(seconds * 1000.0), 5'039) << "cut to milliseconds as the library does";
+    EXPECT_EQ(programme.totalMs(), 7'742);
+    const auto foreign = oriplayer::IPeriod::create();
+    foreign->addSource(oriplayer::ISource::create("http://host/1", 0.0));
+    EXPECT_EQ(programme.itemOf(*foreign), -1) << "the object counts, not the URL";
+}
+
+TEST(Programme, AMixedPeriodNumbersItsSourcesAndKnowsThemByTheirSource) {
+    const std::vector<ProbeAnswer> answers(300, answered(10));
+    Programme programme = make(Programme::Shape::kOneMixedPeriod, answers);
+    tell(programme, answers);
+    const auto list = programme.build({});
+    ASSERT_EQ(list->getPeriodCount(), 1);
+    EXPECT_TRUE(list->getPeriod(0)->isMixedCodecs());
+    const auto cut = oriplayer::IPeriod::create();  // as the library cuts such a period: a period of its own a source
+    cut->addSource(list->getPeriod(0)->getSource(280));
+    EXPECT_EQ(programme.itemOf(*cut), 280);
+    EXPECT_EQ(programme.periodOf(280), 0);
+    EXPECT_EQ(programme.sourceOf(280), 280);
+}
+
+TEST(Programme, WhatIsKnownOfALengthDecidesWhatIsDeclared) {
+    struct Case {
+        const char *what;
+        ProbeAnswer answer;
+        int64_t declared, each, mixed;
+    };
+    const std::vector<Case> cases{{"the probe wins", answered(4'000), 9'000, 4'000, 4'000},
+                                  {"else the list", answered(0), 9'000, 9'000, 9'000},
+                                  {"a live one has none", answered(0, true), 9'000, 0, 1},
+                                  {"nothing known", {}, 0, 0, 1},
+                                  {"a dead one bars no way", failed(), 0, 1, 1}};
+    for (const Case &c : cases) {
+        for (const auto shape : {Programme::Shape::kPeriodEach, Programme::Shape::kOneMixedPeriod}) {
+            Programme programme = make(shape, {c.answer}, {c.declared});
+            tell(programme, {c.answer});
+            programme.build({});
+            EXPECT_EQ(programme.lengthMs(0), shape == Programme::Shape::kPeriodEach ? c.each : c.mixed) << c.what;
+        }
+    }
+}
+
+TEST(Programme, ASeekLandsWhereTheLibraryPutsIt) {
+    const std::vector<ProbeAnswer> answers{answered(10'000), answered(20'000), answered(0), answered(5'000)};
+    Programme programme = make(Programme::Shape::kPeriodEach, answers);
+    tell(programme, answers);
+    programme.build({});
+    const auto place = [&](int64_t ms) {
+        const Programme::Place p = programme.placeOf(ms);
+        return std::tuple(p.item, p.offsetMs, p.lengthUnknown);
+    };
+    EXPECT_EQ(place(0), std::tuple(0, 0, false));
+    EXPECT_EQ(place(10'000), std::tuple(0, 10'000, false)) << "the exact end still belongs to the item";
+    EXPECT_EQ(place(10'001), std::tuple(1, 1, false));
+    EXPECT_EQ(place(30'001), std::tuple(2, 1, true));
+    EXPECT_EQ(place(90'000), std::tuple(2, 60'000, true)) << "nothing behind it can be reached";
+    programme.learnTotal(2, 39'000);
+    EXPECT_EQ(programme.lengthMs(2), 4'000);
+    EXPECT_EQ(programme.startMs(3), 34'000);
+    EXPECT_EQ(place(34'001), std::tuple(3, 1, false));
+    EXPECT_EQ(place(90'000), std::tuple(3, 5'000, false));
+    programme.build({});
+    EXPECT_EQ(programme.totalMs(), 39'000) << "a second round knows what the first has learned";
+}
+
+TEST(BoundLog, ABoundIsEnteredOncePerPlayerWhateverOrderNewsComesIn) {
+    BoundLog log;
+    PictureFacts facts;
+    facts.width = 4;
+    log.entered(1, -1, 100);
+    log.picture(1, facts, 1.0);
+    log.entered(1, 0, 200);
+    log.entered(2, 1, 300);
+    log.entered(1, 5, 400);  // an event that waited: the item stays
+    log.entered(3, 0, 500);
+    log.picture(8, facts, 1.0);  // nobody's
+    const std::vector<BoundRecord> bounds = log.all();
+    ASSERT_EQ(bounds.size(), 3u);
+    EXPECT_EQ(bounds[0].item, 0);
+    EXPECT_EQ(bounds[0].enteredUs, 100);
+    EXPECT_EQ(bounds[1].item, 1);
+    EXPECT_EQ(bounds[2].item, 0) << "entered again";
+    EXPECT_EQ(log.indexOf(3), 2);
+    EXPECT_EQ(log.indexOf(8), -1);
+}
+
+TEST(BoundLog, GapsAreMeasuredBetweenPicturesLessOneInterval) {
+    std::vector<BoundRecord> bounds(3);
+    bounds[0].pictures = bounds[1].pictures = 1;
+    bounds[0].lastPictureUs = 1'000'000;
+    bounds[0].lastIntervalUs = 40'000;
+    bounds[1].firstPictureUs = 1'052'500;
+    const std::vector<BoundSwitch> switches = switchesOf(bounds);
+    ASSERT_EQ(switches.size(), 2u);
+    EXPECT_DOUBLE_EQ(switches[0].gapMs, 12.5);
+    EXPECT_FALSE(switches[1].measured) << "sound alone has no pictures to measure by";
+}
+
+}  // namespace
+}  // namespace vexoplay

@@ -1,0 +1,225 @@
+#include <gmock/gmock.h>
+#include <json/reader.h>
+#include <json/value.h>
+#include <unistd.h>
+
+#include <array>
+#include <memory>
+
+#include "json_lines.h"
+#include "line_output.h"
+#include "options.h"
+#include "play_list_file.h"
+#include "status_line.h"
+#include "terminal_keys.h"
+
+namespace vexoplay {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+ParsedOptions parse(std::vector<const char *> arguments) {
+    arguments.insert(arguments.begin(), "vexoplay");
+    return parseOptions(static_cast<int>(arguments.size()), arguments.data());
+}
+
+TEST(Options, TimesAreSecondsOrClockReadings) {
+    const std::vector<std::pair<const char *, std::optional<int64_t>>> cases{{"0", 0},
+                                                                             {"90", 90'000},
+                                                                             {"90.5", 90'500},
+                                                                             {"1:30", 90'000},
+                                                                             {"1:02:03.25", 3'723'250},
+                                                                             {"100:00", 6'000'000},
+                                                                             {".5", 500},
+                                                                             {"", {}},
+                                                                             {".", {}},
+                                                                             {"-1", {}},
+                                                                             {"1:60", {}},
+                                                                             {"1:-1", {}},
+                                                                             {"1:2:3:4", {}},
+                                                                             {"1.5:00", {}},
+                                                                             {"1e3", {}},
+                                                                             {"5s", {}},
+                                                                             {"1..2", {}},
+                                                                             {"9999999999999", {}}};
+    for (const auto &[text, expected] : cases) EXPECT_EQ(parseTime(text), expected) << text;
+}
+
+TEST(Options, HeadersAreSplitAndCannotSmuggleInLines) {
+    using Header = std::pair<std::string, std::string>;
+    EXPECT_EQ(parseHeader("Cookie:  a=b: c \t"), Header("Cookie", "a=b: c"));
+    EXPECT_EQ(parseHeader("X-Empty:"), Header("X-Empty", ""));
+    for (const char *bad : {"", ":", "no colon", ": value", "A: b\r\nC: d", "A B: c"}) EXPECT_FALSE(parseHeader(bad));
+}
+
+TEST(Options, EverythingAsked_Arrives) {
+    const ParsedOptions parsed =
+        parse({"--mixed", "--start", "1:00", "--end", "90", "--speed", "1.5", "--volume", "50", "--header", "A: 1",
+               "--header", "B: 2", "--audio-track", "deu", "one.mp4", "http://host/two.webm"});
+    ASSERT_TRUE(parsed.options) << parsed.text;
+    const Options &options = *parsed.options;
+    EXPECT_THAT(options.inputs, ElementsAre("one.mp4", "http://host/two.webm"));
+    EXPECT_TRUE(options.mixed);
+    EXPECT_EQ(options.startMs, 60'000);
+    EXPECT_EQ(options.endMs, 90'000);
+    EXPECT_EQ(options.speed, 1.5);
+    EXPECT_EQ(options.volume, 0.5);
+    EXPECT_THAT(options.headers, ElementsAre(testing::Pair("A", "1"), testing::Pair("B", "2")));
+    EXPECT_EQ(options.audioTrack, "deu");
+}
+
+TEST(Options, WhatMakesNoSense_IsAUsageErrorWithItsReason) {
+    const std::vector<std::pair<std::vector<const char *>, const char *>> cases{
+        {{}, "nothing to play"},
+        {{"--speed", "5", "a"}, "--speed"},
+        {{"--volume", "101", "a"}, "--volume"},
+        {{"--start", "soon", "a"}, "not a time"},
+        {{"--start", "10", "--end", "5", "a"}, "--end"},
+        {{"--header", "nonsense", "a"}, "nonsense"},
+        {{"--no-audio", "--no-video", "a"}, "nothing to play"},
+        {{"--untimed", "--no-video", "a"}, "--untimed"},
+        {{"--ca-file", "/no/such.pem", "a"}, "/no/such.pem"},
+        {{"--no-such-option", "a"}, "--no-such-option"}};
+    for (const auto &[arguments, reason] : cases) {
+        const ParsedOptions parsed = parse(arguments);
+        EXPECT_FALSE(parsed.options);
+        EXPECT_EQ(parsed.code, ExitCode::kUsage);
+        EXPECT_THAT(parsed.text, HasSubstr(reason));
+    }
+    EXPECT_EQ(parse({"--help"}).code, ExitCode::kPlayed);
+    EXPECT_THAT(parse({"--version"}).text, testing::MatchesRegex("vexoplay [0-9.]+\n"));
+}
+
+TEST(PlayListFile, LinesTitlesAndLengthsAreRead) {
+    const PlayListText list = parsePlayList(
+        "\xEF\xBB\xBF#EXTM3U\r\n#EXTINF:12.5 group=\"a, b\",First, of all\r\nsub/one.mp4\r\n\r\n"
+        "#EXTINF:-1,Live\nhttps://host/live?x=1\n# a remark\n/abs/two.mkv\nfile:///three.ts\npart2: the end.mp4\n",
+        "/lists");
+    ASSERT_EQ(list.error, "");
+    ASSERT_EQ(list.items.size(), 5u);
+    EXPECT_EQ(list.items[0].url, "/lists/sub/one.mp4");
+    EXPECT_EQ(list.items[0].title, "First, of all");
+    EXPECT_EQ(list.items[0].declaredMs, 12'500);
+    EXPECT_EQ(list.items[1].url, "https://host/live?x=1");
+    EXPECT_EQ(list.items[1].declaredMs, 0);
+    EXPECT_EQ(list.items[2].url, "/abs/two.mkv");
+    EXPECT_EQ(list.items[2].title, "") << "a title belongs to one item";
+    EXPECT_EQ(list.items[3].url, "file:///three.ts");
+    EXPECT_EQ(list.items[4].url, "/lists/part2: the end.mp4");
+}
+
+TEST(PlayListFile, WhatIsNoPlayList_IsRefused) {
+    EXPECT_THAT(parsePlayList("#EXTM3U\n#EXT-X-VERSION:3\n#EXTINF:4,\na.ts\n", "").error, HasSubstr("HLS"));
+    EXPECT_NE(parsePlayList(std::string("a\0b", 3), "").error, "");
+    EXPECT_EQ(readPlayList("/no/such/list.m3u").error, "No such file or directory");
+    EXPECT_EQ(readPlayList("/tmp").error, "Is a directory");
+}
+
+TEST(PlayListFile, OnlyWhatNeedsANetworkCountsAsNetwork) {
+    for (const char *url : {"http://h/a", "HTTPS://h/a", "rtmp://h/a"}) EXPECT_TRUE(isNetworkUrl(url)) << url;
+    for (const char *url : {"a.mp4", "/a/b:c.mp4", "file:///a", "c:\\a.mp4", "x y://z"}) {
+        EXPECT_FALSE(isNetworkUrl(url)) << url;
+    }
+}
+
+StatusFacts richStatus() {
+    StatusFacts facts;
+    facts.state = "playing";
+    facts.positionMs = 61'000;
+    facts.totalMs = 3'723'000;
+    facts.item = 2;
+    facts.items = 5;
+    facts.codec = "hevc";
+    facts.width = 640;
+    facts.height = 360;
+    facts.dropped = 3;
+    facts.speed = 1.25;
+    facts.volumePercent = 80;
+    facts.note =
+        "gr\xC3\xBC\xC3\x9F"
+        "e";
+    return facts;
+}
+
+int columnsOf(const std::string &text) {
+    int columns = 0;
+    for (const char c : text) columns += (c & 0xC0) != 0x80;
+    return columns;
+}
+
+TEST(StatusLine, FitsEveryWidthAndLosesTheLeastMissedFirst) {
+    for (int columns = 0; columns <= 250; ++columns) {
+        EXPECT_LE(columnsOf(formatStatus(richStatus(), columns)), std::max(columns - 1, 0)) << columns;
+    }
+    const std::string wide = formatStatus(richStatus(), 120);
+    for (const char *part : {"playing 1:01 / 1:02:03", "[", "2/5", "hevc 640x360", "drop 3", "x1.25", "vol 80%"}) {
+        EXPECT_THAT(wide, HasSubstr(part));
+    }
+    const std::string narrow = formatStatus(richStatus(), 40);
+    EXPECT_THAT(narrow, HasSubstr("playing 1:01 / 1:02:03"));
+    EXPECT_THAT(narrow, HasSubstr("2/5"));
+    EXPECT_THAT(narrow, testing::Not(HasSubstr("drop")));
+}
+
+TEST(StatusLine, AnUnknownLengthHasNoBarAndNoTotal) {
+    StatusFacts facts = richStatus();
+    facts.totalMs = 0;
+    EXPECT_THAT(formatStatus(facts, 200), testing::Not(HasSubstr("[")));
+    EXPECT_THAT(formatStatus(facts, 200), testing::Not(HasSubstr("/ ")));
+}
+
+TEST(StatusLine, NamesOfItemsCannotCommandTheTerminal) {
+    EXPECT_EQ(printable("a\x1b[2Jb\r\n\x7f"), "a?[2Jb???");
+    EXPECT_EQ(printable("\xC2\x9B"
+                        "31m \xC3\xA4"),
+              "\?\?31m \xC3\xA4");
+}
+
+TEST(Keys, ArrowsComeInPiecesAndUnknownSequencesAreSwallowed) {
+    KeyDecoder decoder;
+    EXPECT_THAT(decoder.decode(" q"), ElementsAre(Key::kPause, Key::kQuit));
+    EXPECT_THAT(decoder.decode("\x1b"), ElementsAre());
+    EXPECT_THAT(decoder.decode("["), ElementsAre());
+    EXPECT_THAT(decoder.decode("Cm"), ElementsAre(Key::kForward5, Key::kMute));
+    EXPECT_THAT(decoder.decode("\x1bOA\x1b[B\x1b[D"), ElementsAre(Key::kForward60, Key::kBack60, Key::kBack5));
+    EXPECT_THAT(decoder.decode("\x1b[15~\x1b[200~<"), ElementsAre(Key::kPrevious));
+    EXPECT_THAT(decoder.decode("\x1bqx>"), ElementsAre(Key::kNext)) << "Alt and q is not q";
+}
+
+TEST(JsonLines, AnyBytesInAUrlStillMakeOneLineOfJson) {
+    const Programme programme({{"a\"b\\c\n\xFF\xC3(\xE2\x82\xAC.mp4", {}, 0}}, Programme::Shape::kPeriodEach);
+    SummaryFacts facts;
+    facts.bounds.push_back({});
+    facts.bounds[0].item = 0;
+    const std::string line = summaryLine(facts, programme);
+    EXPECT_EQ(line.find('\n'), std::string::npos);
+    Json::Value value;
+    std::string errors;
+    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    ASSERT_TRUE(reader->parse(line.data(), line.data() + line.size(), &value, &errors)) << errors;
+    EXPECT_THAT(value["summary"]["bounds"][0]["url"].asString(), testing::StartsWith("a\"b\\c\n"));
+}
+
+TEST(LineOutput, AReaderThatStandsStillHoldsNothingUp_AndOneThatLeavesIsNamed) {
+    signal(SIGPIPE, SIG_IGN);
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe(pipe.data()), 0);
+    LineOutput output(pipe[1]);
+    for (int i = 0; i < 200; ++i) output.add(std::string(1000, 'x'));  // far more than a pipe holds
+    EXPECT_FALSE(output.flush(1));
+    EXPECT_EQ(output.error(), "");
+    std::string got;
+    for (std::array<char, 65536> some; got.size() < 200 * 1001;) {
+        got.append(some.data(), static_cast<std::size_t>(::read(pipe[0], some.data(), some.size())));
+        output.pump();
+    }
+    EXPECT_EQ(got.substr(got.size() - 3), "xx\n");
+    ::close(pipe[0]);
+    output.add("more");
+    EXPECT_EQ(output.error(), "Broken pipe");
+    ::close(pipe[1]);
+}
+
+}  // namespace
+}  // namespace vexoplay
