@@ -14,7 +14,7 @@ struct ThreadMessage {
     std::function<void()> task;
 };
 
-enum MsgPrio {
+enum MsgPrio : int {
     MSG_PRIO_HIGH = 0,  ///< before everything that waits: what waits together runs newest first
     MSG_PRIO_LOW = 1,   ///< behind everything that waits: oldest first
 };

@@ -38,11 +38,9 @@ void Timeline::ShiftPeriods(std::size_t place, int32_t index, int32_t by) {
 }
 
 Timeline::BoundList Timeline::TakeOut(int index) {
-    const auto at = [this](std::size_t place) {
-        return all_bounds_.begin() + static_cast<BoundList::difference_type>(place);
-    };
-    const auto first = at(PlaceOf(period_bounds_[static_cast<std::size_t>(index)]));
-    const auto last = at(PeriodEnd(index));
+    const std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(index)]);
+    const auto first = all_bounds_.begin() + static_cast<BoundList::difference_type>(place);
+    const auto last = all_bounds_.begin() + static_cast<BoundList::difference_type>(PeriodEnd(index));
     BoundList removed(std::make_move_iterator(first), std::make_move_iterator(last));
     all_bounds_.erase(first, last);
     period_bounds_.erase(period_bounds_.begin() + index);

@@ -1,0 +1,132 @@
+#include "looper/message_looper.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vexo {
+namespace {
+
+/// A looper whose worker is held in a task, so that what is sent waits together.
+class HeldLooper {
+public:
+    HeldLooper() {
+        Send(MSG_PRIO_HIGH, [this] {
+            held_.set_value();
+            release_.get_future().wait();
+        });
+        held_.get_future().wait();
+    }
+
+    void Send(MsgPrio priority, std::function<void()> task) { looper_->SendMessage_({std::move(task)}, priority); }
+    void Send(MsgPrio priority, const std::string &name) {
+        Send(priority, [this, name] { order_ += name; });
+    }
+    MessageLooper &looper() { return *looper_; }
+
+    /// What has run by the time the looper is gone.
+    std::string ReleaseAndDestroy() {
+        release_.set_value();
+        looper_.reset();
+        return order_;
+    }
+
+private:
+    std::promise<void> held_;
+    std::promise<void> release_;
+    std::string order_;  // the worker's, until it is joined
+    std::unique_ptr<MessageLooper> looper_ = std::make_unique<MessageLooper>();
+};
+
+struct OrderCase {
+    const char *name;
+    const char *sent;  // upper case urgent, lower case not, '!' Stop, '-' an empty task, '?' no known priority
+    const char *run;
+};
+
+class MessageLooperOrder : public ::testing::TestWithParam<OrderCase> {};
+
+TEST_P(MessageLooperOrder, RunsInTheOrderOfTheQueue) {
+    HeldLooper held;
+    for (const char *step = GetParam().sent; *step; ++step) {
+        if (*step == '!') {
+            held.looper().Stop();
+        } else if (*step == '-') {
+            held.looper().SendMessage_(ThreadMessage(), MSG_PRIO_HIGH);
+        } else if (*step == '?') {
+            held.Send(static_cast<MsgPrio>(7), "?");
+        } else {
+            held.Send(*step <= 'Z' ? MSG_PRIO_HIGH : MSG_PRIO_LOW, std::string(1, *step));
+        }
+    }
+    EXPECT_EQ(held.ReleaseAndDestroy(), GetParam().run);
+}
+
+INSTANTIATE_TEST_SUITE_P(Queue, MessageLooperOrder,
+                         ::testing::Values(OrderCase{"UrgentNewestFirst", "ABC", "CBA"},
+                                           OrderCase{"OthersOldestFirstBehindUrgentOnes", "aAbBc", "BAabc"},
+                                           OrderCase{"EmptyTasksAreSkipped", "A-B", "BA"},
+                                           OrderCase{"UnknownPrioritiesAreDropped", "A?b", "Ab"},
+                                           OrderCase{"StopRunsWhatWaits", "aABbc!", "BAabc"},
+                                           OrderCase{"UrgentOnesPassTheQuitMessage", "a!A", "Aa"},
+                                           OrderCase{"WhatStandsBehindTheQuitMessageDoesNotRun", "a!bc", "a"},
+                                           OrderCase{"TwoStopsEndOnce", "A!!B", "BA"}),
+                         [](const auto &test) { return std::string(test.param.name); });
+
+TEST(MessageLooper, ATaskMaySendToItsOwnLooper_AnUrgentOneRunsNext) {
+    HeldLooper held;
+    held.Send(MSG_PRIO_LOW, "b");
+    held.Send(MSG_PRIO_HIGH, [&held] { held.Send(MSG_PRIO_HIGH, "A"); });
+    EXPECT_EQ(held.ReleaseAndDestroy(), "Ab");
+}
+
+TEST(MessageLooper, TheCallersMessageStaysAsItWas) {
+    MessageLooper looper;
+    std::promise<void> first;
+    std::promise<void> second;
+    int runs = 0;
+    ThreadMessage message{[&] { (runs++ == 0 ? first : second).set_value(); }};
+    looper.SendMessage_(message, MSG_PRIO_HIGH);
+    first.get_future().wait();
+    looper.SendMessage_(message, MSG_PRIO_LOW);
+    second.get_future().wait();
+    EXPECT_EQ(runs, 2);
+}
+
+TEST(MessageLooper, SentToOneThatHasEnded_IsDestroyedUnrun) {
+    auto looper = std::make_unique<MessageLooper>();
+    looper->Stop();
+    while (!looper->HasEnded()) std::this_thread::yield();
+    auto token = std::make_shared<int>(0);
+    bool ran = false;
+    looper->SendMessage_({[token, &ran] { ran = true; }}, MSG_PRIO_HIGH);
+    looper.reset();
+    EXPECT_FALSE(ran);
+    EXPECT_EQ(token.use_count(), 1);
+}
+
+TEST(MessageLooper, SendersOnManyThreads_EveryMessageRunsOnce) {
+    constexpr int kSenders = 4;
+    constexpr int kEach = 500;
+    int runs = 0;  // the worker's
+    {
+        MessageLooper looper("vexo-test");
+        std::vector<std::thread> senders;
+        for (int i = 0; i < kSenders; ++i) {
+            senders.emplace_back([&looper, &runs, i] {
+                for (int n = 0; n < kEach; ++n) {
+                    looper.SendMessage_({[&runs] { ++runs; }}, i % 2 == 0 ? MSG_PRIO_HIGH : MSG_PRIO_LOW);
+                }
+            });
+        }
+        for (std::thread &sender : senders) sender.join();
+    }
+    EXPECT_EQ(runs, kSenders * kEach);
+}
+
+}  // namespace
+}  // namespace vexo
