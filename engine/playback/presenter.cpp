@@ -65,7 +65,7 @@ void Presenter::dropOutdated() {
 }
 
 bool Presenter::everythingDecoded() const {
-    return picturesEnded_ && stage_.soundEnded == generation_ && stage_.readAll;
+    return picturesEnded_ && stage_.soundEnded == generation_ && stage_.readAll && stage_.sourcesWait == 0;
 }
 
 // A source whose pictures all fail still has its sound; one without either has failed.

@@ -21,11 +21,8 @@ void Reader::run() {
         takeAdded();
         if (const auto seek = stage_.control.takeSeek()) {
             carryOut(*seek);
-        } else if (stage_.readAll && (index_ + 1 < stage_.programme.count() || stage_.looping) &&
-                   !stage_.failure.get()) {
-            stage_.readAll = false;
-            stage_.control.resumeFromEnd();
-            finishSource();
+        } else if (stage_.readAll && stage_.looping && !stage_.failure.get()) {
+            goOn();
         } else if (stage_.readAll || !hasRoom()) {
             stage_.readWake.wait();
         } else {
@@ -39,7 +36,10 @@ void Reader::add(const std::shared_ptr<ISource> &source) {
     {
         std::lock_guard lock(mutex_);
         if (source_.period()) source_.period()->addSource(source);
-        if (begun_) added_.push_back(source);
+        if (begun_) {
+            added_.push_back(source);
+            ++stage_.sourcesWait;
+        }
     }
     stage_.readWake.notify();
 }
@@ -68,7 +68,17 @@ void Reader::takeAdded() {
         std::lock_guard lock(mutex_);
         added.swap(added_);
     }
+    if (added.empty()) return;
     for (const auto &source : added) stage_.programme.append(source_.itemOf(*source, true));
+    if (stage_.readAll && !stage_.failure.get()) goOn();
+    stage_.sourcesWait -= static_cast<int>(added.size());
+}
+
+// Behind what was the end.
+void Reader::goOn() {
+    stage_.readAll = false;
+    stage_.control.resumeFromEnd();
+    finishSource();
 }
 
 void Reader::carryOut(const SeekRequest &seek) {

@@ -27,6 +27,7 @@ public:
 private:
     void begin();
     void takeAdded();
+    void goOn();
     void carryOut(const SeekRequest &seek);
     bool arrive(int64_t &target);
     int64_t withinProgramme(int64_t positionUs) const;

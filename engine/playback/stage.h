@@ -86,6 +86,7 @@ struct Stage {
     std::atomic<bool> expectAudio{false};
     std::atomic<int64_t> landingUs{INT64_MIN};  ///< play scale, where the generation begins; INT64_MIN: anywhere
     std::atomic<bool> readAll{false};           ///< there is nothing more to read
+    std::atomic<int> sourcesWait{0};            ///< added ones that the reader has not seen
     std::atomic<int64_t> bufferedEndUs{0};      ///< position behind the last packet read
     std::atomic<uint32_t> soundReady{0};        ///< generation of which sound waits in the renderer
     std::atomic<uint32_t> soundEnded{0};        ///< generation whose sound has been decoded to its end

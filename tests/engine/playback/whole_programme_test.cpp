@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include "engine/playback/watched_player.h"
+
+namespace test {
+namespace {
+
+using support::clip;
+using support::expected;
+
+struct Untimed : testing::TestWithParam<const char *> {
+    PropertyGuard untimed{oriplayer::kPropertyUntimed, "1"};
+};
+
+TEST_P(Untimed, EveryPictureOfTheFileIsShownOnceAndUnchanged) {
+    const auto wanted = expected(GetParam());
+    WatchedPlayer player({clip(GetParam())});
+    ASSERT_TRUE(player.playToEnd()) << player.events();
+    EXPECT_EQ(static_cast<int>(player.pictures().size()), wanted.pictures);
+    // Other chroma is scaled, where programs differ in the filter they take.
+    const bool scaled = std::string(GetParam()).starts_with("yuv4");
+    if (!scaled) {
+        EXPECT_EQ(player.screen->md5(), wanted.md5);
+    }
+    EXPECT_EQ(player.parameter(2019).getInt32(12), wanted.pictures);
+    EXPECT_EQ(player.parameter(2019).getInt32(6), 0);
+    int64_t last = -1;
+    for (const auto &picture : player.pictures()) {
+        EXPECT_GT(picture.positionUs, last);
+        last = picture.positionUs;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, Untimed,
+                         testing::Values("h264_aac.mp4", "hevc_aac.mkv", "vp9_opus.webm", "av1_opus.mkv",
+                                         "mpeg2_mp2.ts", "video_only.mp4", "bframes.mkv", "bframes.mp4", "vfr.mkv",
+                                         "ten_bit.mkv", "yuv422.mkv", "yuv444.mkv", "odd_size.mkv", "interlaced.ts",
+                                         "size_change.ts", "late_start.ts", "wrap.ts", "jump_back.ts",
+                                         "jump_forward.ts", "flv1_mp3.flv", "mpeg4_mp3.avi", "open_gop.mpg",
+                                         "raw_bframes.h264", "sound_longer.mkv", "picture_longer.mkv", "vod.m3u8"));
+
+TEST(WholeProgramme, EventsComeOnceAndInOrder) {
+    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
+    const std::pair<std::string, std::string> cases[] = {{"h264_aac.mp4", "306 1000 1017 1001"},
+                                                         {"audio_only.ogg", "1000 1001"},
+                                                         {"cover.m4a", "1000 1001"},
+                                                         {"size_change.ts", "306 1000 1017 306 1001"}};
+    for (const auto &[name, events] : cases) {
+        WatchedPlayer player({clip(name)});
+        ASSERT_TRUE(player.playToEnd()) << name << ": " << player.events();
+        EXPECT_EQ(player.events(), events) << name;
+        EXPECT_FALSE(player->isPlaying());
+    }
+}
+
+TEST(WholeProgramme, SourcesOfOnePeriodPlayOneBehindTheOther) {
+    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
+    const std::vector<std::string> names{"h264_aac.mp4", "audio_only.ogg", "vp9_opus.webm", "size_change.ts"};
+    std::vector<std::string> urls;
+    int64_t durationMs = 0;
+    int pictures = 0;
+    for (const auto &name : names) {
+        urls.push_back(clip(name));
+        durationMs += expected(name).durationMs;
+        pictures += expected(name).pictures;
+    }
+    WatchedPlayer player(urls);
+    ASSERT_TRUE(player.prepare()) << player.events();
+    EXPECT_NEAR(static_cast<double>(player.durationMs()), static_cast<double>(durationMs), 4);
+    player->start();
+    ASSERT_TRUE(player.waitForEvent(1001)) << player.events();
+    const auto shown = player.pictures();
+    ASSERT_EQ(static_cast<int>(shown.size()), pictures);
+    const double second = static_cast<double>(expected(names[0]).durationMs + expected(names[1]).durationMs);
+    EXPECT_NEAR(static_cast<double>(shown[25].positionUs) / 1000, second, 3);
+    EXPECT_EQ(player.record->closed, 0);
+    player->stop(true);
+    EXPECT_EQ(player.record->opened, 1);
+    EXPECT_EQ(player.record->closed, 1);
+}
+
+TEST(WholeProgramme, PlaysInTimeWithSound) {
+    for (const char *name : {"h264_aac.mp4", "sound_longer.mkv", "picture_longer.mkv", "video_only.mp4"}) {
+        WatchedPlayer player({clip(name)});
+        const auto begin = std::chrono::steady_clock::now();
+        ASSERT_TRUE(player.playToEnd()) << name << ": " << player.events();
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+        EXPECT_EQ(player.events(), "306 1000 1017 1001") << name;
+        // The sound may outlast the end by what stays in the device: 100 ms.
+        EXPECT_GE(took.count(), static_cast<double>(expected(name).durationMs) / 1000 - 0.12) << name;
+        EXPECT_NEAR(static_cast<double>(player.positionMs()), static_cast<double>(expected(name).durationMs), 130);
+        const auto shown = player.pictures();
+        ASSERT_FALSE(shown.empty());
+        EXPECT_EQ(shown.front().clipNumber, 0);
+        EXPECT_EQ(static_cast<int>(shown.size()) + player.parameter(2019).getInt32(6), expected(name).pictures);
+    }
+}
+
+TEST(WholeProgramme, SoundAloneIsPlayedToItsEnd) {
+    WatchedPlayer player({clip("audio_only.ogg")});
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_TRUE(player.playToEnd()) << player.events();
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(950));
+    EXPECT_EQ(player.events(), "1000 1017 1001");
+}
+
+TEST(WholeProgramme, LoopingBeginsAnewWithoutAnEventUntilItIsTurnedOff) {
+    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
+    WatchedPlayer player({clip("video_only.mp4")});
+    player->setLooping(true);
+    player->prepareAsync();
+    player->start();
+    ASSERT_TRUE(player.waitForPictures(80));
+    player->setLooping(false);
+    ASSERT_TRUE(player.waitForEvent(1001));
+    EXPECT_EQ(player.events(), "306 1000 1017 1001");
+    const auto shown = player.pictures();
+    for (int i = 0; i < 75; ++i) {
+        ASSERT_EQ(shown[static_cast<std::size_t>(i)].clipNumber, i % 25);
+        EXPECT_EQ(shown[static_cast<std::size_t>(i)].positionUs, i % 25 * 40'000);
+    }
+    EXPECT_EQ(shown.back().clipNumber, 24);
+}
+
+TEST(WholeProgramme, ASourceAddedWhilePlayingIsPlayedAndJoinsThePeriod) {
+    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
+    WatchedPlayer player({clip("video_only.mp4")});
+    ASSERT_TRUE(player.prepare());
+    EXPECT_EQ(player->addSource(0, oriplayer::ISource::create(clip("odd_size.mkv").c_str(), 0.0), nullptr), 0);
+    player->start();
+    ASSERT_TRUE(player.waitForEvent(1001));
+    EXPECT_EQ(player.pictures().size(), 50u);
+    EXPECT_EQ(player.pictures().back().width, 160);
+    EXPECT_EQ(player.period->getSourceCount(), 2);
+}
+
+TEST(WholeProgramme, PropertiesChooseWhatIsPlayed) {
+    {
+        const PropertyGuard off(oriplayer::kPropertySoundOff, "1");
+        WatchedPlayer player({clip("h264_aac.mp4")});
+        ASSERT_TRUE(player.playToEnd());
+        EXPECT_EQ(player.parameter(2019).getInt32(9), 0);
+    }
+    const PropertyGuard off(oriplayer::kPropertyPictureOff, "1");
+    WatchedPlayer player({clip("h264_aac.mp4")});
+    ASSERT_TRUE(player.playToEnd());
+    EXPECT_TRUE(player.pictures().empty());
+    EXPECT_GT(player.parameter(2019).getInt32(9), 40);
+    EXPECT_EQ(player.events(), "1000 1017 1001");
+}
+
+}  // namespace
+}  // namespace test
