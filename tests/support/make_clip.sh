@@ -91,6 +91,8 @@ audio_only.aac) ff -f lavfi -i "$(tone 440 1)" $aac "$out" ;;
 cover.m4a)
     ff -f lavfi -i "$(picture 64x64 1)" -frames:v 1 "$work/cover.png"
     ff -f lavfi -i "$(tone 440 1)" -i "$work/cover.png" -map 0 -map 1 $aac -c:v copy -disposition:v attached_pic "$out" ;;
+late_picture.mkv) ff -f lavfi -i "$(tone 440 1)" -itsoffset 0.5 -f lavfi -i "$(picture $size 1)" $x264 $aac "$out" ;;
+late_sound.mkv) ff -f lavfi -i "$(picture $size 1)" -itsoffset 0.5 -f lavfi -i "$(tone 440 1)" $x264 $aac "$out" ;;
 vod.m3u8) # its segments lie beside it in one file, vod.ts
     seconds=4
     silent $x264 -g 25 -keyint_min 25 -f hls -hls_time 1 -hls_playlist_type vod -hls_flags single_file "$out"

@@ -1,0 +1,155 @@
+#include "input/source_input.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "playlist/local_duration.h"
+#include "support/clips.h"
+
+namespace {
+
+using namespace oriplayer;
+using Failure = SourceInput::Failure;
+
+class BadFiles : public testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directories(folder_);
+        make("text.mp4", "This is no film. " + std::string(5000, 'x'));
+        make("empty.mp4", "");
+        make("words.srt", "1\n00:00:00,000 --> 00:00:01,000\nHello\n\n");
+        mkfifo((folder_ / "pipe").c_str(), 0600);
+        std::filesystem::copy_file(support::clip("numbered.mp4"), folder_ / "12:30 100% done.mp4",
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+    void TearDown() override { std::filesystem::remove_all(folder_); }
+    void make(const std::string &name, const std::string &text) { std::ofstream(folder_ / name) << text; }
+    std::string path(const std::string &name) const { return (folder_ / name).string(); }
+
+    const std::filesystem::path folder_ = std::filesystem::path(testing::TempDir()) / "source_input_test";
+};
+
+TEST_F(BadFiles, EachIsRefusedWithItsReason) {
+    struct Case {
+        const char *name;
+        Failure failure;
+        const char *reason;
+    };
+    for (const Case &c :
+         {Case{"text.mp4", Failure::kCannotOpen, "Invalid data"}, Case{"empty.mp4", Failure::kCannotOpen, "cannot"},
+          Case{"words.srt", Failure::kNothingPlayable, "no stream that can be played"},
+          Case{"missing.mp4", Failure::kCannotOpen, "No such file"}, Case{"", Failure::kCannotOpen, "Is a directory"},
+          Case{"pipe", Failure::kCannotOpen, "not a regular file"}}) {
+        SourceInput input;
+        const MediaError error = input.open(path(c.name), {});
+        EXPECT_LT(error.native, 0) << c.name;
+        EXPECT_EQ(input.failure(), c.failure) << c.name << ' ' << error.text;
+        EXPECT_NE(error.text.find(c.reason), std::string::npos) << error.text;
+        EXPECT_NE(error.text.find(path(c.name)), std::string::npos) << error.text;
+    }
+    SourceInput nothing;
+    EXPECT_TRUE(nothing.open("", {}));
+    EXPECT_TRUE(nothing.seek(0));
+}
+
+TEST_F(BadFiles, APathThatLooksLikeAUrlIsStillAFile) {
+    for (const std::string &url : {path("12:30 100% done.mp4"), "file://" + path("12:30%20100%25%20done.mp4")}) {
+        SourceInput input;
+        const MediaError error = input.open(url, {});
+        EXPECT_FALSE(error) << error.text;
+        EXPECT_FALSE(input.network());
+    }
+}
+
+TEST(SourceInput, LengthsAreTheContainersOwn) {
+    for (const char *name : {"h264_aac.mp4", "mpeg2_mp2.ts", "vp9_opus.webm", "audio_only.ogg", "flv1_mp3.flv"}) {
+        const double expectedMs = static_cast<double>(support::expected(name).durationMs);
+        SourceInput input;
+        ASSERT_FALSE(input.open(support::clip(name), {})) << name;
+        EXPECT_NEAR(static_cast<double>(input.durationUs()) / 1000.0, expectedMs, 1.0) << name;
+        EXPECT_NEAR(probeLocalDuration(support::clip(name)) * 1000.0, expectedMs, 1.0) << name;
+    }
+    EXPECT_EQ(probeLocalDuration("/nowhere"), 0.0);
+}
+
+TEST(SourceInput, StreamsAreChosenAsAsked) {
+    struct Case {
+        const char *name;
+        bool video;
+        bool audio;
+        const char *track;
+        int chosenVideo;
+        int chosenAudio;
+    };
+    for (const Case &c :
+         {Case{"two_languages.mkv", true, true, "", 0, 1}, Case{"two_languages.mkv", true, true, "1", 0, 2},
+          Case{"two_languages.mkv", true, true, "DEU", 0, 2}, Case{"two_languages.mkv", true, true, "fra", 0, 1},
+          Case{"two_languages.mkv", false, true, "7", -1, 1}, Case{"two_languages.mkv", true, false, "", 0, -1},
+          Case{"cover.m4a", true, true, "", -1, 0}}) {
+        SCOPED_TRACE(std::string(c.name) + ' ' + c.track);
+        InputOptions options;
+        options.wantVideo = c.video;
+        options.wantAudio = c.audio;
+        options.audioTrack = c.track;
+        SourceInput input;
+        const MediaError error = input.open(support::clip(c.name), options);
+        ASSERT_FALSE(error) << error.text;
+        EXPECT_EQ(input.video() ? input.video()->index : -1, c.chosenVideo);
+        EXPECT_EQ(input.audio() ? input.audio()->index : -1, c.chosenAudio);
+    }
+    InputOptions options;
+    options.wantVideo = options.wantAudio = false;
+    SourceInput input;
+    input.open(support::clip("numbered.mp4"), options);
+    EXPECT_EQ(input.failure(), Failure::kNothingPlayable);
+}
+
+TEST(SourceInput, SoundAloneIsSoughtInEveryContainer) {
+    for (const char *name : {"audio_only.ogg", "audio_only.mp3", "audio_only.wav", "audio_only.flac", "audio_only.aac",
+                             "cover.m4a", "surround.mkv"}) {
+        SourceInput input;
+        ASSERT_FALSE(input.open(support::clip(name), {})) << name;
+        for (const int64_t targetUs : {900'000, 0, 500'000}) {
+            SCOPED_TRACE(std::string(name) + " at " + std::to_string(targetUs));
+            const MediaError error = input.seek(targetUs);
+            ASSERT_FALSE(error) << error.text;
+            PacketPtr packet(av_packet_alloc());
+            SourceInput::Stream stream = SourceInput::Stream::kVideo;
+            ASSERT_EQ(input.read(packet.get(), stream), 0);
+            EXPECT_EQ(stream, SourceInput::Stream::kAudio);
+            EXPECT_LE(packet->pts, targetUs);
+            EXPECT_GE(packet->pts, targetUs - 250'000);  // a run-up of 100 ms and the length of a packet
+        }
+    }
+}
+
+TEST(SourceInput, TheFirstMomentIsThePictureUnlessItIsLate) {
+    struct Case {
+        const char *name;
+        double firstVideoMs;  // about
+        double firstAudioMs;  // about
+    };
+    for (const Case &c : {Case{"late_start.ts", 0, 0.0}, Case{"wrap.ts", 0, 0.0}, Case{"sound_longer.mkv", 0, 0.0},
+                          Case{"late_picture.mkv", 520.0, 0.0}, Case{"late_sound.mkv", 0, 500.0}}) {
+        SCOPED_TRACE(c.name);
+        SourceInput input;
+        ASSERT_FALSE(input.open(support::clip(c.name), {}));
+        PacketPtr packet(av_packet_alloc());
+        SourceInput::Stream stream = SourceInput::Stream::kVideo;
+        int64_t video = -1, audio = -1;
+        while ((video < 0 || audio < 0) && input.read(packet.get(), stream) == 0) {
+            int64_t &first = stream == SourceInput::Stream::kVideo ? video : audio;
+            if (first < 0) first = packet->pts;
+            av_packet_unref(packet.get());
+        }
+        EXPECT_TRUE(video == 0 || (audio == 0 && video > 0)) << video << ' ' << audio;
+        EXPECT_NEAR(static_cast<double>(video) / 1000.0, c.firstVideoMs, 60.0);
+        EXPECT_NEAR(static_cast<double>(audio) / 1000.0, c.firstAudioMs, 60.0);
+    }
+}
+
+}  // namespace
