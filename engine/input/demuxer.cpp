@@ -90,7 +90,9 @@ MediaError Demuxer::openContainer(const std::string &url, const InputOptions &op
     container_->max_analyze_duration = kMaxAnalyzeUs;
     medium_.attach(*container_, target, options);
     const AVInputFormat *format = options.expectHls ? av_find_input_format("hls") : nullptr;
-    const int result = avformat_open_input(&container_, target.c_str(), format, nullptr);
+    AVDictionary *unused = nullptr;  // what no protocol took of the medium's request options comes back in it
+    const int result = avformat_open_input(&container_, target.c_str(), format, &unused);
+    av_dict_free(&unused);
     if (result >= 0) return {};
     medium_.detach();  // FFmpeg has freed the container
     return failedTo("open", url, interrupter_.meaning(result));
