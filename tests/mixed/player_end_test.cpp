@@ -24,7 +24,7 @@ TEST_F(PlayerEnd, OnAnOrdinaryThread_NothingIsToldBehindIt) {
     engine.postLater("p1", 1001);
     engine.postLater("p2", 1001);
     player.reset();
-    const std::string told = listener->takeEvents();
+    listener->takeEvents();
     engine.waitPosted();
     EXPECT_EQ(engine.living(), 0);
     EXPECT_EQ(listener->takeEvents(), "");
@@ -83,7 +83,7 @@ TEST_F(PlayerEnd, QueriesWhileBoundsChange_NeverReadWhatIsGone) {
     }
     over = true;
     ui.join();
-    EXPECT_EQ(engine.maxLiving(), 1);
+    EXPECT_EQ(engine.living(), 1);
     engine.autoPrepare = false;
 }
 

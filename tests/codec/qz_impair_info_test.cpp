@@ -1,0 +1,85 @@
+#include "codec/qz_impair_info.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace vexo {
+namespace {
+
+/// The value of `key` in a text of `key:value&` pairs.
+std::string valueOf(const std::string &text, const std::string &key) {
+    const std::size_t begin = text.find(key + ":");
+    if (begin == std::string::npos) return "none";
+    const std::size_t value = begin + key.size() + 1;
+    return text.substr(value, text.find('&', value) - value);
+}
+
+struct CurveCase {
+    std::vector<int> levels;
+    const char *points;
+    const char *highest;
+};
+
+class ImpairCurve : public testing::TestWithParam<CurveCase> {};
+
+TEST_P(ImpairCurve, IsReducedToItsTurningPoints) {
+    QZImpairInfo info;
+    for (const int level : GetParam().levels) info.onBufferLevel(level);
+    const std::string text = info.getImpairInfoStr();
+    EXPECT_EQ(valueOf(text, "bufInflectPoints"), GetParam().points);
+    EXPECT_EQ(valueOf(text, "maxBufLevelInMs"), GetParam().highest);
+    const std::string times = valueOf(text, "timeIntervForInflectPoints");
+    const std::string points = valueOf(text, "bufInflectPoints");
+    EXPECT_EQ(std::count(times.begin(), times.end(), ','), std::count(points.begin(), points.end(), ','));
+    EXPECT_EQ(times.substr(0, 1), "0");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Curves, ImpairCurve,
+    testing::Values(CurveCase{{4000}, "4000,0", "4000"}, CurveCase{{5000, 5000, -1}, "5000,0", "5000"},
+                    CurveCase{{1000, 2000, 3000, 2500}, "1000,3000,2500,0", "3000"},
+                    CurveCase{{3000, 1000, 0}, "3000,0", "3000"},
+                    CurveCase{{9, 1, 5, 2, 5, 2, 5, 2, 5, 2, 5}, "1,5,2,5,2,5,2,5,2,5,0", "9"}));
+
+TEST(ImpairInfo, IsSilentWithoutInput) {
+    QZImpairInfo info;
+    info.onBufferLevel(-1);
+    info.addBufferSample(-1, true);
+    EXPECT_EQ(info.getImpairInfoStr() + info.getBufferSampleStr() + info.getScoreStr() + info.getRecentBitrateStr(),
+              "");
+}
+
+TEST(ImpairInfo, SamplesComeEveryFiveSecondsUnlessForced) {
+    QZImpairInfo info;
+    info.addBufferSample(300'000, false);
+    info.addBufferSample(1'000, false);
+    EXPECT_EQ(info.getBufferSampleStr(), "300000");
+    info.addBufferSample(999, true);
+    EXPECT_EQ(info.getBufferSampleStr(), "300000,999");
+    EXPECT_EQ(info.getScoreStr().substr(0, 4), "100,");
+}
+
+TEST(ImpairInfo, AScoreLooksAtTheLastThirtySamples) {
+    QZImpairInfo info;
+    info.addBufferSample(0, true);
+    for (int i = 0; i < 30; ++i) info.addBufferSample(300'999, true);
+    const std::string scores = info.getScoreStr();
+    EXPECT_EQ(scores.substr(scores.rfind(',') + 1), "100");
+}
+
+TEST(ImpairInfo, ScoresFollowStallsAndDistance) {
+    EXPECT_DOUBLE_EQ(QZImpairInfo::computeScore(std::vector<int>(30, 300'000), false), 100.0);
+    // 100 seconds short: d is 1, both sums are 1.
+    EXPECT_DOUBLE_EQ(QZImpairInfo::computeScore({200'000}, false), 40.0 + 60.0 / 3.0);
+    // Above 300 seconds nothing is added, the count is the same.
+    EXPECT_DOUBLE_EQ(QZImpairInfo::computeScore({301'000, 200'000}, false), 40.0 + 60.0 / 2.0);
+    // One stall: d is -3, so the sums are 9 and 81.
+    EXPECT_DOUBLE_EQ(QZImpairInfo::computeScore({999}, false), (std::tanh(-1) + 1) * 40 + 60.0 / 91.0);
+    // Weighted, the first sample weighs nothing and the second tanh(1).
+    EXPECT_DOUBLE_EQ(QZImpairInfo::computeScore({0, 200'000}, true),
+                     (std::tanh(-1) + 1) * 40 + 60.0 / (1.0 + std::tanh(1.0)));
+}
+
+}  // namespace
+}  // namespace vexo
