@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "input/interrupter.h"
@@ -39,6 +40,8 @@ public:
     /// No end that could be known, and more to come.
     bool live() const;
     Interrupter &interrupter() { return interrupter_; }
+    /// Starts the time of a read or a seek.
+    void beginReading(int timeoutMs) { interrupter_.begin(timeoutMs, bytes_); }
     const Medium &medium() const { return medium_; }
 
 private:
@@ -50,6 +53,7 @@ private:
 
     Interrupter interrupter_;
     Medium medium_;
+    const std::function<int64_t()> bytes_ = [this] { return medium_.bytesRead(); };
     AVFormatContext *container_ = nullptr;
     StreamChoice choice_;
     bool indexed_ = false;

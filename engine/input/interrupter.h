@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 
 #include "ffmpeg.h"
 
@@ -16,18 +17,29 @@ public:
     /// `cancel` may be null; it is watched as long as the object lives.
     void watch(const std::atomic<bool> *cancel) { cancel_ = cancel; }
     /// Starts the time of one call.
-    void begin(int timeoutMs) { deadline_ = Clock::now() + std::chrono::milliseconds(timeoutMs); }
+    void begin(int timeoutMs) {
+        last_ = deadline_ = Clock::now() + std::chrono::milliseconds(timeoutMs);
+        bytes_ = nullptr;
+    }
+    /// The same, but as long as `bytes` grows the time begins anew, kMaxTimes times at most: a big picture on a slow
+    /// line is no stall. `bytes` must outlive the call.
+    void begin(int timeoutMs, const std::function<int64_t()> &bytes) {
+        begin(timeoutMs);
+        patience_ = std::chrono::milliseconds(timeoutMs);
+        last_ = Clock::now() + kMaxTimes * patience_;
+        seenBytes_ = bytes();
+        bytes_ = &bytes;
+    }
     /// For good: everything that comes later is refused as well.
     void abort() { aborted_.store(true, std::memory_order_relaxed); }
 
     bool aborted() const {
         return aborted_.load(std::memory_order_relaxed) || (cancel_ && cancel_->load(std::memory_order_relaxed));
     }
-    bool expired() const { return Clock::now() >= deadline_; }
     AVIOInterruptCB callback() { return {&Interrupter::ask, this}; }
 
     /// FFmpeg answers an interrupted call with many numbers, the end of the file among them: what it really was.
-    int meaning(int result) const {
+    int meaning(int result) {
         if (result >= 0) return result;
         if (aborted()) return AVERROR_EXIT;
         return expired() ? AVERROR(ETIMEDOUT) : result;
@@ -35,14 +47,31 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    static constexpr int kMaxTimes = 8;
+
+    bool expired() {
+        const Clock::time_point now = Clock::now();
+        if (now < deadline_) return false;
+        if (!bytes_ || now >= last_) return true;
+        const int64_t bytes = (*bytes_)();
+        if (bytes == seenBytes_) return true;
+        seenBytes_ = bytes;
+        deadline_ = now + patience_;
+        return false;
+    }
+
     static int ask(void *self) {
-        const auto *interrupter = static_cast<const Interrupter *>(self);
+        auto *interrupter = static_cast<Interrupter *>(self);
         return interrupter->aborted() || interrupter->expired() ? 1 : 0;
     }
 
     const std::atomic<bool> *cancel_ = nullptr;
     std::atomic<bool> aborted_{false};
     Clock::time_point deadline_ = Clock::time_point::max();
+    Clock::time_point last_ = Clock::time_point::max();
+    std::chrono::milliseconds patience_{0};
+    const std::function<int64_t()> *bytes_ = nullptr;
+    int64_t seenBytes_ = 0;
 };
 
 }  // namespace oriplayer

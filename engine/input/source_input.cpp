@@ -178,9 +178,8 @@ bool SourceInput::live() const {
 
 int SourceInput::read(AVPacket *packet, Stream &stream) {
     if (!container()) return AVERROR(EINVAL);
-    Interrupter &interrupter = impl_->demuxer.interrupter();
-    interrupter.begin(impl_->options.timeoutMs * (impl_->demuxer.live() ? kLivePatience : 1));
-    if (interrupter.aborted()) return AVERROR_EXIT;
+    impl_->demuxer.beginReading(impl_->options.timeoutMs * (impl_->demuxer.live() ? kLivePatience : 1));
+    if (impl_->demuxer.interrupter().aborted()) return AVERROR_EXIT;
     PacketPtr own;
     if (!impl_->held.empty()) {
         own = impl_->held.pop(stream);
@@ -194,8 +193,7 @@ int SourceInput::read(AVPacket *packet, Stream &stream) {
 
 MediaError SourceInput::seek(int64_t positionUs) {
     if (!container()) return {AVERROR(EINVAL), "cannot seek: nothing is open"};
-    Interrupter &interrupter = impl_->demuxer.interrupter();
-    interrupter.begin(impl_->options.timeoutMs);
+    impl_->demuxer.beginReading(impl_->options.timeoutMs);
     const int64_t length = durationUs();
     const int64_t last = length > 0 ? length : INT64_MAX / 4;
     return impl_->seek(std::clamp<int64_t>(positionUs, 0, last));

@@ -16,7 +16,7 @@ struct InputOptions {
     std::string userAgent;                                     ///< empty: FFmpeg's
     std::vector<std::pair<std::string, std::string>> headers;  ///< request headers, also on sub-requests
     std::string caFile;                                        ///< empty: the system's authorities
-    int timeoutMs = 8000;    ///< for opening in all (redirects, probing) and for each read or seek
+    int timeoutMs = 8000;    ///< for opening in all (redirects, probing), and without a byte in each read or seek
     bool expectHls = false;  ///< the container is an HLS play list whatever the URL looks like
     bool wantVideo = true;
     bool wantAudio = true;
@@ -27,8 +27,11 @@ struct InputOptions {
 /// One opened source: finds its streams, reads packets in order, seeks. Knows nothing of players.
 ///
 /// Threads:    one thread at a time uses it (the reader); interrupt() alone may come from any thread.
-/// Bounds:     open, read and seek return within timeoutMs (AVERROR(ETIMEDOUT)) or within 100 ms of interrupt()
-///             (AVERROR_EXIT) wherever the operating system lets go of the call.
+/// Bounds:     open returns within timeoutMs in all; read and seek within timeoutMs of the last byte that came, and
+/// within
+///             eight times that in all (AVERROR(ETIMEDOUT)). Waiting for more of a live play list may take four times
+///             as long. All return within about 100 ms of interrupt() (AVERROR_EXIT) wherever the operating system lets
+///             go of the call.
 /// Positions:  microseconds from the source's first moment. 0 is the first picture if it comes at most 50 ms behind the
 ///             first sound, else the first of both. Packets leave read() with pts, dts and duration on that scale
 ///             (time base 1/1000000), made continuous where the container's own timestamps jump. Sound before the first
