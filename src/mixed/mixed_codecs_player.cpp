@@ -1,5 +1,7 @@
 #include "mixed/mixed_codecs_player.h"
 
+#include <pthread.h>
+
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -45,7 +47,10 @@ void MixedCodecsPlayer::destroy(MixedCodecsPlayer *player) {
     }
     player->silenceTimelines();
     try {
-        std::thread([player] { delete player; }).detach();
+        std::thread([player] {
+            pthread_setname_np(pthread_self(), "vexo-end");
+            delete player;
+        }).detach();
     } catch (const std::system_error &error) {
         VEXO_PRINT(LOG_ERROR, "no thread to end the player on, it stays behind in silence: %s", error.what());
     }
