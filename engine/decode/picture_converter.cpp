@@ -8,6 +8,7 @@ extern "C" {
 
 #include <array>
 #include <cstring>
+#include <utility>
 
 namespace oriplayer {
 
@@ -18,8 +19,10 @@ constexpr int kRowAlignment = 32;
 constexpr int kWrittenBehind = 64;
 // BT.709 from here on where nothing names a matrix: the same border as the application's.
 constexpr int kFirstHdHeight = 720;
-// Chroma of 4:2:0 lies between two rows, in 256ths of a row.
+// Chroma of 4:2:0 lies between two rows, in 256ths of a row; with a row of chroma for each of luma there is nothing to
+// say.
 constexpr int kChromaBetweenRows = 128;
+constexpr int kChromaUnsaid = -513;
 
 struct SwsFree {
     void operator()(SwsContext *scaler) const { sws_freeContext(scaler); }
@@ -66,24 +69,29 @@ void repeatLastChromaRow(AVFrame &picture) {
     }
 }
 
-bool isFullRange(const AVFrame &frame) {
-    switch (frame.format) {
-        case AV_PIX_FMT_YUVJ420P:
+/// The formats that carry full range in their name, without it: the scaler is told the range anyway.
+AVPixelFormat withoutRange(AVPixelFormat format) {
+    switch (format) {
         case AV_PIX_FMT_YUVJ422P:
+            return AV_PIX_FMT_YUV422P;
         case AV_PIX_FMT_YUVJ444P:
+            return AV_PIX_FMT_YUV444P;
         case AV_PIX_FMT_YUVJ440P:
+            return AV_PIX_FMT_YUV440P;
         case AV_PIX_FMT_YUVJ411P:
-            return true;
+            return AV_PIX_FMT_YUV411P;
         default:
-            return frame.color_range == AVCOL_RANGE_JPEG;
+            return format;
     }
 }
 
 Shape shapeOf(const AVFrame &frame, const AVPixFmtDescriptor &format) {
-    Shape shape{frame.width, frame.height, static_cast<AVPixelFormat>(frame.format)};
+    const auto named = static_cast<AVPixelFormat>(frame.format);
+    Shape shape{frame.width, frame.height, withoutRange(named)};
+    const bool full = shape.format != named || frame.color_range == AVCOL_RANGE_JPEG;
     shape.rgb = (format.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
     // libswscale takes all gray as full range: told the same of both sides it leaves the values alone.
-    shape.fullIn = shape.rgb || isGray(format) || isFullRange(frame);
+    shape.fullIn = shape.rgb || isGray(format) || full;
     shape.fullOut = shape.fullIn && !shape.rgb;
     return shape;
 }
@@ -96,43 +104,44 @@ struct PictureConverter::Impl {
     std::unique_ptr<AVBufferPool, PoolFree> pool;
 
     int rebuild(const Shape &wanted);
+    int makeScaler();
     FramePtr blank() const;
 };
 
 int PictureConverter::Impl::rebuild(const Shape &wanted) {
     if (scaler && wanted == shape) return 0;
-    shape = {};
-    scaler.reset(sws_alloc_context());
-    if (!scaler) return AVERROR(ENOMEM);
-    const std::array<std::pair<const char *, int>, 11> settings{
-        {{"srcw", wanted.width},
-         {"srch", wanted.height},
-         {"src_format", wanted.format},
-         {"src_range", wanted.fullIn},
-         {"dstw", wanted.width},
-         {"dsth", wanted.height},
-         {"dst_format", AV_PIX_FMT_YUV420P},
-         {"dst_range", wanted.fullOut},
-         {"src_v_chr_pos", kChromaBetweenRows},
-         {"dst_v_chr_pos", kChromaBetweenRows},
-         {"sws_flags", SWS_BICUBIC | (wanted.rgb ? SWS_FULL_CHR_H_INP : 0)}}};
-    for (const auto &[name, value] : settings) av_opt_set_int(scaler.get(), name, value, 0);
-    // Without tables of its own the scaler has the same matrix on both sides: only RGB needs to name one.
-    const bool hd = wanted.height >= kFirstHdHeight;
-    const int *matrix = sws_getCoefficients(hd ? SWS_CS_ITU709 : SWS_CS_ITU601);
-    int result = sws_init_context(scaler.get(), nullptr, nullptr);
-    if (result >= 0 && wanted.rgb) {
-        result = sws_setColorspaceDetails(scaler.get(), matrix, 1, matrix, 0, 0, 1 << 16, 1 << 16);
-    }
+    shape = wanted;
+    int result = makeScaler();
     const int chromaBytes = aligned((wanted.width + 1) / 2) * ((wanted.height + 1) / 2);
     const int bytes = aligned(wanted.width) * wanted.height + 2 * chromaBytes + kWrittenBehind;
-    if (result >= 0) pool.reset(av_buffer_pool_init(static_cast<std::size_t>(bytes), nullptr));
-    if (result < 0 || !pool) {
-        scaler.reset();
-        return result < 0 ? result : AVERROR(ENOMEM);
-    }
-    shape = wanted;
-    return 0;
+    pool.reset(av_buffer_pool_init(static_cast<std::size_t>(bytes), nullptr));
+    if (result >= 0 && !pool) result = AVERROR(ENOMEM);
+    if (result < 0) scaler.reset();
+    return result;
+}
+
+int PictureConverter::Impl::makeScaler() {
+    scaler.reset(sws_alloc_context());
+    if (!scaler) return AVERROR(ENOMEM);
+    const bool halfRows = av_pix_fmt_desc_get(shape.format)->log2_chroma_h == 1;
+    const std::array<std::pair<const char *, int>, 11> settings{
+        {{"srcw", shape.width},
+         {"srch", shape.height},
+         {"src_format", shape.format},
+         {"src_range", shape.fullIn},
+         {"dstw", shape.width},
+         {"dsth", shape.height},
+         {"dst_format", AV_PIX_FMT_YUV420P},
+         {"dst_range", shape.fullOut},
+         {"src_v_chr_pos", halfRows ? kChromaBetweenRows : kChromaUnsaid},
+         {"dst_v_chr_pos", kChromaBetweenRows},
+         {"sws_flags", SWS_BICUBIC | (shape.rgb ? SWS_FULL_CHR_H_INP : 0)}}};
+    for (const auto &[name, value] : settings) av_opt_set_int(scaler.get(), name, value, 0);
+    const int result = sws_init_context(scaler.get(), nullptr, nullptr);
+    // Without tables of its own the scaler has the same matrix on both sides: only RGB needs to name one.
+    if (result < 0 || !shape.rgb) return result;
+    const int *matrix = sws_getCoefficients(shape.height >= kFirstHdHeight ? SWS_CS_ITU709 : SWS_CS_ITU601);
+    return sws_setColorspaceDetails(scaler.get(), matrix, 1, matrix, 0, 0, 1 << 16, 1 << 16);
 }
 
 FramePtr PictureConverter::Impl::blank() const {

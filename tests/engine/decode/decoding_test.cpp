@@ -120,9 +120,10 @@ TEST(Decoding, RealFilesGiveEveryPictureBitByBit) {
 }
 
 TEST(Decoding, ClipsGiveWhatTheFfmpegProgramDecodes) {
-    for (const char *name : {"h264_aac.mp4", "hevc_aac.mkv", "vp9_opus.webm", "av1_opus.mkv", "mpeg2_mp2.ts",
-                             "bframes.mkv", "vfr.mkv", "odd_size.mkv", "interlaced.ts", "late_start.ts", "wrap.ts",
-                             "flv1_mp3.flv", "mpeg4_mp3.avi", "sound_longer.mkv", "size_change.ts", "jump_back.ts"}) {
+    for (const char *name :
+         {"h264_aac.mp4", "hevc_aac.mkv", "vp9_opus.webm", "av1_opus.mkv", "mpeg2_mp2.ts", "bframes.mkv", "vfr.mkv",
+          "odd_size.mkv", "interlaced.ts", "late_start.ts", "wrap.ts", "flv1_mp3.flv", "mpeg4_mp3.avi",
+          "sound_longer.mkv", "size_change.ts", "jump_back.ts", "ten_bit.mkv", "yuv422.mkv", "yuv444.mkv"}) {
         SCOPED_TRACE(name);
         Decoding decoding(support::clip(name));
         const Decoded decoded = decoding.toEnd();
