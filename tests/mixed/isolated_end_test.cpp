@@ -11,7 +11,7 @@ TEST_F(IsolatedEnd, LastPeriod_StopsTheIsolatedAndStartsTheMainTimeline) {
     takeOver({period({"x"})});
     ends("p2");
     ASSERT_TRUE(listener->waitFor(10240));
-    EXPECT_EQ(log(), "p2.setListener(null) p2.stop p2.destroy p1.start");
+    EXPECT_EQ(logBut("p2.destroy"), "p2.setListener(null) p2.stop p1.start");
     EXPECT_EQ(player->getActiveIndex(), 0);
     EXPECT_EQ(listener->takeEvents(), "1000@000000 1000@010000 1001@010000 10240@000000");
 }
@@ -27,7 +27,7 @@ TEST_F(IsolatedEnd, EarlierPeriod_GoesOnInTheIsolatedTimeline) {
     log();
     ends("p3");
     ASSERT_TRUE(listener->waitFor(10240));
-    EXPECT_EQ(log(), "p3.setListener(null) p3.stop p3.destroy p1.start");
+    EXPECT_EQ(logBut("p3.destroy"), "p3.setListener(null) p3.stop p1.start");
 }
 
 TEST_F(IsolatedEnd, MixedCodecsPeriod_EndsWithItsLastSource) {

@@ -1,6 +1,6 @@
 #include "codec/codec_net_process.h"
-#include "mixed/player_fixture.h"
 #include "codec/recording_configure.h"
+#include "mixed/player_fixture.h"
 
 namespace vexo {
 namespace {
