@@ -19,11 +19,18 @@ namespace VexoPlayerNS {
 class Application : public IVexoPlayerCallback {
 public:
     void onPlayEvent(int sid, int code, std::string, VexoParams) override {
+        std::function<void(int)> handler;
         {
             std::lock_guard<std::mutex> lock(mutex_);
             events_.emplace_back(sid, code);
+            handler = onEvent_;
         }
-        if (onEvent) onEvent(code);
+        if (handler) handler(code);
+    }
+    /// May be changed at any time; a call under way goes on with the former handler.
+    void onEvent(std::function<void(int code)> handler) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        onEvent_ = std::move(handler);
     }
     void onVideoFrame(void **, int, int, int, int, int, int, VexoParams) override {
         ++pictures;
@@ -34,13 +41,13 @@ public:
         return std::exchange(events_, {});
     }
 
-    std::function<void(int code)> onEvent;
-    std::function<void()> onPicture;
+    std::function<void()> onPicture;  ///< set while no pictures come
     std::atomic<int> pictures{0};
 
 private:
     std::mutex mutex_;
     std::vector<std::pair<int, int>> events_;
+    std::function<void(int)> onEvent_;
 };
 
 /// A source that plays nothing and tells when its player has let it go.

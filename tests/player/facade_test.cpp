@@ -128,10 +128,10 @@ TEST_F(Facade, CommandsInACallbackOrATaskWaitForNobodyAndKeepTheOrder) {
     player_->prepareAsync();
     accepted.get_future().wait();
     application_.onPicture = [&] { player_->start(); };
-    application_.onEvent = [&](int) {
+    application_.onEvent([&](int) {
         showPicture();  // a callback in a callback
         player_->stop();
-    };
+    });
     raiseEvent(1000);  // comes back although the task still runs
     EXPECT_EQ(application_.pictures, 1);
     release.set_value();
@@ -174,7 +174,7 @@ TEST_F(Facade, TheLastReferenceMayGoInACallbackOrATask) {
             showPicture();  // the application hears of nothing any more
             dropped.set_value();
         };
-        application_.onEvent = [&](int) { dropHere(); };
+        application_.onEvent([&](int) { dropHere(); });
         application_.onPicture = dropHere;
         reports_.onLine = [&](const std::string &line) {
             if (line == "stop impl call\n" && place == "task") dropHere();

@@ -1,0 +1,238 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "fake/scripted_engine.h"
+#include "player/application.h"
+#include "player/test_picture.h"
+#include "render/render_manager.h"
+
+namespace VexoPlayerNS {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::Pair;
+
+/// A facade with scripted engine players below. Tests wait for what the application or the engine has seen.
+class Playback : public testing::Test {
+protected:
+    Playback() { restartEngine(); }
+    ~Playback() override {
+        player_.reset();
+        engine_.autoPrepare = false;
+        engine_.reset();
+    }
+    /// Players are counted from p1 again.
+    void restartEngine() {
+        engine_.reset();
+        calls_.clear();
+        engine_.onCall([this](const std::string &entry) {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            calls_.push_back(entry);
+            changed_.notify_all();
+        });
+    }
+    void create(VexoParams params = {}) { player_ = IVexoPlayer::create(&application_, std::move(params)); }
+    void open(const char *url) {
+        player_->setMediaSource(IVexoMediaSource::create(url));
+        player_->prepareAsync();
+        player_->start();
+    }
+    /// Behind it every command accepted so far is done.
+    void settle() {
+        reports_.take();
+        player_->setDisplay(nullptr);
+        reports_.awaitLine("setDisplay impl call\n");
+    }
+    void awaitCall(const std::string &entry) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait(lock, [&] { return std::find(calls_.begin(), calls_.end(), entry) != calls_.end(); });
+    }
+    /// Runs `handler` at the application's first event `code`; behind it the returned future is ready.
+    std::future<void> at(int code, std::function<void()> handler) {
+        auto done = std::make_shared<std::promise<void>>();
+        auto once = std::make_shared<std::once_flag>();
+        application_.onEvent([=](int heard) {
+            if (heard != code) return;
+            std::call_once(*once, [&] {
+                handler();
+                done->set_value();
+            });
+        });
+        return done->get_future();
+    }
+
+    fake::ScriptedEngine &engine_ = fake::ScriptedEngine::instance();
+    vexo_test::ReportLog reports_;
+    Application application_;
+    TestPicture picture_{2, 2, 0};
+    std::shared_ptr<IVexoPlayer> player_;
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::string> calls_;
+};
+
+TEST_F(Playback, OptionsReachTheEnginePlayer) {
+    struct Row {
+        VexoParams params;
+        bool pipeline;
+    };
+    for (const Row &row :
+         {Row{{}, true}, Row{{{kVideoPipelineEnable, false}}, false}, Row{{{kVideoPipelineEnable, 0}}, true}}) {
+        restartEngine();
+        create(row.params);
+        open("a.mp4");
+        settle();
+        EXPECT_EQ(engine_.pipelineOf("p1") != nullptr, row.pipeline);
+        EXPECT_NE(engine_.reporterOf("p1"), nullptr);
+    }
+}
+
+TEST_F(Playback, EventsAndPicturesOfASourceReachTheApplication) {
+    create();
+    open("a.mp4");
+    settle();
+    auto sized = at(306, [] {});
+    engine_.post("p1", 306, 640, 360);
+    sized.wait();
+    auto prepared = at(1000, [] {});
+    engine_.post("p1", 1000);
+    prepared.wait();
+    engine_.pipelineOf("p1")->Render(&picture_.record);
+    EXPECT_EQ(application_.pictures, 1);
+    auto ended = at(1001, [] {});
+    engine_.post("p1", 1001);
+    ended.wait();
+    const int sid = 0;  // main timeline, first period, first source
+    EXPECT_THAT(application_.takeEvents(), ElementsAre(Pair(sid, 306), Pair(sid, 1000), Pair(sid, 1001)));
+    player_.reset();
+    EXPECT_EQ(engine_.living(), 0);
+}
+
+TEST_F(Playback, TheHandlerOfTheEndMayPlayTheNextSource) {
+    create();
+    open("a.mp4");
+    settle();
+    auto next = at(1001, [this] { open("b.mp4"); });
+    engine_.post("p1", 1000);
+    engine_.post("p1", 1001);
+    next.wait();
+    awaitCall("p2.prepareAsync");
+    settle();
+    EXPECT_FALSE(engine_.post("p1", 1001)) << "the former player is silent";
+    auto prepared = at(1000, [] {});
+    engine_.post("p2", 1000);
+    prepared.wait();
+    awaitCall("p2.start");
+    const std::string log = engine_.takeLog();
+    EXPECT_THAT(log, HasSubstr("p2.setDataSource(b.mp4)"));
+    EXPECT_THAT(log, Not(HasSubstr("p2.stop"))) << "the end of a.mp4 does not act on b.mp4";
+    EXPECT_EQ(engine_.maxLiving(), 1);
+}
+
+TEST_F(Playback, ACommandInACallbackDoesNotWaitForAStopThatWaitsForIt) {
+    create();
+    open("a.mp4");
+    settle();
+    auto handled = at(1000, [this] {
+        player_->stop();
+        reports_.awaitLine("stop impl call\n");  // from here on its task waits for this thread
+        player_->prepareAsync();
+        player_->start();
+    });
+    engine_.post("p1", 1000);
+    handled.wait();
+    settle();
+    EXPECT_EQ(engine_.living(), 0);
+}
+
+TEST_F(Playback, TheLastReferenceMayGoOnALooperOrThePictureThread) {
+    for (const bool inPicture : {false, true}) {
+        SCOPED_TRACE(inPicture);
+        restartEngine();
+        create();
+        open("a.mp4");
+        settle();
+        std::promise<void> gone;
+        application_.onPicture = [&] {
+            player_.reset();
+            gone.set_value();
+        };
+        auto dropped = at(1000, [&] {
+            if (!inPicture) player_.reset();
+        });
+        auto pipeline = engine_.pipelineOf("p1");
+        engine_.post("p1", 1000);
+        dropped.wait();
+        if (inPicture) pipeline->Render(&picture_.record);
+        pipeline.reset();
+        awaitCall("p1.destroy");
+        application_.onPicture = nullptr;
+        while (engine_.living() > 0) std::this_thread::yield();
+    }
+}
+
+TEST_F(Playback, BehindTheDestructorTheApplicationHearsNothing) {
+    for (int round = 0; round < 20; ++round) {
+        restartEngine();
+        auto application = std::make_unique<Application>();
+        player_ = IVexoPlayer::create(application.get(), {});
+        open("a.mp4");
+        settle();
+        auto pipeline = engine_.pipelineOf("p1");
+        std::atomic<bool> over{false};
+        std::thread events([&] {
+            while (!over) engine_.post("p1", 306, 1, 1);
+        });
+        std::thread pictures([&] {
+            while (!over) pipeline->Render(&picture_.record);
+        });
+        while (application->takeEvents().empty() || application->pictures == 0) std::this_thread::yield();
+        player_.reset();
+        application.reset();
+        over = true;
+        events.join();
+        pictures.join();
+    }
+}
+
+TEST_F(Playback, PlayersThatComeAndGoLeaveNothing) {
+    for (int round = 0; round < 60; ++round) {
+        restartEngine();
+        create();
+        auto handled = at(1000, [round, weak = std::weak_ptr(player_)] {
+            const auto player = weak.lock();  // now and then the last reference
+            if (!player) return;
+            if (round % 3 == 0) player->setMediaSource(IVexoMediaSource::create("b.mp4"));
+            if (round % 3 == 1) player->stop();
+            player->prepareAsync();
+        });
+        engine_.autoPrepare = true;
+        open("a.mp4");
+        if (round % 2 == 0) handled.wait();
+        player_.reset();
+        while (engine_.living() > 0) std::this_thread::yield();
+    }
+    vexo::RenderSetup setup;
+    auto *pipe = vexo::RenderManager::Instance().AcquirePipe(setup);
+    EXPECT_EQ(pipe->Render(picture_.info), 1) << "no middleware stayed behind";
+    vexo::RenderManager::Instance().ReleasePipe(pipe);
+}
+
+}  // namespace
+}  // namespace VexoPlayerNS
