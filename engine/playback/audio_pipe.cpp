@@ -57,6 +57,7 @@ void AudioPipe::run() {
         stage_.readWake.notify();
         if (stage_.control.current(item->generation)) handle(std::move(*item));
     }
+    decoder_.reset();
 }
 
 bool AudioPipe::outdated() const {

@@ -9,22 +9,24 @@ namespace oriplayer {
 /// The door through which one thread of a player goes out to the application's code. Closed, nobody goes out any more,
 /// and whoever closed it can wait for the one who is still outside.
 ///
-/// Threads: enter/leave by one thread in turn, all else from any.
+/// Threads: passes are taken by one thread, one at a time; all else from any.
 class CallbackGate {
 public:
-    /// False if closed: the call must not be made.
-    bool enter() {
-        std::lock_guard lock(mutex_);
-        if (closed_) return false;
-        outside_ = std::this_thread::get_id();
-        return true;
-    }
+    /// One call outside; false if the gate was closed: the call must not be made then.
+    class Pass {
+    public:
+        explicit Pass(CallbackGate &gate) : gate_(gate), given_(gate.leave()) {}
+        ~Pass() {
+            if (given_) gate_.comeBack();
+        }
+        Pass(const Pass &) = delete;
+        Pass &operator=(const Pass &) = delete;
+        explicit operator bool() const { return given_; }
 
-    void leave() {
-        std::lock_guard lock(mutex_);
-        outside_ = {};
-        condition_.notify_all();
-    }
+    private:
+        CallbackGate &gate_;
+        const bool given_;
+    };
 
     void close() {
         std::lock_guard lock(mutex_);
@@ -44,6 +46,19 @@ public:
     }
 
 private:
+    bool leave() {
+        std::lock_guard lock(mutex_);
+        if (closed_) return false;
+        outside_ = std::this_thread::get_id();
+        return true;
+    }
+
+    void comeBack() {
+        std::lock_guard lock(mutex_);
+        outside_ = {};
+        condition_.notify_all();
+    }
+
     mutable std::mutex mutex_;
     std::condition_variable condition_;
     std::thread::id outside_;

@@ -52,9 +52,8 @@ bool Notifier::next(Event &event) {
 
 void Notifier::tell(const Event &event) {
     const auto listener = settings_.listener();
-    if (!listener || !gate_.enter()) return;
-    listener->notify(playerId_, event.number, 0, 0, event.param);
-    gate_.leave();
+    if (!listener) return;
+    if (const CallbackGate::Pass pass(gate_); pass) listener->notify(playerId_, event.number, 0, 0, event.param);
 }
 
 }  // namespace oriplayer

@@ -14,6 +14,7 @@ namespace oriplayer {
 /// Event numbers of a player.
 enum PlayerEvent : int {
     kEventSize = 306,
+    kEventLog = 309,
     kEventPrepared = 1000,
     kEventEnd = 1001,
     kEventFirstShown = 1017,

@@ -45,12 +45,10 @@ void PictureOutlet::show(const Picture &picture, int64_t lateUs) {
     stage_.tellSize(picture.frame->width, picture.frame->height);
     if (stage_.showPictures && open()) render(picture, lateUs);
     ++stage_.counters.picturesShown;
-    ++number_;
 }
 
 void PictureOutlet::drop() {
     ++stage_.counters.picturesDropped;
-    ++number_;
 }
 
 // The application may exchange the pipeline while it plays.
@@ -58,10 +56,10 @@ bool PictureOutlet::open() {
     const auto wanted = stage_.settings.pipeline();
     if (wanted == pipeline_) return pipeline_ != nullptr;
     close();
-    if (!wanted || !stage_.pictureGate.enter()) return false;
+    const CallbackGate::Pass pass(stage_.pictureGate);
+    if (!wanted || !pass) return false;
     DRWSetup *setup = nullptr;
     wanted->Open(setup);
-    stage_.pictureGate.leave();
     pipeline_ = wanted;
     return true;
 }
@@ -83,18 +81,17 @@ void PictureOutlet::render(const Picture &picture, int64_t lateUs) {
     record.words[kRenderPositionLow] = static_cast<uint32_t>(positionUs);
     record.words[kRenderPositionHigh] = static_cast<uint32_t>(positionUs >> 32);
     record.words[kRenderDuration] = clampWord(picture.durationUs);
-    record.words[kRenderNumber] = number_;
-    record.words[kRenderDropped] = clampWord(stage_.counters.picturesDropped);
+    const int64_t lost = stage_.counters.picturesDropped + stage_.counters.picturesSkipped;
+    record.words[kRenderNumber] = static_cast<uint32_t>(stage_.counters.picturesShown + lost);
+    record.words[kRenderDropped] = clampWord(lost);
     record.words[kRenderLateness] = clampWord(lateUs);
     record.words[kRenderColor] = colorOf(frame);
     record.words[kRenderAspect] = aspectOf(frame);
     record.picture = &video;
-    if (!stage_.pictureGate.enter()) return;
-    {
+    if (const CallbackGate::Pass pass(stage_.pictureGate); pass) {
         Stopwatch watch(stage_.counters.renderUs);
         pipeline_->Render(&record);
     }
-    stage_.pictureGate.leave();
 }
 
 }  // namespace oriplayer

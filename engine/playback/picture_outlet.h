@@ -25,7 +25,6 @@ private:
 
     Stage &stage_;
     std::shared_ptr<VideoRenderPipeline> pipeline_;  ///< the one that was opened
-    uint32_t number_ = 0;                            ///< of the next picture
 };
 
 }  // namespace oriplayer

@@ -30,6 +30,12 @@ void Reader::run() {
         }
     }
     stage_.counters.downloading = false;
+    // Here and not with the session, which may end on the application's thread: closing a connection takes time.
+    input_.reset();
+    video_.reset();
+    audio_.reset();
+    stage_.videoPackets.clear();
+    stage_.audioPackets.clear();
 }
 
 void Reader::add(const std::shared_ptr<ISource> &source) {
@@ -185,6 +191,7 @@ bool Reader::openDecoders(MediaError &error) {
         video_ = std::make_shared<VideoDecoder>();
         if (const MediaError failed = video_->open(*input_->video(), decoderThreads_)) {
             error = failed;
+            stage_.tellLog(failed.text);
             video_.reset();
         }
     }
@@ -192,6 +199,7 @@ bool Reader::openDecoders(MediaError &error) {
         audio_ = std::make_shared<AudioDecoder>();
         if (const MediaError failed = audio_->open(*input_->audio())) {
             if (!error) error = failed;
+            stage_.tellLog(failed.text);
             audio_.reset();
         }
     }

@@ -1,5 +1,6 @@
 #include "playback/session.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <functional>

@@ -25,6 +25,12 @@ void Stage::tellSize(int width, int height) {
     notifier.post(kEventSize, std::move(param));
 }
 
+void Stage::tellLog(const std::string &line) {
+    Param param;
+    param.putCString(line.c_str(), true);
+    notifier.post(kEventLog, std::move(param));
+}
+
 void Stage::tellPrepared() {
     if (!control.reachPrepared()) return;
     notifier.post(kEventPrepared);

@@ -100,6 +100,8 @@ struct Stage {
 
     /// 306 if the size is new.
     void tellSize(int width, int height);
+    /// 309: a line for the application's log.
+    void tellLog(const std::string &line);
     /// 1000, once.
     void tellPrepared();
     /// One of 501 to 504: final.

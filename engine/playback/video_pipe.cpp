@@ -1,5 +1,6 @@
 #include "playback/video_pipe.h"
 
+#include <iterator>
 #include <utility>
 
 namespace oriplayer {
@@ -20,6 +21,7 @@ void VideoPipe::run() {
         stage_.readWake.notify();
         if (stage_.control.current(item->generation)) handle(std::move(*item));
     }
+    decoder_.reset();
 }
 
 bool VideoPipe::outdated() const {
@@ -40,6 +42,7 @@ void VideoPipe::handle(StreamItem item) {
         case StreamItem::Kind::kPacket:
             ++stage_.counters.videoPackets;
             stage_.counters.decoderBytes += item.packet->size;
+            if (item.packet->pts != AV_NOPTS_VALUE) awaited_.insert(item.packet->pts);
             keepPace(*item.packet);
             decode(item.packet.get());
             break;
@@ -56,6 +59,8 @@ void VideoPipe::beginGeneration(const StreamItem &item) {
     baseUs_ = item.baseUs;
     landed_ = false;
     skipping_ = false;
+    hasSkipped_ = false;
+    awaited_.clear();
     skipped_.reset();
     if (decoder_) decoder_->flush();
 }
@@ -69,6 +74,15 @@ void VideoPipe::keepPace(const AVPacket &packet) {
     if (!late && !skipping_) return;
     decoder_->skipBefore(late ? now : INT64_MIN);
     skipping_ = late;
+    hasSkipped_ = hasSkipped_ || late;
+}
+
+// Pictures come out in the order of their times: one that is overtaken was left out.
+void VideoPipe::countSkipped(int64_t playUs) {
+    const auto behind = awaited_.lower_bound(playUs);
+    if (hasSkipped_) stage_.counters.picturesSkipped += std::distance(awaited_.begin(), behind);
+    awaited_.erase(awaited_.begin(), behind);
+    awaited_.erase(playUs);
 }
 
 void VideoPipe::decode(const AVPacket *packet) {
@@ -99,6 +113,7 @@ void VideoPipe::receive() {
             return stage_.fail(kEventDecodeFailed, {result, what});
         }
         ++stage_.counters.picturesDecoded;
+        countSkipped(frame->pts);
         take(std::move(frame));
     }
 }
@@ -107,6 +122,7 @@ void VideoPipe::drain() {
     if (!decoder_) return;
     decode(nullptr);
     decoder_->flush();
+    if (!outdated()) countSkipped(INT64_MAX);
 }
 
 void VideoPipe::take(FramePtr frame) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 
 #include "decode/picture_converter.h"
 #include "playback/stage.h"
@@ -26,6 +27,7 @@ private:
     void deliverEnd();
     void put(Picture picture);
     void keepPace(const AVPacket &packet);
+    void countSkipped(int64_t playUs);
     bool outdated() const;
 
     Stage &stage_;
@@ -35,8 +37,10 @@ private:
     uint32_t generation_ = 0;
     int64_t targetUs_ = INT64_MIN;
     int64_t baseUs_ = 0;
-    bool landed_ = false;    ///< a picture of this generation was delivered
-    bool skipping_ = false;  ///< the decoder was told to leave pictures out
+    bool landed_ = false;        ///< a picture of this generation was delivered
+    bool skipping_ = false;      ///< the decoder was told to leave pictures out
+    bool hasSkipped_ = false;    ///< it was, at least once in this generation
+    std::set<int64_t> awaited_;  ///< play times of pictures that went into the decoder and did not yet come out
 };
 
 }  // namespace oriplayer

@@ -249,6 +249,8 @@ public:
         player_->getParameter(number, &param, -1);
         return param;
     }
+    /// Pictures that were too late, in the decoder or behind it.
+    int dropped() const { return parameter(2019).getInt32(5) + parameter(2019).getInt32(6); }
 
     const std::shared_ptr<Record> record = std::make_shared<Record>();
     const std::shared_ptr<Screen> screen = std::make_shared<Screen>(record);
