@@ -1,0 +1,150 @@
+#include "interface/vexo_player.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include "base/oriplayer/module.h"
+#include "support/clips.h"
+
+namespace {
+
+using namespace VexoPlayerNS;
+using support::clip;
+using support::expected;
+
+/// An application with hooks; it counts what it is told and waits for at most 30 s.
+class Application : public IVexoPlayerCallback {
+public:
+    void onPlayEvent(int, int code, std::string, VexoParams) override {
+        if (onEvent) onEvent(code);
+        const std::lock_guard lock(mutex_);
+        if (code == 1001) ++ends_;
+        if (code == 1000) ++prepared_;
+        changed_.notify_all();
+    }
+    void onVideoFrame(void **planes, int, int, int, int, int width, int height, VexoParams params) override {
+        const int stride = nonstd::any_cast<int>(params["y_stride"]);
+        const int number = support::pictureNumber(static_cast<const uint8_t *>(planes[0]), stride);
+        if (onPicture) onPicture(number);
+        const std::lock_guard lock(mutex_);
+        ++pictures_;
+        sizeRight_ = sizeRight_ && width == 320 && height == 180;
+        changed_.notify_all();
+    }
+    bool wait(const std::function<bool(int prepared, int ends, int pictures)> &holds) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return holds(prepared_, ends_, pictures_); });
+    }
+    int pictures() {
+        const std::lock_guard lock(mutex_);
+        return pictures_;
+    }
+    bool sizeRight() {
+        const std::lock_guard lock(mutex_);
+        return sizeRight_;
+    }
+
+    std::function<void(int code)> onEvent;
+    std::function<void(int number)> onPicture;
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int prepared_ = 0;
+    int ends_ = 0;
+    int pictures_ = 0;
+    bool sizeRight_ = true;
+};
+
+struct Facade : testing::Test {
+    Facade() { oriplayer::setProperty(oriplayer::kPropertyUntimed, "1"); }
+    ~Facade() override {
+        player.reset();
+        oriplayer::setProperty(oriplayer::kPropertyUntimed, nullptr);
+    }
+    void play(const std::string &name) {
+        player->setMediaSource(IVexoMediaSource::create(clip(name)));
+        player->prepareAsync();
+        player->start();
+    }
+
+    Application application;
+    std::shared_ptr<IVexoPlayer> player = IVexoPlayer::create(&application, {});
+};
+
+TEST_F(Facade, EveryPictureReachesTheApplication) {
+    play("h264_aac.mp4");
+    ASSERT_TRUE(application.wait([](int, int ends, int) { return ends == 1; }));
+    EXPECT_EQ(application.pictures(), expected("h264_aac.mp4").pictures);
+    EXPECT_TRUE(application.sizeRight());
+}
+
+TEST_F(Facade, TheEndsHandlerStartsTheNextSource) {
+    const std::vector<std::string> list = {"h264_aac.mp4", "vp9_opus.webm", "mpeg2_mp2.ts", "bframes.mkv"};
+    std::size_t next = 1;
+    application.onEvent = [&](int code) {
+        if (code == 1001 && next < list.size()) play(list[next++]);
+    };
+    play(list[0]);
+    ASSERT_TRUE(application.wait([](int, int ends, int) { return ends == 4; }));
+    EXPECT_EQ(application.pictures(), 100);
+}
+
+TEST_F(Facade, StopAndStartInCallbacksReturnAtOnce) {
+    std::atomic<int> rounds{0};
+    application.onPicture = [&](int number) {
+        if (number != 3 || ++rounds > 3) return;
+        player->stop();
+        player->prepareAsync();
+        player->start();
+    };
+    application.onEvent = [&](int code) {
+        if (code == 1017) player->start();
+    };
+    play("h264_aac.mp4");
+    ASSERT_TRUE(application.wait([](int, int, int pictures) { return pictures > 3; }));
+    player->stop();  // waits for what the callbacks asked for
+    player.reset();
+    EXPECT_GE(rounds, 1);
+}
+
+TEST_F(Facade, TheLastReferenceMayGoInAnyCallback) {
+    for (const int code : {1000, 1017, 1001, 0}) {
+        SCOPED_TRACE(code);
+        Application last;
+        std::atomic<bool> dropped{false};
+        std::mutex mutex;
+        std::shared_ptr<IVexoPlayer> own;
+        const auto drop = [&] {
+            const std::lock_guard lock(mutex);
+            own.reset();
+            dropped = true;
+        };
+        last.onEvent = [&](int told) {
+            if (told == code) drop();
+        };
+        last.onPicture = [&](int) {
+            if (code == 0) drop();
+        };
+        {
+            const std::lock_guard lock(mutex);
+            own = IVexoPlayer::create(&last, {});
+            player.reset();  // pictures go to the earliest player
+            own->setMediaSource(IVexoMediaSource::create(clip("h264_aac.mp4")));
+            own->prepareAsync();
+            own->start();
+        }
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!dropped && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
+        EXPECT_TRUE(dropped);
+        // The callback that dropped it may still be running on its thread.
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+}
+
+}  // namespace
