@@ -1,0 +1,208 @@
+#include <gmock/gmock.h>
+#include <httplib.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "running_program.h"
+#include "support/clips.h"
+
+namespace apps {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+const std::vector<std::string> kFive{"h264_aac.mp4", "hevc_aac.mkv", "vp9_opus.webm", "av1_opus.mkv", "mpeg2_mp2.ts"};
+
+std::vector<std::string> with(std::vector<std::string> options, const std::vector<std::string> &clips) {
+    for (const std::string &name : clips) options.push_back(support::clip(name));
+    return options;
+}
+
+TEST(Play, FiveCodecsGiveThePicturesHashesAndLengthsOfTheFfmpegProgram) {
+    const Outcome outcome = run(with({"--no-window", "--untimed", "--hash", "--json"}, kFive));
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    for (const Json::Value &line : outcome.lines) EXPECT_TRUE(line.isObject()) << "nothing but JSON on standard output";
+    const Json::Value &summary = outcome.summary;
+    EXPECT_EQ(summary["exit"], "end");
+    EXPECT_TRUE(summary["errors"].empty());
+    ASSERT_EQ(summary["bounds"].size(), kFive.size());
+    int64_t total = 0;
+    int pictures = 0;
+    for (Json::ArrayIndex i = 0; i < kFive.size(); ++i) {
+        const support::Expected expected = support::expected(kFive[i]);
+        const Json::Value &bound = summary["bounds"][i];
+        EXPECT_EQ(bound["md5"], expected.md5) << kFive[i];
+        EXPECT_EQ(bound["pictures"], expected.pictures);
+        EXPECT_NEAR(static_cast<double>(bound["duration_ms"].asInt64()), static_cast<double>(expected.durationMs), 1.0);
+        EXPECT_EQ(bound["period"].asUInt(), i);
+        EXPECT_EQ(bound["source"], 0);
+        EXPECT_EQ(bound["url"], support::clip(kFive[i]));
+        total += bound["duration_ms"].asInt64();
+        pictures += expected.pictures;
+    }
+    EXPECT_EQ(summary["duration_ms"].asInt64(), total);
+    EXPECT_EQ(summary["pictures"], pictures);
+    EXPECT_EQ(summary["dropped"], 0);
+    ASSERT_EQ(summary["switches"].size(), 4u);
+    EXPECT_TRUE(summary["switches"][3]["gap_ms"].isNumeric());
+    for (const int number : {306, 1000, 1017, 1001}) {
+        const auto events = outcome.events(number);
+        ASSERT_EQ(events.size(), kFive.size()) << number;
+        for (std::size_t i = 0; i < events.size(); ++i) EXPECT_EQ(events[i]["period"].asUInt(), i) << number;
+    }
+}
+
+TEST(Play, SourcesOfAMixedPeriodAreCountedInTheListGiven) {
+    const std::vector<std::pair<std::string, std::string>> files{
+        {"preroll-5s.mp4", "44618a481228e3108db787b4d98926cc"},  // counts and sums: README of the folder
+        {"bear-vp9.webm", "5c822e3d06dd53025915baef29b01cf0"},
+        {"sample_h265.ts", "19da2d7a31f79fd9e30062b1bf986c27"},
+        {"sample-with-key-frame-index.flv", "dc8e571b19788304d400927850823c83"}};
+    std::vector<std::string> arguments{"--mixed", "--no-window", "--untimed", "--hash", "--json"};
+    for (const auto &[name, sum] : files) arguments.push_back(std::string(TEST_MEDIA) + "/" + name);
+    const Outcome outcome = run(arguments);
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    ASSERT_EQ(outcome.summary["bounds"].size(), files.size());
+    for (Json::ArrayIndex i = 0; i < files.size(); ++i) {
+        EXPECT_EQ(outcome.summary["bounds"][i]["md5"], files[i].second) << files[i].first;
+        EXPECT_EQ(outcome.summary["bounds"][i]["period"], 0);
+        EXPECT_EQ(outcome.summary["bounds"][i]["source"].asUInt(), i);
+    }
+}
+
+TEST(Play, InItsTimeEveryPictureIsShownOrCounted) {
+    const Outcome outcome = run(with({"--no-window", "--json"}, {"h264_aac.mp4", "audio_only.ogg", "video_only.mp4"}));
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "") << "silent where standard error is no terminal";
+    EXPECT_EQ(outcome.summary["pictures"].asInt() + outcome.summary["dropped"].asInt(),
+              support::expected("h264_aac.mp4").pictures + support::expected("video_only.mp4").pictures);
+    EXPECT_EQ(outcome.summary["bounds"][1]["pictures"], 0);
+    EXPECT_TRUE(outcome.summary["bounds"][1]["size"].isNull());
+    EXPECT_GT(outcome.summary["first_picture_ms"].asDouble(), 0.0);
+}
+
+TEST(Play, StartAndEndCutTheProgramme) {
+    const int64_t first = support::expected("h264_aac.mp4").durationMs;
+    const std::string end = std::to_string(static_cast<double>(first + 200) / 1000.0);
+    const Outcome across = run(with({"--no-window", "--untimed", "--json", "--start", "0.4", "--end", end},
+                                    {"h264_aac.mp4", "hevc_aac.mkv", "vp9_opus.webm"}));
+    ASSERT_EQ(across.code, 0) << across.err;
+    ASSERT_EQ(across.summary["bounds"].size(), 2u);
+    EXPECT_EQ(across.summary["bounds"][0]["pictures"], 15) << "25/s: pictures 10 to 24";
+    EXPECT_EQ(across.summary["bounds"][1]["pictures"], 5) << "200 ms at 25/s";
+    const std::string inside = std::to_string(static_cast<double>(first + 600) / 1000.0);
+    const Outcome second =
+        run(with({"--no-window", "--untimed", "--json", "--start", inside}, {"h264_aac.mp4", "hevc_aac.mkv"}));
+    ASSERT_EQ(second.summary["bounds"].size(), 1u) << "the item before the start is not opened";
+    EXPECT_EQ(second.summary["bounds"][0]["period"], 1);
+    EXPECT_EQ(second.summary["bounds"][0]["pictures"], 10);
+}
+
+TEST(Play, TheWholeListIsRepeatedUntilASignalEndsIt) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        RunningProgram program(
+            with({"--no-window", "--untimed", "--hash", "--json", "--loop"}, {"video_only.mp4", "odd_size.mkv"}));
+        ASSERT_TRUE(program.waitUntil([&] {
+            std::size_t ends = 0;
+            for (std::size_t at = 0; (at = program.out().find("\"event\":1001", at)) != std::string::npos; ++at) ++ends;
+            return ends >= 5;
+        }));
+        program.signal(number);
+        const Outcome outcome = program.finish();
+        ASSERT_TRUE(outcome.ended);
+        EXPECT_EQ(outcome.code, 4);
+        EXPECT_EQ(outcome.summary["exit"], "signal");
+        ASSERT_GE(outcome.summary["bounds"].size(), 5u);
+        for (Json::ArrayIndex i = 0; i < 5; ++i) {
+            const std::string name = i % 2 == 0 ? "video_only.mp4" : "odd_size.mkv";
+            EXPECT_EQ(outcome.summary["bounds"][i]["md5"], support::expected(name).md5) << i;
+        }
+    }
+}
+
+TEST(Play, RawFilesHoldEveryPicture_OneFileABound) {
+    const fs::path folder = fs::temp_directory_path() / ("vexoplay_raw_" + std::to_string(getpid()));
+    fs::create_directories(folder);
+    const Outcome outcome =
+        run(with({"--no-window", "--untimed", "--raw", (folder / "out").string()}, {"video_only.mp4", "odd_size.mkv"}));
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    const auto frames = [&](const std::string &name) {
+        std::ifstream file(folder / name, std::ios::binary);
+        std::string header;
+        std::getline(file, header);
+        unsigned int width = 0;
+        unsigned int height = 0;
+        EXPECT_EQ(std::sscanf(header.c_str(), "YUV4MPEG2 W%u H%u", &width, &height), 2) << header;
+        const std::size_t bytes = width * height + 2 * ((width + 1) / 2) * ((height + 1) / 2);
+        const std::size_t body = fs::file_size(folder / name) - header.size() - 1;
+        EXPECT_EQ(body % (bytes + 6), 0u) << "whole pictures";
+        return static_cast<int>(body / (bytes + 6));
+    };
+    EXPECT_EQ(frames("out.0.y4m"), support::expected("video_only.mp4").pictures);
+    EXPECT_EQ(frames("out.1.y4m"), support::expected("odd_size.mkv").pictures);
+    const Outcome full = run(with({"--no-window", "--untimed", "--raw", "/no/such/out"}, {"video_only.mp4"}));
+    EXPECT_EQ(full.code, 5);
+    EXPECT_THAT(full.err, HasSubstr("/no/such/out.0.y4m"));
+    fs::remove_all(folder);
+}
+
+TEST(Play, ProbingTellsStreamsAndLengthsAndWhatCannotBeOpened) {
+    const Outcome text = run(with({"--probe"}, {"two_languages.mkv"}));
+    EXPECT_EQ(text.code, 0) << text.err;
+    for (const char *part : {"period 0 source 0", "1.0", "h264 320x180 25/s", "aac", "(eng)", "(deu)"}) {
+        EXPECT_THAT(text.out, HasSubstr(part));
+    }
+    const Outcome json = run({"--probe", "--json", support::clip("vp9_opus.webm"), "/no/such.mp4"});
+    EXPECT_EQ(json.code, 3);
+    ASSERT_EQ(json.lines.size(), 2u);
+    EXPECT_EQ(json.lines[0]["streams"][0]["codec"], "vp9");
+    EXPECT_EQ(json.lines[0]["duration_ms"].asInt64(), support::expected("vp9_opus.webm").durationMs);
+    EXPECT_THAT(json.lines[1]["error"].asString(), HasSubstr("No such file"));
+    EXPECT_EQ(run({"--probe", "/no/such.mp4"}).code, 2);
+}
+
+TEST(Play, ListsArePlayedAndWrongOnesRefused) {
+    const fs::path list = fs::temp_directory_path() / ("vexoplay_" + std::to_string(getpid()) + ".m3u");
+    std::ofstream(list) << "#EXTM3U\n#EXTINF:1,One\n" << support::clip("video_only.mp4") << "\n";
+    const Outcome outcome = run({"--no-window", "--untimed", "--json", "--playlist", list.string()});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(outcome.summary["pictures"], support::expected("video_only.mp4").pictures);
+    std::ofstream(list) << "#EXTM3U\n\n";
+    EXPECT_EQ(run({"--playlist", list.string()}).code, 2);
+    EXPECT_EQ(run({"--playlist", "/no/such/list"}).code, 2);
+    EXPECT_EQ(run({}).code, 1);
+    EXPECT_EQ(run({"--nonsense", "a"}).code, 1);
+    fs::remove(list);
+}
+
+TEST(Play, RequestsCarryHeadersAndUserAgent) {
+    httplib::Server server;
+    std::ifstream file(support::clip("vp9_opus.webm"), std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    server.Get("/clip.webm", [&](const httplib::Request &request, httplib::Response &response) {
+        if (request.get_header_value("X-Key") != "a: b" || request.get_header_value("User-Agent") != "tester/1") {
+            response.status = 403;
+            return;
+        }
+        response.set_content(bytes, "video/webm");
+    });
+    const std::string base = "http://127.0.0.1:" + std::to_string(server.bind_to_any_port("127.0.0.1"));
+    std::thread thread([&] { server.listen_after_bind(); });
+    const Outcome outcome = run({"--no-window", "--untimed", "--json", "--header", "X-Key: a: b", "--user-agent",
+                                 "tester/1", base + "/clip.webm", base + "/clip.webm"});
+    const Outcome refused = run({"--no-window", "--untimed", base + "/clip.webm"});
+    server.stop();
+    thread.join();
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(outcome.summary["pictures"], 2 * support::expected("vp9_opus.webm").pictures);
+    EXPECT_EQ(outcome.summary["bounds"][0]["codec"], "vp9");
+    EXPECT_EQ(refused.code, 2);
+    EXPECT_THAT(refused.err, HasSubstr("403"));
+}
+
+}  // namespace
+}  // namespace apps
