@@ -7,7 +7,6 @@
 #include <deque>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <thread>
 
 #include "fake/scripted_player.h"
@@ -51,7 +50,7 @@ struct ScriptedEngine::State {
     std::shared_ptr<const int> session = std::make_shared<int>(0);
     std::map<std::string, std::shared_ptr<PlayerScript>> scripts;
     std::map<std::string, std::weak_ptr<ScriptedPlayer>> players;
-    std::map<std::string, int> ids;
+    std::map<std::string, std::shared_ptr<Voice>> voices;
     int lastId = 100;
     int created = 0;
     int living = 0;
@@ -119,7 +118,7 @@ void ScriptedEngine::reset() {
     state_->hook = nullptr;
     state_->scripts.clear();
     state_->players.clear();
-    state_->ids.clear();
+    state_->voices.clear();
     state_->created = 0;
     state_->maxLiving = state_->living;
     state_->failing = 0;
@@ -178,35 +177,41 @@ PlayerScript &ScriptedEngine::player(const std::string &name) {
     return *script;
 }
 
-int ScriptedEngine::idOf(const std::string &name) {
+std::shared_ptr<Voice> ScriptedEngine::voice(const std::string &name) {
     const std::lock_guard<std::mutex> lock(state_->mutex);
-    const auto found = state_->ids.find(name);
-    return found == state_->ids.end() ? 0 : found->second;
+    const auto found = state_->voices.find(name);
+    return found == state_->voices.end() ? nullptr : found->second;
 }
 
-std::shared_ptr<ScriptedPlayer> ScriptedEngine::find(const std::string &name) {
+int ScriptedEngine::idOf(const std::string &name) {
+    const auto found = voice(name);
+    return found ? found->id : 0;
+}
+
+std::shared_ptr<oriplayer::IOriPlayer> ScriptedEngine::living(const std::string &name) {
     const std::lock_guard<std::mutex> lock(state_->mutex);
     const auto found = state_->players.find(name);
     return found == state_->players.end() ? nullptr : found->second.lock();
 }
 
-std::shared_ptr<oriplayer::IOriPlayer> ScriptedEngine::living(const std::string &name) {
-    return find(name);
+template <typename T>
+std::shared_ptr<T> ScriptedEngine::given(const std::string &name, std::shared_ptr<T> Voice::*what) {
+    const auto found = voice(name);
+    if (!found) return nullptr;
+    const std::lock_guard<std::mutex> lock(found->mutex);
+    return (*found).*what;
 }
 
 std::shared_ptr<oriplayer::VideoRenderPipeline> ScriptedEngine::pipelineOf(const std::string &name) {
-    const auto player = find(name);
-    return player ? player->pipeline() : nullptr;
+    return given(name, &Voice::pipeline);
 }
 
 std::shared_ptr<protocols::IReporter> ScriptedEngine::reporterOf(const std::string &name) {
-    const auto player = find(name);
-    return player ? player->reporter() : nullptr;
+    return given(name, &Voice::reporter);
 }
 
 std::shared_ptr<protocols::IConfigure> ScriptedEngine::configureOf(const std::string &name) {
-    const auto player = find(name);
-    return player ? player->configure() : nullptr;
+    return given(name, &Voice::configure);
 }
 
 void ScriptedEngine::failCreates(int count) {
@@ -260,8 +265,8 @@ void ScriptedEngine::onCall(std::function<void(const std::string &)> hook) {
 }
 
 bool ScriptedEngine::post(const std::string &name, int what, int arg1, int arg2, const oriplayer::Param &param) {
-    const auto player = find(name);
-    return player && player->tell(what, arg1, arg2, param);
+    const auto found = voice(name);
+    return found && found->tell(what, arg1, arg2, param);
 }
 
 void ScriptedEngine::postLater(const std::string &name, int what, int arg1, int arg2, const oriplayer::Param &param) {
@@ -287,10 +292,9 @@ std::shared_ptr<oriplayer::IOriPlayer> ScriptedEngine::create() {
             const std::string name = "p" + std::to_string(++state_->created);
             auto &script = state_->scripts[name];
             if (!script) script = std::make_shared<PlayerScript>();
-            const int id = ++state_->lastId;
-            player = std::make_shared<ScriptedPlayer>(name, id, script, state_->session);
+            auto &voice = state_->voices[name] = std::make_shared<Voice>(++state_->lastId);
+            player = std::make_shared<ScriptedPlayer>(name, voice, script, state_->session);
             state_->players[name] = player;
-            state_->ids[name] = id;
             state_->maxLiving = std::max(state_->maxLiving, ++state_->living);
         }
     }
@@ -352,8 +356,8 @@ int ScriptedEngine::result(int number) {
 
 int ScriptedEngine::info(int playerId, int key, void *out) {
     const std::lock_guard<std::mutex> lock(state_->mutex);
-    const auto known = std::any_of(state_->ids.begin(), state_->ids.end(),
-                                   [&](const auto &entry) { return entry.second == playerId; });
+    const auto known = std::any_of(state_->voices.begin(), state_->voices.end(),
+                                   [&](const auto &entry) { return entry.second->id == playerId; });
     const auto found = state_->infos.find(key);
     if (!known || found == state_->infos.end()) return -1;
     if (const auto *wide = std::any_cast<int64_t>(&found->second)) std::memcpy(out, wide, sizeof *wide);
@@ -367,8 +371,8 @@ int ScriptedEngine::info(int playerId, int key, void *out) {
 
 int ScriptedEngine::download(int playerId, oriplayer::cache_static_t *out) {
     const std::lock_guard<std::mutex> lock(state_->mutex);
-    const auto known = std::any_of(state_->ids.begin(), state_->ids.end(),
-                                   [&](const auto &entry) { return entry.second == playerId; });
+    const auto known = std::any_of(state_->voices.begin(), state_->voices.end(),
+                                   [&](const auto &entry) { return entry.second->id == playerId; });
     if (!known || !state_->download) return -1;
     *out = {};
     out->downloadSpeed = state_->download->speed;

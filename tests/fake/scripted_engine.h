@@ -45,7 +45,7 @@ namespace fake {
 
 /// What one player answers; change it at any time.
 struct PlayerScript {
-    std::atomic<int64_t> durationMs{0};
+    std::atomic<int64_t> durationMs{-1};  ///< -1: the declared lengths of what it was given, added up
     std::atomic<int64_t> positionMs{0};
     std::atomic<int> width{0};
     std::atomic<int> height{0};
@@ -77,6 +77,7 @@ struct Report {
 };
 
 class ScriptedPlayer;
+struct Voice;
 
 class ScriptedEngine {
 public:
@@ -148,7 +149,8 @@ public:
 private:
     ScriptedEngine();
     ~ScriptedEngine();
-    std::shared_ptr<ScriptedPlayer> find(const std::string &name);
+    std::shared_ptr<Voice> voice(const std::string &name);
+    template <typename T> std::shared_ptr<T> given(const std::string &name, std::shared_ptr<T> Voice::*what);
 
     struct State;
     std::unique_ptr<State> state_;

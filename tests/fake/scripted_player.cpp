@@ -18,6 +18,18 @@ std::string urlsOf(const std::shared_ptr<oriplayer::IPeriod> &period) {
     return urls;
 }
 
+int64_t lengthOf(const std::shared_ptr<oriplayer::ISource> &source) {
+    double seconds = 0.0;
+    if (source) source->getDuration(0, &seconds);
+    return static_cast<int64_t>(seconds * 1000.0);
+}
+
+int64_t lengthOf(const std::shared_ptr<oriplayer::IPeriod> &period) {
+    int64_t length = 0;
+    for (int i = 0; period && i < period->getSourceCount(); ++i) length += lengthOf(period->getSource(i));
+    return length;
+}
+
 std::string numbers(int64_t first, int64_t second) {
     return "(" + std::to_string(first) + "," + std::to_string(second) + ")";
 }
@@ -28,12 +40,31 @@ ScriptedEngine &engine() {
 
 }  // namespace
 
-ScriptedPlayer::ScriptedPlayer(std::string name, int id, std::shared_ptr<PlayerScript> script,
+bool Voice::tell(int what, int arg1, int arg2, const oriplayer::Param &param) {
+    std::shared_ptr<oriplayer::IOriPlayerListener> told;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (!stopped) told = listener;
+    }
+    if (told) told->notify(id, what, arg1, arg2, param);
+    return told != nullptr;
+}
+
+ScriptedPlayer::ScriptedPlayer(std::string name, std::shared_ptr<Voice> voice, std::shared_ptr<PlayerScript> script,
                                const std::shared_ptr<const int> &session)
-    : name_(std::move(name)), id_(id), script_(std::move(script)), session_(session) {}
+    : name_(std::move(name)), voice_(std::move(voice)), script_(std::move(script)), session_(session) {}
 
 ScriptedPlayer::~ScriptedPlayer() {
+    give(voice_->listener, {});
+    give(voice_->pipeline, {});
+    give(voice_->configure, {});
+    give(voice_->reporter, {});
     engine().destroyed(session_.expired() ? "" : name_ + ".destroy");
+}
+
+template <typename T> void ScriptedPlayer::give(std::shared_ptr<T> &place, std::shared_ptr<T> given) {
+    const std::lock_guard<std::mutex> lock(voice_->mutex);
+    place.swap(given);
 }
 
 void ScriptedPlayer::write(const std::string &call) const {
@@ -47,12 +78,23 @@ void ScriptedPlayer::query(const std::string &call) const {
 int ScriptedPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer::PlayComponent>> &components, int,
                                   const std::shared_ptr<oriplayer::StringMap> &) {
     const bool given = !components.empty() && components[0] && components[0]->playList;
-    write("setDataSource(" + (given ? urlsOf(components[0]->playList->getPeriod(0)) : "") + ")");
+    const auto period = given ? components[0]->playList->getPeriod(0) : nullptr;
+    {
+        const int64_t length = lengthOf(period);
+        const std::lock_guard<std::mutex> lock(mutex_);
+        declaredMs_ = length;
+    }
+    write("setDataSource(" + urlsOf(period) + ")");
     return 0;
 }
 
 int ScriptedPlayer::changePeriod(int, int, const std::shared_ptr<oriplayer::IPeriod> &period,
                                  const std::shared_ptr<oriplayer::StringMap> &) {
+    {
+        const int64_t length = lengthOf(period);
+        const std::lock_guard<std::mutex> lock(mutex_);
+        declaredMs_ = length;
+    }
     write("changePeriod(" + urlsOf(period) + ")");
     return 0;
 }
@@ -61,6 +103,11 @@ int ScriptedPlayer::addSource(int, const std::shared_ptr<oriplayer::ISource> &so
                               const std::shared_ptr<oriplayer::StringMap> &) {
     std::string url;
     if (source) source->getUrl(0, url);
+    {
+        const int64_t length = lengthOf(source);
+        const std::lock_guard<std::mutex> lock(mutex_);
+        declaredMs_ += length;
+    }
     write("addSource(" + url + ")");
     return 0;
 }
@@ -90,8 +137,8 @@ int ScriptedPlayer::seekTo(int positionMs, int mode) {
 
 int ScriptedPlayer::stop(bool) {
     {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        stopped_ = true;
+        const std::lock_guard<std::mutex> lock(voice_->mutex);
+        voice_->stopped = true;
     }
     script_->playing = false;
     write("stop");
@@ -106,7 +153,9 @@ int ScriptedPlayer::getCurrentPosition(int64_t *positionMs, int mode) {
 
 int ScriptedPlayer::getDuration(int64_t *durationMs) {
     query("getDuration");
-    *durationMs = script_->durationMs;
+    const int64_t scripted = script_->durationMs;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    *durationMs = scripted >= 0 ? scripted : declaredMs_;
     return 0;
 }
 
@@ -137,10 +186,7 @@ bool ScriptedPlayer::isPlaying() {
 }
 
 int ScriptedPlayer::setVideoPipeline(std::shared_ptr<oriplayer::VideoRenderPipeline> pipeline) {
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        pipeline_ = std::move(pipeline);
-    }
+    give(voice_->pipeline, std::move(pipeline));
     write("setVideoPipeline");
     return 0;
 }
@@ -180,7 +226,7 @@ int ScriptedPlayer::setLooping(bool looping) {
 
 int ScriptedPlayer::getPlayerId() {
     query("getPlayerId");
-    return id_;
+    return voice_->id;
 }
 
 int ScriptedPlayer::setUserAgent(const char *userAgent) {
@@ -189,57 +235,22 @@ int ScriptedPlayer::setUserAgent(const char *userAgent) {
 }
 
 int ScriptedPlayer::setConfigure(std::shared_ptr<protocols::IConfigure> configure) {
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        configure_ = std::move(configure);
-    }
+    give(voice_->configure, std::move(configure));
     write("setConfigure");
     return 0;
 }
 
 int ScriptedPlayer::setReporter(std::shared_ptr<protocols::IReporter> reporter) {
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        reporter_ = std::move(reporter);
-    }
+    give(voice_->reporter, std::move(reporter));
     write("setReporter");
     return 0;
 }
 
 int ScriptedPlayer::setListener(std::shared_ptr<oriplayer::IOriPlayerListener> listener) {
     const bool given = listener != nullptr;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        listener_.swap(listener);
-    }
+    give(voice_->listener, std::move(listener));
     write(given ? "setListener" : "setListener(null)");
     return 0;
-}
-
-bool ScriptedPlayer::tell(int what, int arg1, int arg2, const oriplayer::Param &param) {
-    std::shared_ptr<oriplayer::IOriPlayerListener> listener;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (!stopped_) listener = listener_;
-    }
-    if (!listener || session_.expired()) return false;
-    listener->notify(id_, what, arg1, arg2, param);
-    return true;
-}
-
-std::shared_ptr<oriplayer::VideoRenderPipeline> ScriptedPlayer::pipeline() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return pipeline_;
-}
-
-std::shared_ptr<protocols::IReporter> ScriptedPlayer::reporter() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return reporter_;
-}
-
-std::shared_ptr<protocols::IConfigure> ScriptedPlayer::configure() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return configure_;
 }
 
 }  // namespace fake

@@ -8,10 +8,26 @@
 
 namespace fake {
 
-/// Lock: mutex_ round listener and state; the listener is called without it.
+/// What a player was given and whether it may still speak. The engine keeps this, not the player, so that an event
+/// under way does not prolong the player's life. Lock: mutex; the listener is called without it.
+struct Voice {
+    explicit Voice(int playerId) : id(playerId) {}
+
+    /// Tells the listener on this thread; false if the player is silent.
+    bool tell(int what, int arg1, int arg2, const oriplayer::Param &param);
+
+    const int id;
+    std::mutex mutex;
+    bool stopped = false;
+    std::shared_ptr<oriplayer::IOriPlayerListener> listener;
+    std::shared_ptr<oriplayer::VideoRenderPipeline> pipeline;
+    std::shared_ptr<protocols::IConfigure> configure;
+    std::shared_ptr<protocols::IReporter> reporter;
+};
+
 class ScriptedPlayer final : public oriplayer::IOriPlayer {
 public:
-    ScriptedPlayer(std::string name, int id, std::shared_ptr<PlayerScript> script,
+    ScriptedPlayer(std::string name, std::shared_ptr<Voice> voice, std::shared_ptr<PlayerScript> script,
                    const std::shared_ptr<const int> &session);
     ~ScriptedPlayer() override;
 
@@ -45,28 +61,20 @@ public:
     int setReporter(std::shared_ptr<protocols::IReporter> reporter) override;
     int setListener(std::shared_ptr<oriplayer::IOriPlayerListener> listener) override;
 
-    bool tell(int what, int arg1, int arg2, const oriplayer::Param &param);
     const std::string &name() const { return name_; }
-    int id() const { return id_; }
-    std::shared_ptr<oriplayer::VideoRenderPipeline> pipeline();
-    std::shared_ptr<protocols::IReporter> reporter();
-    std::shared_ptr<protocols::IConfigure> configure();
 
 private:
+    template <typename T> void give(std::shared_ptr<T> &place, std::shared_ptr<T> given);
     void write(const std::string &call) const;
     void query(const std::string &call) const;
 
     const std::string name_;
-    const int id_;
+    const std::shared_ptr<Voice> voice_;
     const std::shared_ptr<PlayerScript> script_;
     const std::weak_ptr<const int> session_;  // gone once the engine was reset
 
     std::mutex mutex_;
-    bool stopped_ = false;
-    std::shared_ptr<oriplayer::IOriPlayerListener> listener_;
-    std::shared_ptr<oriplayer::VideoRenderPipeline> pipeline_;
-    std::shared_ptr<protocols::IConfigure> configure_;
-    std::shared_ptr<protocols::IReporter> reporter_;
+    int64_t declaredMs_ = 0;
 };
 
 }  // namespace fake

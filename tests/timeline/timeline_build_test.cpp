@@ -1,0 +1,169 @@
+// From periods to bounds: cutting, identities, preloading.
+#include "timeline/timeline_fixture.h"
+
+namespace vexo {
+namespace {
+
+class TimelineBuild : public TimelineFixture {};
+
+struct CutCase {
+    const char *name;
+    int64_t start;
+    const char *entered;  // URL of the source that playback begins in, "none" if in none
+    int64_t offset;
+};
+class TimelineCut : public TimelineFixture, public ::testing::WithParamInterface<CutCase> {};
+
+TEST_P(TimelineCut, AStartTimeLandsInTheOneSourceThatContainsIt) {
+    AddMixed({{"a", 10}, {"b", 20}, {"c", 30}}, GetParam().start);
+    EXPECT_EQ(timeline_->GetDuration(), 60000);
+    EXPECT_EQ(timeline_->GetPeriodDuration(0), 60000);
+    timeline_->Prepare();
+    EXPECT_EQ(CurrentUrl(), GetParam().entered);
+    timeline_->AccessCurrentBound([](PlayBound *bound) {
+        if (bound) {
+            EXPECT_EQ(bound->period->getStartTime(), GetParam().offset);
+        }
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Starts, TimelineCut,
+                         ::testing::Values(CutCase{"AtTheBeginning", 0, "a", 0}, CutCase{"In", 15000, "b", 5000},
+                                           CutCase{"OnAnEndFallsToTheNext", 30000, "c", 0},
+                                           CutCase{"None", -1, "none", 0}, CutCase{"BehindTheEnd", 60000, "none", 0}),
+                         [](const auto &test) { return std::string(test.param.name); });
+
+TEST_F(TimelineBuild, ACutPeriodGivesItsOptionsToEverySource_AWholeOneIsTheCallersOwn) {
+    const auto mixed = MakeMixed({{"a", 1.5}, {"b", 2}}, -1);
+    const auto headers = std::make_shared<oriplayer::StringMap>();
+    headers->add("key", "value");
+    mixed->setHeaders(headers);
+    mixed->setPeriodTag("tag");
+    mixed->setPeriodFlag(3);
+    mixed->setSourceKind(1);
+    mixed->setChangeMode(4);
+    mixed->setPeriodValue(5);
+    const auto whole = MakePeriod({{"c", 1}, {"d", 2}});
+    timeline_->AddBound(mixed, headers);
+    timeline_->AddBound(whole, headers);
+    headers->clear();
+    timeline_->SeekTo(3000, 0);
+    timeline_->AccessCurrentBound([&](PlayBound *bound) {
+        EXPECT_NE(bound->period, mixed);
+        EXPECT_EQ(bound->period->getSourceCount(), 1);
+        EXPECT_EQ(bound->period->getPeriodTag(), "tag");
+        EXPECT_EQ(bound->period->getPeriodFlag(), 3);
+        EXPECT_EQ(bound->period->getSourceKind(), 1);
+        EXPECT_EQ(bound->period->getChangeMode(), 4);
+        EXPECT_EQ(bound->period->getPeriodValue(), 5);
+        EXPECT_STREQ(bound->period->getHeaders()->valueFor("key"), "value");
+        EXPECT_STREQ(bound->headers->valueFor("key"), "value") << "a copy, the caller's map is cleared";
+    });
+    timeline_->SeekTo(4000, 0);
+    timeline_->AccessCurrentBound([&](PlayBound *bound) {
+        EXPECT_EQ(bound->period, whole);
+        EXPECT_EQ(bound->duration, 3000);
+    });
+}
+
+TEST_F(TimelineBuild, IndexesOutOfRangeAndNullsChangeNothing) {
+    AddThree();
+    for (const int index : {-1, 4, 99}) timeline_->InsertBound(MakePeriod({{"x", 1}}), nullptr, index);
+    for (const int index : {-1, 3}) {
+        timeline_->RemoveBound(index);
+        timeline_->ReplaceBound(MakePeriod({{"x", 1}}), nullptr, index);
+        timeline_->InsertSource(oriplayer::ISource::create("x", 1), nullptr, index);
+        EXPECT_EQ(timeline_->GetPeriodDuration(index), 0) << index;
+    }
+    timeline_->InsertBound(nullptr, nullptr, 0);
+    timeline_->ReplaceBound(nullptr, nullptr, 0);
+    timeline_->InsertSource(nullptr, nullptr, 0);
+    EXPECT_EQ(timeline_->AddBound(nullptr, nullptr), 3);
+    EXPECT_EQ(timeline_->GetDuration(), 30000);
+    Settle();
+    EXPECT_EQ(Events(), "") << "nothing was replaced";
+}
+
+TEST_F(TimelineBuild, AMixedPeriodWithoutSourcesTakesNoPlace) {
+    EXPECT_EQ(timeline_->AddBound(MakeMixed({}), nullptr), 0);
+    Add("a");
+    timeline_->InsertBound(MakeMixed({}), nullptr, 0);
+    Add("b");
+    PlayFirst();
+    timeline_->SkipToNext(false);
+    Tell("p2", kEventPrepared);
+    EXPECT_EQ(Events(), "1000@000100");
+}
+
+TEST_F(TimelineBuild, InsertedPeriodsPlayWhereTheyStand) {
+    Add("b");
+    timeline_->InsertBound(MakePeriod({{"d", 1}}), nullptr, 1);  // appends
+    timeline_->InsertBound(MakePeriod({{"a", 1}}), nullptr, 0);
+    timeline_->InsertBound(MakeMixed({{"c1", 1}, {"c2", 1}}), nullptr, 2);
+    std::string order;
+    std::string identities;
+    for (int64_t position = 0; position < 14000; position += 1000) {
+        timeline_->SeekTo(position + 500, 0);
+        const std::string url = CurrentUrl();
+        if (order.find(url) != std::string::npos) continue;
+        order += url + " ";
+        char text[16];
+        timeline_->AccessCurrentBound([&](PlayBound *bound) {
+            std::snprintf(text, sizeof text, "%04llx ", static_cast<long long>(timeline_->GenerateIdentity(bound)));
+        });
+        identities += text;
+    }
+    EXPECT_EQ(order, "a b c1 c2 d ");
+    EXPECT_EQ(identities, "0000 0100 0200 0201 0300 ");
+}
+
+TEST_F(TimelineBuild, IdentitiesNameTimelinePeriodAndSource_EightBitsEach) {
+    Timeline isolated(1);
+    EXPECT_EQ(isolated.GenerateIdentity(nullptr), 0);
+    for (int i = 0; i < 300; ++i) {
+        isolated.AddBound(i == 2 ? MakeMixed({{"a", 1}, {"b", 1}}, -1) : MakePeriod({{"x", 1}}, -1), nullptr);
+    }
+    isolated.AddBound(MakePeriod({{"last", 1}}), nullptr);
+    isolated.SeekTo(3500, 0);
+    isolated.AccessCurrentBound([&](PlayBound *bound) { EXPECT_EQ(isolated.GenerateIdentity(bound), 0x010201); });
+    isolated.SeekTo(301500, 0);
+    isolated.AccessCurrentBound([&](PlayBound *bound) {
+        EXPECT_EQ(isolated.GetBoundPeriodIndex(bound), 300);
+        EXPECT_EQ(isolated.GenerateIdentity(bound), 0x012C00);
+        EXPECT_EQ(bound->identity.period_id, 44);
+    });
+}
+
+TEST_F(TimelineBuild, OnlyPeriodsThatAskForItArePreloaded) {
+    const auto preloaded = [](std::shared_ptr<oriplayer::IPeriod> period, int64_t mask) {
+        period->setPreloadMask(mask);
+        return period;
+    };
+    timeline_->AddBound(preloaded(MakePeriod({{"a", 1}, {"b", 1}}), 1), nullptr);
+    timeline_->AddBound(preloaded(MakePeriod({{"no", 1}}), 2), nullptr);
+    timeline_->InsertBound(preloaded(MakeMixed({{"c", 1}, {nullptr, 1}, {"d", 1}}), 3), nullptr, 0);
+    timeline_->ReplaceBound(preloaded(MakePeriod({{"e", 1}}), 1), nullptr, 0);
+    EXPECT_EQ(Calls(),
+              "addPreloadTask(a,8192) addPreloadTask(b,8192) addPreloadTask(c,8192) addPreloadTask(d,8192) "
+              "addPreloadTask(e,8192)");
+}
+
+TEST_F(TimelineBuild, AnInsertedSourceJoinsItsPeriodBeforePlayAndWhatPlaysDuringIt) {
+    AddThree();
+    AddMixed({{"m", 10}});
+    const auto source = oriplayer::ISource::create("x", 5);
+    timeline_->InsertSource(source, nullptr, 3);
+    EXPECT_EQ(timeline_->GetDuration(), 40000) << "a mixed period refuses it";
+    timeline_->InsertSource(source, nullptr, 1);
+    EXPECT_EQ(timeline_->GetPeriodDuration(1), 15000);
+    PlayFirst();
+    timeline_->InsertSource(source, nullptr, 2);
+    EXPECT_EQ(Calls(), "p1.addSource(x)");
+    EXPECT_EQ(timeline_->GetDuration(), 50000);
+    timeline_->AccessCurrentBound([](PlayBound *bound) { EXPECT_EQ(bound->period->getSourceCount(), 1); });
+    timeline_->SkipToNext(false);
+    EXPECT_NE(Calls().find("setDataSource(b+x)"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vexo

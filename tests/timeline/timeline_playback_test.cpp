@@ -1,0 +1,318 @@
+// From bound to bound: the calls that the engine sees, and their order.
+#include <functional>
+
+#include "timeline/timeline_fixture.h"
+
+namespace vexo {
+namespace {
+
+class TimelinePlayback : public TimelineFixture {};
+
+struct NullReporter : protocols::IReporter {
+    bool report(std::string, int64_t, int, std::map<std::string, std::string> &) override { return true; }
+};
+struct NullConfigure : protocols::IConfigure {
+    std::string getConfig(std::string, std::string, std::string value) override { return value; }
+    std::string getLocalConfig(std::string, std::string, std::string value) override { return value; }
+    void addListener(std::string, std::string, protocols::ConfigureListener *) override {}
+    void removeListener(std::string, std::string, protocols::ConfigureListener *) override {}
+};
+
+TEST_F(TimelinePlayback, ANewPlayerIsGivenEverythingInOrder) {
+    const auto internal = std::make_shared<fake::RecordingInternalListener>();
+    internal->on(kEventPeriodSwitched, [this] { engine_.write("notice"); });
+    timeline_->SetInternalListener(internal);
+    timeline_->SetUserAgent("agent");
+    timeline_->SetReporter(std::make_shared<NullReporter>());
+    timeline_->SetConfigure(std::make_shared<NullConfigure>());
+    timeline_->SetVideoPipelineEnable(true);
+    timeline_->SetVideoSurface({reinterpret_cast<void *>(0x10), true});
+    timeline_->SetVolume(0.5f);
+    Add("a");
+    engine_.logQueries = true;
+    timeline_->Prepare();
+    EXPECT_EQ(Calls(),
+              "p1.create p1.setUserAgent(agent) p1.setReporter p1.setConfigure p1.setVideoPipeline "
+              "p1.setVideoSurface(0x10,1) p1.setListener p1.setDataSource(a) p1.getPlayerId notice "
+              "p1.setParameter(3004) p1.prepareAsync");
+    EXPECT_EQ(internal->takeEvents(), "-10000@-1(" + std::to_string(engine_.idOf("p1")) + ")");
+    EXPECT_EQ(timeline_->GetActiveId(), engine_.idOf("p1"));
+}
+
+TEST_F(TimelinePlayback, AProgrammePlaysFromBoundToBoundWithOnePlayerAtATime) {
+    Add("a");
+    AddMixed({{"b", 10}, {"c", 10}}, -1);
+    timeline_->Prepare();
+    EXPECT_EQ(Calls(), Entered("p1", "a"));
+    Tell("p1", kEventPrepared);
+    EXPECT_EQ(Calls(), "");
+    EXPECT_EQ(timeline_->Start(), 0);
+    EXPECT_EQ(Calls(), "p1.start");
+    Tell("p1", kEventEnd);
+    EXPECT_EQ(Calls(), Left("p1") + " " + Entered("p2", "b"));
+    Tell("p2", kEventPrepared);
+    EXPECT_EQ(Calls(), "p2.start");
+    Tell("p2", kEventEnd);
+    EXPECT_EQ(Calls(), Left("p2") + " " + Entered("p3", "c"));
+    Tell("p3", kEventPrepared);
+    Tell("p3", kEventEnd);
+    EXPECT_EQ(Calls(), "p3.start p3.setListener(null) " + Left("p3"));
+    EXPECT_EQ(Events(), "1000@000000 1001@000000 1000@000100 1001@000100 1000@000101 1001@000101");
+    EXPECT_EQ(timeline_->GetState(), Timeline::kIdle);
+    EXPECT_EQ(timeline_->GetActivePlayer(), nullptr);
+    EXPECT_EQ(timeline_->PeekActivePlayer(), nullptr);
+    EXPECT_EQ(engine_.maxLiving(), 1);
+}
+
+struct PrepareCase {
+    const char *name;
+    std::vector<int64_t> starts;
+    const char *calls;
+};
+class TimelinePrepare : public TimelineFixture, public ::testing::WithParamInterface<PrepareCase> {};
+
+TEST_P(TimelinePrepare, EntersTheFirstBoundWithAStartTime) {
+    const char *urls[] = {"a", "b", "c"};
+    for (std::size_t i = 0; i < GetParam().starts.size(); ++i) Add(urls[i], 10, GetParam().starts[i]);
+    timeline_->Prepare();
+    EXPECT_EQ(timeline_->Start(), 0);
+    EXPECT_EQ(Calls(), GetParam().calls);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Starts, TimelinePrepare,
+    ::testing::Values(
+        PrepareCase{"Nothing", {}, ""}, PrepareCase{"NoStartAnywhere", {-1, -1}, ""},
+        PrepareCase{"First", {0, 0}, "p1.create p1.setListener p1.setDataSource(a) p1.prepareAsync p1.start"},
+        PrepareCase{"Later", {-1, 500, 0}, "p1.create p1.setListener p1.setDataSource(b) p1.prepareAsync p1.start"}),
+    [](const auto &test) { return std::string(test.param.name); });
+
+// A case plays in the first of three bounds, does something, and says what 1000 of the then current player makes.
+struct StartCase {
+    const char *name;
+    std::function<void(Timeline &)> before;  // in state started, first bound current
+    const char *player;                      // that reports 1000
+    const char *calls;                       // what the 1000 causes
+    int state;
+};
+class TimelineStarting : public TimelineFixture, public ::testing::WithParamInterface<StartCase> {};
+
+TEST_P(TimelineStarting, ABoundStartsByItselfIfItWasEnteredStartedOrIsALaterOne) {
+    AddThree();
+    PlayFirst();
+    GetParam().before(*timeline_);
+    Forget();
+    Tell(GetParam().player, kEventPrepared);
+    EXPECT_EQ(Calls(), GetParam().calls);
+    EXPECT_EQ(timeline_->GetState(), GetParam().state);
+}
+
+INSTANTIATE_TEST_SUITE_P(Starting, TimelineStarting,
+                         ::testing::Values(StartCase{"SoughtForward", [](Timeline &tl) { tl.SeekTo(15000, 0); }, "p2",
+                                                     "p2.start", 1},
+                                           StartCase{"SoughtBackIntoTheFirst",
+                                                     [](Timeline &tl) {
+                                                         tl.SeekTo(15000, 0);
+                                                         tl.SeekTo(5000, 0);
+                                                     },
+                                                     "p3", "p3.start", 1},
+                                           StartCase{"PausedBeforeTheSwitch",
+                                                     [](Timeline &tl) {
+                                                         tl.Pause();
+                                                         tl.SeekTo(15000, 0);
+                                                     },
+                                                     "p2", "p2.start", 2},
+                                           StartCase{"PausedBehindTheSwitch",
+                                                     [](Timeline &tl) {
+                                                         tl.SkipToNext(false);
+                                                         tl.Pause();
+                                                     },
+                                                     "p2", "p2.start p2.pause", 2},
+                                           StartCase{"PausedAndStartedBehindTheSwitch",
+                                                     [](Timeline &tl) {
+                                                         tl.SkipToNext(false);
+                                                         tl.Pause();
+                                                         tl.Start();
+                                                     },
+                                                     "p2", "p2.start", 1},
+                                           StartCase{"StoppedAndPreparedAnew",
+                                                     [](Timeline &tl) {
+                                                         tl.SkipToNext(false);
+                                                         tl.Stop();
+                                                         tl.Prepare();
+                                                     },
+                                                     "p3", "", 0},
+                                           StartCase{"PreparedAnewWhilePlayingElsewhere",
+                                                     [](Timeline &tl) {
+                                                         tl.SkipToNext(false);
+                                                         tl.Prepare();
+                                                     },
+                                                     "p3", "p3.start", 1},
+                                           StartCase{"SoughtBehindStop",
+                                                     [](Timeline &tl) {
+                                                         tl.Stop();
+                                                         tl.SeekTo(15000, 0);
+                                                     },
+                                                     "p2", "", 0},
+                                           StartCase{"SoughtAndStartedBehindStop",
+                                                     [](Timeline &tl) {
+                                                         tl.Stop();
+                                                         tl.SeekTo(15000, 0);
+                                                         tl.Start();
+                                                     },
+                                                     "p2", "", 1},
+                                           StartCase{"ThePlayingFirstPeriodRemoved",
+                                                     [](Timeline &tl) { tl.RemoveBound(0); }, "p2", "p2.start", 1}),
+                         [](const auto &test) { return std::string(test.param.name); });
+
+TEST_F(TimelinePlayback, StartTwiceAndStartWithoutAPlayerDoNothing) {
+    EXPECT_EQ(timeline_->Start(), 0);
+    EXPECT_EQ(timeline_->GetState(), Timeline::kIdle);
+    AddThree();
+    engine_.player("p1").startResult = 7;
+    timeline_->Prepare();
+    EXPECT_EQ(timeline_->Start(), 7) << "the engine's result";
+    Forget();
+    EXPECT_EQ(timeline_->Start(), 0);
+    timeline_->Pause();
+    EXPECT_EQ(timeline_->Start(), 7);
+    EXPECT_EQ(Calls(), "p1.pause p1.start");
+}
+
+TEST_F(TimelinePlayback, ASecondPrepareOnlySeeksToTheStart) {
+    AddThree();
+    PlayFirst();
+    timeline_->Prepare();
+    EXPECT_EQ(Calls(), "p1.seekTo(0,0)");
+}
+
+struct SkipCase {
+    const char *name;
+    bool withinPeriod;
+    int64_t position;  // where it plays: a | b c d | e, 10 s each
+    bool paused;
+    const char *entered;  // "" for a skip that finds nothing
+};
+class TimelineSkip : public TimelineFixture, public ::testing::WithParamInterface<SkipCase> {};
+
+TEST_P(TimelineSkip, GoesOnFromThePeriodThatPlays) {
+    Add("a");
+    AddMixed({{"b", 10}, {"c", 10}, {"d", 10}});
+    Add("e");
+    PlayFirst();
+    if (GetParam().position > 0) timeline_->SeekTo(GetParam().position, 0);
+    if (GetParam().paused) timeline_->Pause();
+    const std::string url = CurrentUrl();
+    const bool goes = *GetParam().entered != 0;
+    EXPECT_EQ(timeline_->SkipToNext(GetParam().withinPeriod), goes);
+    EXPECT_EQ(CurrentUrl(), goes ? GetParam().entered : url);
+}
+
+INSTANTIATE_TEST_SUITE_P(Skips, TimelineSkip,
+                         ::testing::Values(SkipCase{"ToTheNextPeriod", false, 0, false, "b"},
+                                           SkipCase{"OverTheRestOfAMixedPeriod", false, 15000, false, "e"},
+                                           SkipCase{"PastTheEnd", false, 45000, false, ""},
+                                           SkipCase{"WhilePaused", false, 0, true, ""},
+                                           SkipCase{"WithinToTheSecondSource", true, 15000, false, "c"},
+                                           SkipCase{"WithinCountsFromThePeriodsFirst", true, 35000, false, "c"},
+                                           SkipCase{"WithinAWholePeriodToTheNext", true, 0, false, "b"},
+                                           SkipCase{"WithinPastTheEnd", true, 45000, false, ""}),
+                         [](const auto &test) { return std::string(test.param.name); });
+
+TEST_F(TimelinePlayback, ASkipPastTheEndLeavesPlaybackAlone) {
+    Add("a");
+    PlayFirst();
+    EXPECT_FALSE(timeline_->SkipToNext(false));
+    EXPECT_EQ(Calls(), "");
+}
+
+struct VolumeCase {
+    float volume;
+    const char *call;
+    double value;
+};
+
+TEST_F(TimelinePlayback, AVolumeIsAppliedToEachNewPlayer) {
+    for (const VolumeCase &test : {VolumeCase{0.0f, "setParameter(2009)", 1.0},
+                                   VolumeCase{0.25f, "setParameter(3004)", 0.25}, VolumeCase{-1.0f, "", 0.0}}) {
+        engine_.reset();
+        Timeline timeline(0);
+        timeline.SetVolume(test.volume);
+        timeline.AddBound(MakePeriod({{"a", 10}}), nullptr);
+        timeline.Prepare();
+        const std::string log = Calls();
+        const auto calls = engine_.takeParameterCalls();
+        if (*test.call == 0) {
+            EXPECT_TRUE(calls.empty()) << "the engine's own default stands until a volume is set";
+        } else {
+            ASSERT_EQ(calls.size(), 1u);
+            EXPECT_NE(log.find(test.call), std::string::npos) << log;
+            EXPECT_EQ(calls[0].value.getDouble(-1), test.value);
+            EXPECT_EQ(calls[0].index, -1);
+        }
+        EXPECT_EQ(timeline.GetVolume(), test.volume);
+    }
+}
+
+TEST_F(TimelinePlayback, SettingsReachTheRunningPlayerAtOnce) {
+    timeline_->SetVolume(0.5f);
+    timeline_->SetAudioDevice("speaker");
+    AddThree();
+    PlayFirst();
+    engine_.takeParameterCalls();
+    timeline_->SetVolume(0.0f);
+    timeline_->SetAudioDevice("headphones");
+    timeline_->SetVideoSurface({reinterpret_cast<void *>(0x20), false});
+    EXPECT_EQ(Calls(), "p1.setParameter(3004) p1.setParameter(3006) p1.setVideoSurface(0x20,0)");
+    EXPECT_STREQ(engine_.takeParameterCalls()[1].value.getCString(-1), "headphones");
+    timeline_->SkipToNext(false);
+    EXPECT_EQ(Calls().find("3006"), std::string::npos) << "a device is not inherited";
+}
+
+TEST_F(TimelinePlayback, WithoutAnEnginePlayer_TheBoundIsCurrentAndCanBeEnteredAgain) {
+    AddThree();
+    engine_.failCreates(1);
+    timeline_->Prepare();
+    EXPECT_EQ(Calls(), "create(failed)");
+    EXPECT_EQ(timeline_->GetActivePlayer(), nullptr);
+    timeline_->AccessCurrentBound([](PlayBound *bound) {
+        ASSERT_NE(bound, nullptr);
+        EXPECT_EQ(bound->bound_player, nullptr);
+    });
+    timeline_->Pause();
+    EXPECT_EQ(timeline_->Start(), 0);
+    timeline_->Prepare();
+    EXPECT_EQ(Calls(), Entered("p1", "a"));
+}
+
+TEST_F(TimelinePlayback, StopDetachesThePlayer_ThePeriodsStay) {
+    AddThree();
+    PlayFirst();
+    timeline_->Stop();
+    EXPECT_EQ(Calls(), "p1.setListener(null) " + Left("p1"));
+    EXPECT_EQ(timeline_->GetDuration(), 30000);
+    EXPECT_EQ(CurrentUrl(), "none");
+    timeline_->Stop();
+    EXPECT_EQ(Calls(), "");
+}
+
+TEST_F(TimelinePlayback, ResetEmptiesTheTimeline_AndItPlaysAgain) {
+    timeline_->SetVideoSurface({reinterpret_cast<void *>(0x10), true});
+    timeline_->SetUserAgent("agent");
+    AddThree();
+    PlayFirst();
+    timeline_->Reset();
+    EXPECT_EQ(Calls(), "p1.setListener(null) " + Left("p1"));
+    EXPECT_EQ(timeline_->GetDuration(), 0);
+    EXPECT_EQ(timeline_->GetState(), Timeline::kIdle);
+    EXPECT_EQ(timeline_->GetVideoSurface(), nullptr);
+    Add("d");
+    timeline_->Prepare();
+    EXPECT_EQ(Calls(), "p2.create p2.setUserAgent(agent) p2.setListener p2.setDataSource(d) p2.prepareAsync");
+    Tell("p2", kEventPrepared);
+    timeline_->Start();
+    EXPECT_EQ(Calls(), "p2.start");
+}
+
+}  // namespace
+}  // namespace vexo
