@@ -35,12 +35,12 @@ TEST_P(ImpairCurve, IsReducedToItsTurningPoints) {
     EXPECT_EQ(times.substr(0, 1), "0");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Curves, ImpairCurve,
-    testing::Values(CurveCase{{4000}, "4000,0", "4000"}, CurveCase{{5000, 5000, -1}, "5000,0", "5000"},
-                    CurveCase{{1000, 2000, 3000, 2500}, "1000,3000,2500,0", "3000"},
-                    CurveCase{{3000, 1000, 0}, "3000,0", "3000"},
-                    CurveCase{{9, 1, 5, 2, 5, 2, 5, 2, 5, 2, 5}, "1,5,2,5,2,5,2,5,2,5,0", "9"}));
+INSTANTIATE_TEST_SUITE_P(Curves, ImpairCurve,
+                         testing::Values(CurveCase{{4000}, "4000,0", "4000"},
+                                         CurveCase{{5000, 5000, -1}, "5000,0", "5000"},
+                                         CurveCase{{1000, 2000, 3000, 2500}, "1000,3000,2500,0", "3000"},
+                                         CurveCase{{3000, 1000, 0}, "3000,0", "3000"},
+                                         CurveCase{{9, 1, 5, 2, 5, 2, 5, 2, 5, 2, 5}, "1,5,2,5,2,5,2,5,2,5,0", "9"}));
 
 TEST(ImpairInfo, IsSilentWithoutInput) {
     QZImpairInfo info;
