@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <charconv>
+#include <cstdlib>
 
 namespace oriplayer {
 
@@ -19,10 +20,28 @@ int best(AVFormatContext &container, AVMediaType type, int wanted, int related) 
     return index < 0 ? -1 : index;
 }
 
+/// What an HLS list says of a stream's variant, bits a second; 0 elsewhere.
+int64_t variantBitrate(const AVStream &stream) {
+    const AVDictionaryEntry *entry = av_dict_get(stream.metadata, "variant_bitrate", nullptr, 0);
+    return entry ? std::strtoll(entry->value, nullptr, 10) : 0;
+}
+
+/// The video of the best variant, `index` where there are no variants.
+int topVariant(AVFormatContext &container, int index) {
+    for (unsigned i = 0; index >= 0 && i < container.nb_streams; ++i) {
+        const AVStream &stream = *container.streams[i];
+        const bool better = variantBitrate(stream) > variantBitrate(*container.streams[index]);
+        if (!better || stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO || isStillPicture(stream)) continue;
+        const int found = best(container, AVMEDIA_TYPE_VIDEO, static_cast<int>(i), -1);
+        if (found >= 0) index = found;
+    }
+    return index;
+}
+
 int chooseVideo(AVFormatContext &container) {
     // The cover of an album is a video stream to FFmpeg; any real one goes before it.
     int index = best(container, AVMEDIA_TYPE_VIDEO, -1, -1);
-    if (index < 0 || !isStillPicture(*container.streams[index])) return index;
+    if (index < 0 || !isStillPicture(*container.streams[index])) return topVariant(container, index);
     for (unsigned i = 0; i < container.nb_streams; ++i) {
         const AVStream &stream = *container.streams[i];
         if (stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO || isStillPicture(stream)) continue;

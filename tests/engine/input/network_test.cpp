@@ -119,6 +119,28 @@ TEST(Network, AnHlsListIsReadToItsEndAndSought) {
     }
 }
 
+TEST(Network, TheBestVariantOfAnHlsListIsPlayed) {
+    Serving<httplib::Server> serving;
+    const auto answer = [](const std::string &text) {
+        return [text](const httplib::Request &, httplib::Response &response) {
+            response.set_content("#EXTM3U\n" + text, "application/vnd.apple.mpegurl");
+        };
+    };
+    serving.server.Get("/high.m3u8",
+                       answer("#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n/clips/mpeg2_mp2.ts\n#EXT-X-ENDLIST\n"));
+    const std::string low = "#EXT-X-STREAM-INF:BANDWIDTH=100000\n/clips/vod.m3u8\n";
+    const std::string high = "#EXT-X-STREAM-INF:BANDWIDTH=900000\n/high.m3u8\n";
+    serving.server.Get("/rising.m3u8", answer(low + high));
+    serving.server.Get("/falling.m3u8", answer(high + low));
+    for (const char *list : {"/rising.m3u8", "/falling.m3u8"}) {
+        SourceInput input;
+        const MediaError error = input.open(serving.url(list), {});
+        ASSERT_FALSE(error) << error.text;
+        ASSERT_TRUE(input.video() && input.audio());
+        EXPECT_EQ(input.video()->codecpar->codec_id, AV_CODEC_ID_MPEG2VIDEO) << list;
+    }
+}
+
 TEST(Network, AListFromTheNetworkOpensNoLocalFile) {
     Serving<httplib::Server> serving;
     const std::string list =
