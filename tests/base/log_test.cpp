@@ -13,8 +13,6 @@ namespace vexo {
 namespace {
 
 using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <future>
@@ -18,8 +19,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsSubsetOf;
-using testing::Not;
 
 /// A player without an engine player below: commands, their order, their lines, and the life of the object. A task is
 /// caught by the line that it writes.
