@@ -1,7 +1,5 @@
 #include "playback/control.h"
 
-#include <algorithm>
-
 namespace oriplayer {
 
 bool Control::prepare() {
@@ -26,22 +24,26 @@ void Control::pause() {
     if (!prepared_) started_ = false;
 }
 
-bool Control::seek(int64_t positionUs, SeekMode mode) {
+uint32_t Control::beginSeek(int64_t positionUs) {
     std::lock_guard lock(mutex_);
-    if (over()) return false;
-    positionUs = std::max<int64_t>(0, positionUs);
+    if (over()) return 0;
     // The target comes first: whoever sees the new generation sees where it goes.
     targetUs_ = positionUs;
     ended_ = false;
-    pending_ = SeekRequest{positionUs, mode, ++generation_};
-    return true;
+    pending_.reset();
+    return ++generation_;
+}
+
+void Control::postSeek(SeekRequest request) {
+    std::lock_guard lock(mutex_);
+    pending_ = request;
 }
 
 void Control::setStart(int64_t positionUs) {
     std::lock_guard lock(mutex_);
-    if (pending_) return;
-    targetUs_ = std::max<int64_t>(0, positionUs);
-    pending_ = SeekRequest{targetUs_, SeekMode::kExact, ++generation_};
+    if (generation_ != 0) return;
+    targetUs_ = positionUs;
+    pending_ = SeekRequest{positionUs, SeekMode::kExact, ++generation_};
 }
 
 std::optional<SeekRequest> Control::takeSeek() {
@@ -49,11 +51,6 @@ std::optional<SeekRequest> Control::takeSeek() {
     auto request = pending_;
     pending_.reset();
     return request;
-}
-
-bool Control::seekWaits() const {
-    std::lock_guard lock(mutex_);
-    return pending_.has_value();
 }
 
 bool Control::reachPrepared() {

@@ -26,13 +26,14 @@ public:
     /// False after a fatal error or stop().
     bool start();
     void pause();
-    /// False after a fatal error or stop().
-    bool seek(int64_t positionUs, SeekMode mode);
+    /// A seek in two steps, one seek at a time: beginSeek() makes what is under way outdated, postSeek() asks for the
+    /// new; the caller clears away what is outdated in between. 0 after a fatal error or stop(): there is no seek.
+    uint32_t beginSeek(int64_t positionUs);
+    void postSeek(SeekRequest request);
     /// Sets where playback begins, unless a seek said so before.
     void setStart(int64_t positionUs);
     /// The last seek that nobody has carried out, at most once.
     std::optional<SeekRequest> takeSeek();
-    bool seekWaits() const;
     /// Where the last seek, or the start, wants to be.
     int64_t targetUs() const { return targetUs_; }
 

@@ -74,6 +74,9 @@ void Presenter::finishUnprepared() {
     if (stage_.soundReady == generation_) return stage_.tellPrepared();
     if (!everythingDecoded()) return;
     if (const auto failure = stage_.failure.get()) return stage_.fail(failure->event, failure->error);
+    // A start behind the last sound leaves nothing over: that is an end, not a failure.
+    const bool decoded = stage_.counters.picturesDecoded > 0 || stage_.counters.soundsDecoded > 0;
+    if (decoded || stage_.landingUs > 0) return stage_.tellPrepared();
     stage_.fail(kEventNothingPlayable, {AVERROR_INVALIDDATA, "neither a picture nor sound could be decoded"});
 }
 

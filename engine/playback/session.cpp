@@ -76,9 +76,15 @@ void Session::pause() {
 
 bool Session::seek(int64_t positionUs, SeekMode mode) {
     const int64_t total = stage_.programme.totalUs();
+    positionUs = std::max<int64_t>(0, positionUs);
     if (total > 0 && stage_.control.prepared()) positionUs = std::min(positionUs, total);
-    if (!stage_.control.seek(positionUs, mode)) return false;
+    // A second seek in between would have its sound interrupted and its pictures cleared by this one.
+    std::lock_guard lock(seekMutex_);
+    const uint32_t generation = stage_.control.beginSeek(positionUs);
+    if (generation == 0) return false;
     stage_.dropOutdated();
+    stage_.control.postSeek({positionUs, mode, generation});
+    stage_.readWake.notify();
     return true;
 }
 

@@ -49,6 +49,7 @@ private:
     AudioPipe audioPipe_{stage_};
     Presenter presenter_{stage_};
     ThreadSet threads_;
+    std::mutex seekMutex_;  ///< one seek at a time
 };
 
 }  // namespace oriplayer

@@ -95,7 +95,7 @@ struct Stage {
     std::atomic<uint32_t> shownGeneration{0};   ///< generation of what is presented
 
     void wakeAll();
-    /// Wakes all, drops what is out of date and makes waits for room end.
+    /// Wakes all, drops decoded pictures and makes the sound's wait for room end: what waits is out of date.
     void dropOutdated();
 
     /// 306 if the size is new.

@@ -107,6 +107,13 @@ TEST(Seeking, BehindTheEndItPlaysOnAndEndsAgain) {
     EXPECT_EQ(player.events(), "306 1000 1017 1001 1001");
 }
 
+TEST(Seeking, AStartBehindTheLastSoundIsAnEndAndNoFailure) {
+    WatchedPlayer player({clip("h264_aac.mp4"), clip("audio_only.ogg")}, 1500);
+    player->seekTo(5000, kExact);
+    ASSERT_TRUE(player.playToEnd()) << player.events();
+    EXPECT_EQ(player.waitForEvent(1000), true);
+}
+
 TEST(Seeking, ThePositionIsThatOfTheSeekAtOnceAndStandsWhilePaused) {
     WatchedPlayer player({clip("numbered.mp4")});
     ASSERT_TRUE(player.prepare());
