@@ -3,9 +3,8 @@
 packages_build="g++ cmake ninja-build pkgconf libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
     libswresample-dev libsdl2-dev libjsoncpp-dev libsoundtouch-dev libssl-dev libpng-dev libcli11-dev"
 packages_play="ffmpeg fonts-dejavu-core ca-certificates"
-packages_test="ffmpeg fonts-dejavu-core ca-certificates libgtest-dev libgmock-dev librapidcheck-dev libbenchmark-dev
-    libcpp-httplib-dev openssl xvfb xauth x11-utils imagemagick tmux jq procps util-linux
-    clang-14 clang-format-14"
+packages_test="ffmpeg fonts-dejavu-core ca-certificates libgtest-dev libgmock-dev libbenchmark-dev libcpp-httplib-dev
+    openssl xvfb clang-14 clang-format-14"
 
 say() {
     printf '%s\n' "$*" >&2

@@ -39,7 +39,7 @@ private:
 };
 
 // Sees the pictures of every player of the process, one call at a time for each player.
-class PictureCounter : public vexo::IRenderMiddleware {
+class PictureCounter final : public vexo::IRenderMiddleware {
 public:
     bool Process(vexo::RenderOutputInfo &) override {
         ++pictures;
