@@ -22,11 +22,11 @@ public:
         held_.get_future().wait();
     }
 
-    void Send(MsgPrio priority, std::function<void()> task) { looper_->SendMessage_({std::move(task)}, priority); }
+    void Send(MsgPrio priority, std::function<void()> task) { looper().SendMessage_({std::move(task)}, priority); }
     void Send(MsgPrio priority, const std::string &name) {
         Send(priority, [this, name] { order_ += name; });
     }
-    MessageLooper &looper() { return *looper_; }
+    MessageLooper &looper() { return *address_; }
 
     /// What has run by the time the looper is gone.
     std::string ReleaseAndDestroy() {
@@ -40,6 +40,7 @@ private:
     std::promise<void> release_;
     std::string order_;  // the worker's, until it is joined
     std::unique_ptr<MessageLooper> looper_ = std::make_unique<MessageLooper>();
+    MessageLooper *const address_ = looper_.get();  // for tasks that run while looper_ is being reset
 };
 
 struct OrderCase {
