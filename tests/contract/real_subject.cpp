@@ -1,0 +1,25 @@
+#include "base/oriplayer/module.h"
+#include "contract/subject.h"
+#include "support/clips.h"
+
+namespace contract {
+
+Subject::Subject() {
+    oriplayer::setProperty(oriplayer::kPropertyUntimed, "1");
+}
+
+Subject::~Subject() {
+    oriplayer::setProperty(oriplayer::kPropertyUntimed, nullptr);
+}
+
+std::string Subject::url() const {
+    return support::clip("video_only.mp4");
+}
+
+std::shared_ptr<oriplayer::IOriPlayer> Subject::create() {
+    return oriplayer::IOriPlayer::create();
+}
+
+void Subject::play() {}
+
+}  // namespace contract
