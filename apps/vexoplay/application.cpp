@@ -1,7 +1,6 @@
 #include "application.h"
 
 #include <poll.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <array>
@@ -18,6 +17,7 @@ namespace vexoplay {
 namespace {
 
 constexpr int kTickMs = 20;  // keys and the end of the programme are noticed that fast at the latest
+constexpr int64_t kLateProbeUs = 1'000'000;
 constexpr int64_t kNoteUs = 4'000'000;
 constexpr int kOutputPatienceMs = 2000;
 constexpr unsigned int kLastResortSeconds = 5;
@@ -48,10 +48,6 @@ PlayerSession::Config sessionConfig(const Options &options, const WakeUp &wakeUp
     return config;
 }
 
-double seconds(const timeval &time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-}
-
 }  // namespace
 
 Application::Application(Options options, std::vector<ListedItem> items, int output)
@@ -74,28 +70,32 @@ std::string Application::itemName(int item) const {
 ExitCode Application::run() {
     setEngineProperties(options_);
     if (options_.probe) return runProbe();
-    // A single network item needs no length in advance: its own player learns it. Asking goes on beside playing.
-    const bool alone = programme_.size() == 1 && isNetworkUrl(programme_.url(0));
-    if (waitForProbes(!alone)) {
+    // A single network item needs no length in advance, and a server may grant but one connection at a time.
+    probesLater_ = programme_.size() == 1 && isNetworkUrl(programme_.url(0));
+    if (probesLater_ || waitForProbes()) {
         openOutputs();
         play();
     }
     return conclude();
 }
 
-bool Application::waitForProbes(bool wholeList) {
-    ProbeStage::Config config{options_.userAgent, options_.headers, ProbeStage::kItemMs, [this] { wakeUp_.wake(); }};
-    if (options_.probe) config.networkBudgetMs = 0;
+void Application::startProbes() {
+    ProbeStage::Config config{options_.userAgent, options_.headers, 0, [this] { wakeUp_.wake(); }};
+    if (!options_.probe) config.networkBudgetMs = ProbeStage::kItemMs;
     probes_ = std::make_unique<ProbeStage>(programme_, std::move(config));
-    while (wholeList && !probes_->finished() && exit_ == Exit::kNone) {
+}
+
+bool Application::waitForProbes() {
+    startProbes();
+    while (!probes_->finished() && ending_ == Ending::kNone) {
         wait();
         handleSignals();
     }
-    return exit_ == Exit::kNone;
+    return ending_ == Ending::kNone;
 }
 
 ExitCode Application::runProbe() {
-    if (!waitForProbes(true)) return ExitCode::kSignal;
+    if (!waitForProbes()) return ExitCode::kSignal;
     const ProbeReport report = makeProbeReport(programme_, options_.json);
     for (const std::string &line : report.lines) output_.add(line);
     for (const std::string &error : report.errors) status_.message(error);
@@ -146,8 +146,8 @@ bool Application::step() {
     if (!output_.error().empty()) fault("cannot write to standard output: " + output_.error());
     if (const std::string error = tap_->error(); !error.empty()) fault(error);
     if (status_.due(steadyUs())) showStatus();
-    if (exit_ == Exit::kNone && session_->ended() && !(options_.loop && beginAgain())) exit_ = Exit::kEnd;
-    return exit_ == Exit::kNone;
+    if (ending_ == Ending::kNone && session_->ended() && !(options_.loop && beginAgain())) ending_ = Ending::kThrough;
+    return ending_ == Ending::kNone;
 }
 
 // Another round, unless the last one has shown nothing at all.
@@ -173,7 +173,7 @@ void Application::wait() {
 
 void Application::handleSignals() {
     if (signals_.ending() != 0) {
-        exit_ = Exit::kSignal;
+        ending_ = Ending::kSignal;
         armLastResort(kLastResortSeconds, static_cast<int>(ExitCode::kSignal));
     }
     if (!signals_.takeSuspend()) return;
@@ -232,7 +232,7 @@ void Application::handleKey(Key key) {
             saveStillPicture();
             break;
         case Key::kQuit:
-            exit_ = exit_ == Exit::kNone ? Exit::kQuit : exit_;
+            ending_ = ending_ == Ending::kNone ? Ending::kQuit : ending_;
             break;
         case Key::kNone:
             break;
@@ -258,7 +258,7 @@ void Application::saveStillPicture() {
 }
 
 void Application::noteSeek(const Programme::Place &place) {
-    if (!place.lengthUnknown) return;
+    if (!place.lengthUnknown || place.item + 1 == programme_.size()) return;
     note("length of item " + std::to_string(place.item + 1) + " unknown: the seek stays in it");
 }
 
@@ -268,6 +268,8 @@ void Application::note(std::string text) {
 }
 
 void Application::handleEvent(const PlayEvent &event) {
+    const bool plays = event.number == kEventFirstPresented && ending_ == Ending::kNone;
+    if (plays && std::exchange(probesLater_, false)) startProbes();
     if (options_.json) output_.add(eventLine(event, programme_, beganUs_));
     if (event.number == kEventSoundFailed && !std::exchange(soundWarned_, true)) {
         status_.message("warning: no sound: " + event.text + " (event 505)");
@@ -281,10 +283,18 @@ void Application::handleEvent(const PlayEvent &event) {
 
 void Application::showPicture() {
     if (!slot_.fetch(picture_) || !window_) return;
+    showTitle();
     if (const std::string error = window_->show(picture_); !error.empty()) {
         status_.message("no window (" + error + "): playing without one");
         window_.reset();
     }
+}
+
+void Application::showTitle() {
+    const std::optional<BoundRecord> bound = log_.find(session_->playerId());
+    if (!bound || bound->item < 0) return;
+    const std::string &title = programme_.title(bound->item);
+    window_->setTitle((title.empty() ? programme_.url(bound->item) : title) + " - vexoplay");
 }
 
 void Application::showStatus() {
@@ -305,32 +315,22 @@ void Application::showStatus() {
     facts.muted = session_->muted();
     if (steadyUs() < noteUntilUs_) facts.note = note_;
     status_.show(facts, steadyUs());
-    if (window_ && item >= 0) {
-        const std::string &title = programme_.title(item);
-        window_->setTitle((title.empty() ? programme_.url(item) : title) + " - vexoplay");
-    }
 }
 
 void Application::fault(const std::string &text) {
-    if (exit_ == Exit::kFault) return;
+    if (ending_ == Ending::kFault) return;
     status_.message(text);
-    exit_ = Exit::kFault;
-}
-
-ExitCode Application::exitCode(const std::vector<BoundRecord> &bounds) const {
-    if (exit_ == Exit::kSignal) return ExitCode::kSignal;
-    if (exit_ == Exit::kFault) return ExitCode::kInternal;
-    const bool pictures =
-        std::any_of(bounds.begin(), bounds.end(), [](const BoundRecord &bound) { return bound.pictures > 0; });
-    const bool prepared = std::any_of(bounds.begin(), bounds.end(),
-                                      [](const BoundRecord &bound) { return bound.prepared && !bound.failed; });
-    if (errors_.empty()) return prepared || exit_ == Exit::kQuit ? ExitCode::kPlayed : ExitCode::kNothingPlayable;
-    return pictures || presentedEver_ || prepared ? ExitCode::kSomeFailed : ExitCode::kNothingPlayable;
+    ending_ = Ending::kFault;
 }
 
 ExitCode Application::conclude() {
     armLastResort(kLastResortSeconds,
-                  static_cast<int>(exit_ == Exit::kSignal ? ExitCode::kSignal : ExitCode::kInternal));
+                  static_cast<int>(ending_ == Ending::kSignal ? ExitCode::kSignal : ExitCode::kInternal));
+    const int64_t patientUntilUs = steadyUs() + kLateProbeUs;  // the summary tells the codec
+    while (options_.json && ending_ == Ending::kThrough && probes_ && !probes_->finished() &&
+           steadyUs() < patientUntilUs) {
+        wait();
+    }
     probes_.reset();
     if (session_) {
         for (const PlayEvent &event : session_->poll()) handleEvent(event);
@@ -342,28 +342,24 @@ ExitCode Application::conclude() {
     status_.clear();
     terminal_.reset();
     const std::vector<BoundRecord> bounds = log_.all();
-    const ExitCode code = exitCode(bounds);
+    const ExitCode code = exitCodeOf(ending_, bounds, errors_, presentedEver_);
     report(code, bounds);
-    if (output_.flush(kOutputPatienceMs) || exit_ == Exit::kFault) return code;
+    if (output_.flush(kOutputPatienceMs) || ending_ == Ending::kFault) return code;
     status_.message("cannot write to standard output: " + output_.error());
     return code == ExitCode::kSignal ? code : ExitCode::kInternal;
 }
 
 void Application::report(ExitCode code, const std::vector<BoundRecord> &bounds) {
     if (options_.json) {
-        rusage usage{};
-        getrusage(RUSAGE_SELF, &usage);
         SummaryFacts facts;
-        facts.exit = code == ExitCode::kNothingPlayable || code == ExitCode::kInternal ? "error"
-                     : exit_ == Exit::kSignal                                          ? "signal"
-                     : exit_ == Exit::kQuit                                            ? "quit"
-                                                                                       : "end";
+        facts.exit = exitWordOf(ending_, code);
         facts.beganUs = beganUs_;
         facts.hash = options_.hash;
         facts.bounds = bounds;
         facts.errors = errors_;
-        facts.cpuSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
-        facts.residentKb = usage.ru_maxrss;
+        const Usage usage = usageOfProcess();
+        facts.cpuSeconds = usage.cpuSeconds;
+        facts.residentKb = usage.residentKb;
         output_.add(summaryLine(facts, programme_));
     } else if (options_.hash) {
         for (const BoundRecord &bound : bounds) {

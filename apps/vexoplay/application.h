@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bound_log.h"
+#include "ending.h"
 #include "line_output.h"
 #include "options.h"
 #include "picture_slot.h"
@@ -33,10 +34,9 @@ public:
     ExitCode run();
 
 private:
-    enum class Exit { kNone, kEnd, kSignal, kQuit, kFault };
-
     ExitCode runProbe();
-    bool waitForProbes(bool wholeList);
+    void startProbes();
+    bool waitForProbes();
     void openOutputs();
     void play();
     bool step();
@@ -48,13 +48,13 @@ private:
     void changeVolume(double by);
     void saveStillPicture();
     void showPicture();
+    void showTitle();
     void showStatus();
     void noteSeek(const Programme::Place &place);
     void note(std::string text);
     bool beginAgain();
     void fault(const std::string &text);
     ExitCode conclude();
-    ExitCode exitCode(const std::vector<BoundRecord> &bounds) const;
     void report(ExitCode code, const std::vector<BoundRecord> &bounds);
     std::string itemName(int item) const;
 
@@ -73,10 +73,11 @@ private:
     std::shared_ptr<PictureTap> tap_;
     std::unique_ptr<PlayerSession> session_;
 
-    Exit exit_ = Exit::kNone;
+    Ending ending_ = Ending::kNone;
     StagedPicture picture_;
     std::vector<PlayEvent> errors_;
     std::ptrdiff_t roundBegan_ = 0;  ///< bounds entered before the present round of --loop
+    bool probesLater_ = false;       ///< the only item is asked beside playing, once it plays
     bool presentedEver_ = false;
     bool soundWarned_ = false;
     std::string note_;

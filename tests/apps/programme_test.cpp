@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "ending.h"
 #include "json_lines.h"
 #include "programme.h"
 
@@ -128,6 +129,38 @@ TEST(BoundLog, ABoundIsEnteredOncePerPlayerWhateverOrderNewsComesIn) {
     EXPECT_EQ(bounds[2].item, 0) << "entered again";
     EXPECT_EQ(log.indexOf(3), 2);
     EXPECT_EQ(log.indexOf(8), -1);
+}
+
+TEST(Ending, TheExitCodeTellsWhatWasPlayedAndWhatFailed) {
+    BoundRecord shown, prepared, dead, broken;
+    shown.pictures = 5;
+    prepared.prepared = true;
+    dead.failed = true;
+    broken.prepared = broken.failed = true;
+    struct Case {
+        Ending ending;
+        std::vector<BoundRecord> bounds;
+        bool error, presented;
+        ExitCode code;
+        const char *word;
+    };
+    const std::vector<Case> cases{{Ending::kThrough, {shown}, false, true, ExitCode::kPlayed, "end"},
+                                  {Ending::kThrough, {prepared}, false, false, ExitCode::kPlayed, "end"},
+                                  {Ending::kThrough, {}, false, false, ExitCode::kNothingPlayable, "error"},
+                                  {Ending::kThrough, {dead, dead}, true, false, ExitCode::kNothingPlayable, "error"},
+                                  {Ending::kThrough, {broken}, true, false, ExitCode::kNothingPlayable, "error"},
+                                  {Ending::kThrough, {broken}, true, true, ExitCode::kSomeFailed, "end"},
+                                  {Ending::kThrough, {dead, shown}, true, true, ExitCode::kSomeFailed, "end"},
+                                  {Ending::kQuit, {}, false, false, ExitCode::kPlayed, "quit"},
+                                  {Ending::kQuit, {dead, shown}, true, true, ExitCode::kSomeFailed, "quit"},
+                                  {Ending::kSignal, {dead}, true, false, ExitCode::kSignal, "signal"},
+                                  {Ending::kFault, {shown}, false, true, ExitCode::kInternal, "error"}};
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        const Case &c = cases[i];
+        const std::vector<PlayEvent> errors(c.error ? 1 : 0);
+        EXPECT_EQ(exitCodeOf(c.ending, c.bounds, errors, c.presented), c.code) << i;
+        EXPECT_STREQ(exitWordOf(c.ending, c.code), c.word) << i;
+    }
 }
 
 TEST(BoundLog, GapsAreMeasuredBetweenPicturesLessOneInterval) {
