@@ -5,8 +5,10 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "base/oriplayer/module.h"
 #include "support/clips.h"
@@ -113,37 +115,52 @@ TEST_F(Facade, StopAndStartInCallbacksReturnAtOnce) {
     EXPECT_GE(rounds, 1);
 }
 
-TEST_F(Facade, TheLastReferenceMayGoInAnyCallback) {
-    for (const int code : {1000, 1017, 1001, 0}) {
-        SCOPED_TRACE(code);
-        Application last;
-        std::atomic<bool> dropped{false};
-        std::mutex mutex;
-        std::shared_ptr<IVexoPlayer> own;
-        const auto drop = [&] {
-            const std::lock_guard lock(mutex);
-            own.reset();
-            dropped = true;
-        };
-        last.onEvent = [&](int told) {
+/// An application that drops its player in the callback of one event, or of a picture (0). A callback on another thread
+/// may run a little longer than the drop: these live as long as the process.
+struct Dropper {
+    explicit Dropper(int code) {
+        application.onEvent = [this, code](int told) {
             if (told == code) drop();
         };
-        last.onPicture = [&](int) {
+        application.onPicture = [this, code](int) {
             if (code == 0) drop();
         };
+    }
+    static Dropper &make(int code) {
+        static auto *const all = new std::vector<std::unique_ptr<Dropper>>;
+        return *all->emplace_back(std::make_unique<Dropper>(code));
+    }
+    void drop() {
+        const std::lock_guard lock(mutex);
+        if (player) gone = player;
+        player.reset();
+    }
+    /// Dropped, and destroyed by whatever thread does that.
+    bool isGone() {
+        const std::lock_guard lock(mutex);
+        return !player && gone.expired();
+    }
+
+    Application application;
+    std::mutex mutex;
+    std::shared_ptr<IVexoPlayer> player;
+    std::weak_ptr<IVexoPlayer> gone;
+};
+
+TEST_F(Facade, TheLastReferenceMayGoInAnyCallback) {
+    player.reset();  // pictures go to the earliest player
+    for (const int code : {1000, 1017, 1001, 0}) {
+        Dropper &last = Dropper::make(code);
         {
-            const std::lock_guard lock(mutex);
-            own = IVexoPlayer::create(&last, {});
-            player.reset();  // pictures go to the earliest player
-            own->setMediaSource(IVexoMediaSource::create(clip("h264_aac.mp4")));
-            own->prepareAsync();
-            own->start();
+            const std::lock_guard lock(last.mutex);
+            last.player = IVexoPlayer::create(&last.application, {});
+            last.player->setMediaSource(IVexoMediaSource::create(clip("h264_aac.mp4")));
+            last.player->prepareAsync();
+            last.player->start();
         }
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!dropped && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
-        EXPECT_TRUE(dropped);
-        // The callback that dropped it may still be running on its thread.
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        while (!last.isGone() && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
+        EXPECT_TRUE(last.isGone()) << code;
     }
 }
 
