@@ -127,6 +127,7 @@ TEST_F(TimelineEditing, IdentitiesFollowEdits) {
     timeline_->RemoveBound(0);
     Tell("p2", kEventVideoSize);
     timeline_->ReplaceBound(MakeMixed({{"y", 1}, {"z", 1}}), nullptr, 1);  // another period
+    ASSERT_TRUE(listener_->waitFor(kEventPeriodReplaced));
     Tell("p2", kEventVideoSize);
     EXPECT_EQ(Events(), "1017@000200 306@000000 -10001@000000(1) 306@000000");
     EXPECT_EQ(Calls(), "") << "no edit of another period touches the player";

@@ -52,7 +52,7 @@ TEST_F(TimelineEvents, ErrorsAreToldAndChangeNothing) {
     timeline_->SetInternalListener(internal);
     Tell("p1", 501);
     EXPECT_EQ(Events(), "501@000000");
-    EXPECT_EQ(internal->takeEvents().substr(0, 10), "501@000000");
+    EXPECT_EQ(internal->count(501), 1);
     EXPECT_EQ(Calls(), "");
     EXPECT_EQ(timeline_->GetState(), Timeline::kStarted);
 }
