@@ -105,7 +105,7 @@ private:
 
     static std::atomic<int> sIsWifiRealTime;
     static Mutex sInstancesLock;
-    static std::vector<CodecNetInstance> sInstances VEXO_GUARDED_BY(sInstancesLock);
+    static std::vector<CodecNetInstance> &sInstances VEXO_GUARDED_BY(sInstancesLock);
 };
 
 }  // namespace vexo

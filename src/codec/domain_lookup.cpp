@@ -7,7 +7,8 @@
 namespace vexo {
 
 Mutex CodecNetProcess::sInstancesLock;
-std::vector<CodecNetInstance> CodecNetProcess::sInstances;
+// Never destroyed: a player dropped inside a callback may still be ending while the process ends.
+std::vector<CodecNetInstance> &CodecNetProcess::sInstances = *new std::vector<CodecNetInstance>;
 
 int CodecNetProcess::GetDomainListAfterNetChanged(const int id, char *domain, const int size, int &networkState,
                                                   const char *url, const char *extra) {
