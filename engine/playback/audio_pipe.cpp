@@ -85,7 +85,7 @@ void AudioPipe::handle(StreamItem item) {
             break;
         case StreamItem::Kind::kEnd:
             drain();
-            end();
+            end(item.end);
             break;
     }
 }
@@ -135,9 +135,10 @@ void AudioPipe::drain() {
     if (decoder_) decoder_->flush();
 }
 
-void AudioPipe::end() {
+void AudioPipe::end(uint32_t number) {
     if (stage_.sound.opened()) stage_.sound.finish();
     stage_.soundEnded = generation_;
+    stage_.soundEnd = number;
     stage_.showWake.notify();
 }
 

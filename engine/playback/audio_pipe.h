@@ -22,7 +22,7 @@ private:
     void decode(const AVPacket *packet);
     void receive();
     void drain();
-    void end();
+    void end(uint32_t number);
     void take(AVFrame &frame);
     void play(AVFrame &frame);
     bool fillUpTo(int64_t playUs, const AVFrame &like);

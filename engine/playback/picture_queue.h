@@ -14,6 +14,7 @@ namespace oriplayer {
 struct Picture {
     FramePtr frame;  ///< 8-bit I420
     uint32_t generation = 0;
+    uint32_t end = 0;        ///< number of the end
     int64_t playUs = 0;      ///< on the play scale
     int64_t durationUs = 0;  ///< its own, as the stream tells it
     int64_t baseUs = 0;      ///< play scale minus position
@@ -54,13 +55,14 @@ public:
     }
 
     enum class Useless { kNone, kOutdated, kEnd };
-    /// Takes the first entry away if it is of another generation or the end of this one, and says which.
-    Useless dropUseless(uint32_t generation) {
+    /// Takes the first entry away if it is of another generation or the end of this one, and says which; `end` is that
+    /// end's number.
+    Useless dropUseless(uint32_t generation, uint32_t &end) {
         std::lock_guard lock(mutex_);
         if (pictures_.empty()) return Useless::kNone;
         const bool outdated = pictures_[0].generation != generation;
         if (!outdated && pictures_[0].frame) return Useless::kNone;
-        popLocked();
+        end = popLocked().end;
         return outdated ? Useless::kOutdated : Useless::kEnd;
     }
 

@@ -45,7 +45,7 @@ void Presenter::followGeneration() {
     if (generation == generation_) return;
     generation_ = generation;
     landed_ = false;
-    picturesEnded_ = false;
+    picturesEnd_ = 0;
     stalled_ = false;
     pictureShown_ = false;
     lastEndUs_ = INT64_MIN;
@@ -56,21 +56,26 @@ void Presenter::followGeneration() {
 // Also takes the marker of the end away.
 void Presenter::dropOutdated() {
     for (;;) {
-        const auto useless = stage_.pictures.dropUseless(generation_);
-        if (useless == PictureQueue::Useless::kNone) break;
-        if (useless == PictureQueue::Useless::kEnd) picturesEnded_ = true;
+        uint32_t end = 0;
+        const auto useless = stage_.pictures.dropUseless(generation_, end);
+        if (useless == PictureQueue::Useless::kNone) return;
+        if (useless == PictureQueue::Useless::kEnd) picturesEnd_ = end;
         stage_.videoWake.notify();
     }
-    if (stage_.pictures.front(generation_)) picturesEnded_ = false;  // something was added behind the end
+}
+
+// Sources that wait are asked for first: the reader takes its word back before it counts them as seen.
+bool Presenter::picturesEnded() const {
+    return stage_.sourcesWait == 0 && stage_.readAll && picturesEnd_ == stage_.ends;
 }
 
 bool Presenter::everythingDecoded() const {
-    return picturesEnded_ && stage_.soundEnded == generation_ && stage_.readAll && stage_.sourcesWait == 0;
+    return picturesEnded() && stage_.soundEnd == picturesEnd_;
 }
 
 // A source whose pictures all fail still has its sound; one without either has failed.
 void Presenter::finishUnprepared() {
-    if (stage_.control.prepared() || !picturesEnded_) return;
+    if (stage_.control.prepared() || !picturesEnded()) return;
     if (stage_.soundReady == generation_) return stage_.tellPrepared();
     if (!everythingDecoded()) return;
     if (const auto failure = stage_.failure.get()) return stage_.fail(failure->event, failure->error);
@@ -97,7 +102,7 @@ Presenter::Next Presenter::play() {
 bool Presenter::land() {
     const auto front = stage_.pictures.front(generation_);
     const bool silent = stage_.soundReady != generation_ && stage_.soundEnded != generation_ && !stage_.soundLost;
-    if (!front && (!(picturesEnded_ || !stage_.expectVideo) || silent)) return false;
+    if (!front && (!(picturesEnded() || !stage_.expectVideo) || silent)) return false;
     int64_t moment = stage_.landingUs;
     if (moment == INT64_MIN) moment = front ? front->playUs : 0;
     stage_.clock.setTo(moment, generation_);

@@ -40,6 +40,7 @@ private:
     Next finish();
     Next conclude();
     bool soundPlays() const;
+    bool picturesEnded() const;
     bool everythingDecoded() const;
     void account();
 
@@ -48,7 +49,7 @@ private:
     // of the generation
     uint32_t generation_ = 0;
     bool landed_ = false;
-    bool picturesEnded_ = false;
+    uint32_t picturesEnd_ = 0;  ///< number of the last end that the pictures have come to
     bool stalled_ = false;
     bool pictureShown_ = false;
     int64_t lastEndUs_ = INT64_MIN;  ///< play scale, end of the last picture shown

@@ -246,6 +246,7 @@ void Reader::pushStreams() {
 }
 
 void Reader::pushEnd() {
+    ++stage_.ends;
     stage_.readAll = true;
     stage_.counters.downloading = false;
     pushBoth(StreamItem::Kind::kEnd, INT64_MIN);
@@ -257,6 +258,7 @@ void Reader::pushBoth(StreamItem::Kind kind, int64_t targetUs) {
         item.kind = kind;
         item.generation = generation_;
         item.targetUs = targetUs;
+        if (kind == StreamItem::Kind::kEnd) item.end = stage_.ends;
         item.baseUs = baseUs_;
         queue->push(std::move(item));
     }

@@ -86,6 +86,8 @@ struct Stage {
     std::atomic<bool> expectAudio{false};
     std::atomic<int64_t> landingUs{INT64_MIN};  ///< play scale, where the generation begins; INT64_MIN: anywhere
     std::atomic<bool> readAll{false};           ///< there is nothing more to read
+    std::atomic<uint32_t> ends{0};              ///< number of the last end that the reader has sent
+    std::atomic<uint32_t> soundEnd{0};          ///< number of the last end that the sound has come to
     std::atomic<int> sourcesWait{0};            ///< added ones that the reader has not seen
     std::atomic<int64_t> bufferedEndUs{0};      ///< position behind the last packet read
     std::atomic<uint32_t> soundReady{0};        ///< generation of which sound waits in the renderer

@@ -48,7 +48,7 @@ void VideoPipe::handle(StreamItem item) {
             break;
         case StreamItem::Kind::kEnd:
             drain();
-            deliverEnd();
+            deliverEnd(item.end);
             break;
     }
 }
@@ -157,10 +157,11 @@ void VideoPipe::deliver(FramePtr frame) {
 }
 
 // A seek behind the last picture shows that one.
-void VideoPipe::deliverEnd() {
+void VideoPipe::deliverEnd(uint32_t number) {
     if (!landed_ && skipped_) deliver(std::move(skipped_));
     Picture end;
     end.generation = generation_;
+    end.end = number;
     put(std::move(end));
 }
 

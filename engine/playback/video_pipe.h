@@ -24,7 +24,7 @@ private:
     void drain();
     void take(FramePtr frame);
     void deliver(FramePtr frame);
-    void deliverEnd();
+    void deliverEnd(uint32_t number);
     void put(Picture picture);
     void keepPace(const AVPacket &packet);
     void countSkipped(int64_t playUs);
