@@ -1,0 +1,73 @@
+#include "looper/u_timer.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <semaphore>
+#include <thread>
+
+namespace vexo {
+namespace {
+
+using namespace std::chrono_literals;
+
+void release(void *semaphore) {
+    static_cast<std::counting_semaphore<> *>(semaphore)->release();
+}
+
+TEST(UTimer, FiresAgainAndAgain_StopsAndResumes) {
+    std::counting_semaphore<> fired(0);
+    UTimer timer(&release, &fired, 50001);
+    timer.Start();
+    timer.Start();
+    EXPECT_TRUE(fired.try_acquire_for(5s) && fired.try_acquire_for(5s));
+    timer.Stop();
+    while (fired.try_acquire()) {}
+    EXPECT_FALSE(fired.try_acquire_for(150ms));
+    timer.Start();
+    EXPECT_TRUE(fired.try_acquire_for(5s));
+}
+
+TEST(UTimer, AnIntervalWithinTheStepDisablesIt_AndNoFunctionToo) {
+    std::counting_semaphore<> fired(0);
+    UTimer tooShort(&release, &fired, 50000);
+    UTimer empty(nullptr, &fired, 60000);
+    tooShort.Start();
+    empty.Start();
+    EXPECT_FALSE(fired.try_acquire_for(150ms));
+}
+
+TEST(UTimer, TheThreadEndsWithTheLastTimerAndComesBack) {
+    for (int round = 0; round < 3; ++round) {
+        std::counting_semaphore<> first(0);
+        std::counting_semaphore<> second(0);
+        UTimer never(&release, &first, 60000);
+        auto one = std::make_unique<UTimer>(&release, &first, 60000);
+        UTimer two(&release, &second, 60000);
+        one->Start();
+        two.Start();
+        EXPECT_TRUE(first.try_acquire_for(5s));
+        one.reset();  // behind it no call of its own, the other goes on
+        while (first.try_acquire()) {}
+        while (second.try_acquire()) {}
+        EXPECT_TRUE(second.try_acquire_for(5s));
+        EXPECT_FALSE(first.try_acquire());
+    }
+}
+
+TEST(UTimer, TimersOfSeveralThreadsComeAndGo) {
+    std::counting_semaphore<> fired(0);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 3; ++round) {
+                UTimer timer(&release, &fired, 50001);
+                timer.Start();
+                std::this_thread::yield();
+            }
+        });
+    for (auto &thread : threads) thread.join();
+}
+
+}  // namespace
+}  // namespace vexo
