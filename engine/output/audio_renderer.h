@@ -32,7 +32,8 @@ public:
     static bool deviceExists(const std::string &deviceName);
 
     /// Queues a decoded frame whose first sample belongs at `positionUs`. A gap in the positions of up to a second is
-    /// filled with silence, an overlap is cut, so that the clock follows the positions. False if interrupted.
+    /// filled with silence, an overlap is cut, so that the clock follows the positions. False if interrupted or
+    /// not opened.
     bool push(const AVFrame &frame, int64_t positionUs);
     /// No more sound for now (end of the stream): what is inside the resampler and the tempo filter comes out.
     void finish();

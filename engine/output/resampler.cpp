@@ -13,10 +13,6 @@ void Resampler::Free::operator()(SwrContext *context) const {
     swr_free(&context);
 }
 
-bool Resampler::convert(const AVFrame &frame, Sound &out) {
-    return convertFrom(frame, 0, out);
-}
-
 bool Resampler::convertFrom(const AVFrame &frame, int skip, Sound &out) {
     if (skip >= frame.nb_samples || !fit(frame, out)) return false;
     const auto format = static_cast<AVSampleFormat>(frame.format);

@@ -15,10 +15,8 @@ class Resampler {
 public:
     explicit Resampler(int rate) : rate_(rate) {}
 
-    /// Appends what the frame gives to `out`. A frame of another format than the last brings out the old one's rest
-    /// first. False if the format cannot be converted; the frame is left out then.
-    bool convert(const AVFrame &frame, Sound &out);
-    /// The same, of the frame's samples from number `skip` on.
+    /// Appends what the frame gives to `out`, from its sample number `skip` on. A frame of another format than the last
+    /// brings out the old one's rest first. False if the format cannot be converted; the frame is left out then.
     bool convertFrom(const AVFrame &frame, int skip, Sound &out);
     /// What is still inside comes out; the next frame begins anew.
     void finish(Sound &out);
