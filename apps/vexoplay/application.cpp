@@ -135,6 +135,7 @@ void Application::play() {
 
 bool Application::step() {
     handleSignals();
+    if (probes_ && probes_->finished()) probes_.reset();  // its threads go as soon as they are through
     for (const Key key : terminal_->read()) handleKey(key);
     if (window_) {
         for (const Key key : window_->takeKeys()) handleKey(key);

@@ -28,6 +28,9 @@ Json::Value parsed(const std::string &line) {
 void setEnvironment(const RunningProgram::Setting &setting) {
     setenv("SDL_AUDIODRIVER", "dummy", 1);
     unsetenv("SDL_VIDEODRIVER");
+#ifdef __SANITIZE_THREAD__
+    setenv("SDL_RENDER_DRIVER", "software", 1);  // Mesa's drawing threads race with each other
+#endif
     unsetenv("WAYLAND_DISPLAY");
     if (setting.display.empty()) {
         unsetenv("DISPLAY");
