@@ -3,16 +3,26 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <map>
+#include <string>
 
+#include "base/oriplayer/filter_type.h"
 #include "base/oriplayer/param.h"
 #include "codec/codec_play_state.h"
 #include "codec/i_codec.h"
 
+namespace oriplayer {
+class StringMap;
+}
+
 namespace vexo {
 
 enum class Control : int;
+enum class PlayerInfo : int;
+class ReportText;
 
-/// Typed controls over the engine player of the main timeline's current bound, whichever that is at the call.
+/// Typed controls over the engine player of the main timeline's current bound, whichever that is at the call, and the
+/// texts that reports on a playback are made of.
 ///
 /// Results:  controls marked E answer what the engine answered, -1 without a player; the others 0, also without one.
 /// Threads:  any; of two at once the last wins. SetRotationMatrix belongs on one thread at a time: the engine reads the
@@ -69,6 +79,26 @@ public:
     using PreloadCallback = void (*)(void *context, int result, int reserved1, int reserved2, const char *url);
     int AddPreloadTask(const char *url, const char *cacheId, PreloadCallback callback, void *context);
 
+    /// Hands a property of the client's to the engine, its text read as the type wants it (the types: see
+    /// playback_params.cpp). -1 without a player; else 0, also for a type or a text that means nothing.
+    int SetPlaybackParam(int type, std::string value);
+    /// The value of `key` in a text of entries "key", one character, value, ";" (the last ";" may lack). The first
+    /// place where `key` stands counts. Empty if there is none or an argument is null.
+    static std::string parseSourceParamS(const char *key, const char *source);
+    /// The same as a number, -1 if it is empty.
+    static int parseSourceParamI(const char *key, const char *source);
+
+    /// The engine's answer, -1 without a player. The crop needs "left", "right", "top" and "bottom", each a share of
+    /// the picture from 0.0 to 1.0: 0, or -1 if one lacks.
+    int SetFilter(oriplayer::EDRWFilterType type, const std::map<std::string, std::string> &params);
+    /// Where film styles and colour conversions lie: a JSON array of {"id": number, "url": text}. Empty at first.
+    void SetFilterResources(std::string json);
+
+    /// The text on `key`, one of PlayerInfoKey (media_keys.h); empty for others.
+    std::string getPlayerInfoByKey(int key);
+    /// What the full record says of adaptive HLS playback, `label:value&` for each.
+    std::string getHlsInfo();
+
     /// Adds to the totals what the engine says of player `playerId`, the one of the bound that has just been entered.
     /// Runs under a timeline's mutex, so it waits for none.
     void AccumulatePeriodStatistics(int playerId);
@@ -81,6 +111,27 @@ private:
     int64_t askOnce(int key, std::atomic<int64_t> &cache) const;
     CodecPlayState state() const;
     void change(const Remember &remember);
+
+    void sendDeferredText(oriplayer::IOriPlayer &player, const std::string &value);
+
+    using FilterParams = std::map<std::string, std::string>;
+    std::string filterResources() const;
+    void chooseFilmStyle(const FilterParams &params, oriplayer::StringMap &sent);
+    void chooseColorSpace(const FilterParams &params, oriplayer::StringMap &sent);
+    int crop(oriplayer::IOriPlayer *player, const FilterParams &params);
+
+    int64_t activeInfo(PlayerInfo key, int64_t none) const;
+    std::string usedBytes(oriplayer::IOriPlayer *player) const;
+    std::string storedBytes() const;
+    std::string bufferAdaptation() const;
+    std::string bytesByTransport() const;
+    std::string classifiedSizes() const;
+    std::string buffSched() const;
+    std::string playerRecord(oriplayer::IOriPlayer *player);
+    void putBufferSizes(oriplayer::IOriPlayer *player, ReportText &text);
+    void readBufferSchedule(oriplayer::IOriPlayer *player);
+    static void putEngineText(oriplayer::IOriPlayer *player, ReportText &text);
+    void putStatistics(oriplayer::IOriPlayer *player, ReportText &text);
 
     std::atomic<double> mVideoFrameRate{0.0};
     std::atomic<bool> mSoriVanTimeStampMode{false};
@@ -96,7 +147,14 @@ private:
     std::atomic<int64_t> mTotalCronetQuic{0};
     std::atomic<int64_t> mTotalCronetHttp{0};
     std::atomic<int64_t> mTotalCurl{0};
+    const int mBufferAdaptiveChangeCnt = 0;  // no source yet, as the next one
+    const int mCurTargetBuffer = 0;
+
     mutable Mutex mStateLock;
+    std::string mDeferredText VEXO_GUARDED_BY(mStateLock);
+    int mDeferredTextState VEXO_GUARDED_BY(mStateLock) = 0;  // 9 once a text has been sent
+    std::string mBuffSched VEXO_GUARDED_BY(mStateLock);
+    std::string mFilterResources VEXO_GUARDED_BY(mStateLock);
     CodecPlayState mState VEXO_GUARDED_BY(mStateLock);
 };
 

@@ -32,6 +32,15 @@ public:
     virtual int check() = 0;
 };
 
+constexpr int MEDIA_INFO_NETWORK_SPEED_UPDATE = 2006;
+
+/// An event that the caller may send on.
+struct Para {
+    int what = 0;
+    int arg1 = 0;
+    std::string text;
+};
+
 /// A living processor, in the order of construction.
 struct CodecNetInstance {
     CodecNetProcess *process = nullptr;
@@ -66,6 +75,10 @@ public:
     int SetCurrentHeader(int id, std::shared_ptr<oriplayer::StringMap> headers);
     /// "1" is wifi, "0" a mobile network, anything else ignored. Always 0.
     int HandleNetStatusChange(const std::string &status);
+
+    /// Makes `para` a MEDIA_INFO_NETWORK_SPEED_UPDATE if something is being downloaded now, and leaves it else: arg1 is
+    /// the speed in thousands of bytes a second, text "download_status=" and the engine's number. -1 without a player.
+    int OndownloadSpeedUpdate(Para &para);
 
     void SetHostStrategy(std::shared_ptr<IHostStrategy> strategy);
     void ClearHostStrategy();

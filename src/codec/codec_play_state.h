@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 
 namespace vexo {
 
@@ -15,6 +16,10 @@ struct CodecPlayState {
     int colorBlindLevel = 0;
     int audioInfoType = 0;
     int nightMode = 0;
+    int filmStyleType = 0;  ///< 0: none
+    std::string filmStylePath;
+    int colorSpaceType = 0;  ///< 0: none
+    std::string colorSpacePath;
     int audioInfoValue = 0;
     int rendCutMode = -1;  ///< -1: none chosen
     float rendCutX = 0.0F;

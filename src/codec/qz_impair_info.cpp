@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <locale>
 #include <sstream>
 
 #include "base/clock.h"
@@ -22,6 +24,7 @@ int64_t NowMs() {
 template <typename Values> std::string Joined(const char *label, const Values &values) {
     if (values.empty()) return {};
     std::ostringstream text;
+    text.imbue(std::locale::classic());  // an external format, whatever locale the process has
     text << label;
     const char *separator = "";
     for (const auto &value : values) {
@@ -75,6 +78,7 @@ std::string QZImpairInfo::getImpairInfoStr() {
     if (bufInflectPoints.empty()) return {};
     const bool closed = bufInflectPoints.back() != 0;
     std::ostringstream text;
+    text.imbue(std::locale::classic());
     text << "maxBufLevelInMs:" << maxBufLevelInMs << '&' << Joined("bufInflectPoints:", bufInflectPoints);
     if (closed) text << ",0";
     text << "&timeIntervForInflectPoints:0";
