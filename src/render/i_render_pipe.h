@@ -8,7 +8,8 @@
 
 namespace vexo {
 
-/// The way of a picture out of the engine.
+/// The way of a picture out of the engine. Its owner is whoever acquired it from RenderManager.
+/// Threads:  Render on the engine's picture thread; the list changes while nothing renders.
 class VEXO_API IRenderPipe {
 public:
     virtual ~IRenderPipe() = default;

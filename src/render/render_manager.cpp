@@ -34,7 +34,7 @@ void RenderManager::ReleasePipe(IRenderPipe *pipe) {
 
 void RenderManager::AttachMiddleware(RenderCat category, IRenderPipe *pipe) {
     for (auto &middleware : copyOfMiddlewares()) {
-        if (middleware->GetRenderCat() == category) pipe->AddMiddleware(middleware);
+        if (middleware && middleware->GetRenderCat() == category) pipe->AddMiddleware(middleware);
     }
 }
 

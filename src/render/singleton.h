@@ -17,14 +17,16 @@ public:
 
 protected:
     Singleton() = default;
-    struct Token {};
+    struct Token {
+        explicit Token() = default;  // not from {}, which would name no type
+    };
 };
 
 template <typename T> T &Singleton<T>::Instance() {
     static std::mutex mutex_;
     static T *instance_ = nullptr;
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!instance_) instance_ = new T(Token{});
+    if (!instance_) instance_ = new T(Token());
     return *instance_;
 }
 
