@@ -12,7 +12,8 @@ class IPlayList;
 
 namespace VexoPlayerNS {
 
-/// What to play, as a play list of one period with one source. Unchanging; may be given to several players.
+/// What to play, as a play list of one period with one source. May be given to a player again and again; a player that
+/// ends with it takes its options along, so another player gets a source of its own. Thread: any.
 class VEXO_API IVexoMediaSource {
 public:
     /// A file or network URL.
@@ -22,6 +23,7 @@ public:
     static std::shared_ptr<IVexoMediaSource> create(VexoParams params);
 
     virtual ~IVexoMediaSource() = default;
+    /// The same list at each call.
     virtual std::shared_ptr<oriplayer::IPlayList> getPlayList() = 0;
 };
 

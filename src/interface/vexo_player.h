@@ -17,7 +17,7 @@ constexpr char kAudioPipelineEnable[] = "audioPipelineEnable";  ///< bool, recor
 constexpr char kAudioVolume[] = "audio_volume";                 ///< float, 0.0 to 1.0
 constexpr char kAudioDeviceId[] = "audio_device_id";            ///< std::string
 
-// Options of a source, for IVexoMediaSource::create.
+// Options of a source, for IVexoMediaSource::create: texts or numbers.
 constexpr char kQzrtpAppId[] = "qzrtp_app_id";
 constexpr char kQzrtpDeviceId[] = "qzrtp_device_id";
 constexpr char kQzrtpDownloadHost[] = "qzrtp_download_host";
@@ -43,7 +43,8 @@ public:
     static std::shared_ptr<IVexoPlayer> create(IVexoPlayerCallback *callback, VexoParams params);
 
     virtual ~IVexoPlayer() = default;
-    /// Stops what was playing and takes `source` in its place. Frees the surface: setDisplay comes behind it.
+    /// Stops what was playing and takes `source` in its place; null is ignored. Frees the surface: setDisplay comes
+    /// behind it.
     virtual void setMediaSource(std::shared_ptr<IVexoMediaSource> source) = 0;
     virtual void prepareAsync() = 0;
     virtual void start() = 0;

@@ -14,7 +14,9 @@ class VEXO_API IVexoPlayerCallback {
 public:
     virtual ~IVexoPlayerCallback() = default;
 
-    /// One event: `code` is its number, `sid` the identity of the bound it belongs to.
+    /// One event: `code` is its number, `sid` names what it belongs to: bits 16 to 23 the timeline (0 main, 1
+    /// isolated), 8 to 15 the period, 0 to 7 the source within a period of mixed codecs.
+    ///
     /// Params: with `msg` "notify_win_ios_android" key "1" holds an oriplayer::Param; its strings are valid during the
     ///         call. With "notify_win" keys "1" and "2" hold a std::string each.
     /// Thread: a looper of the player; two of them can be here at once.
