@@ -16,7 +16,10 @@ int MixedCodecsPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer
         MutexLock lock(fields_mutex_);
         list = component->playList;  // the component may be this player's own, which stop() empties
     }
-    stop(true);
+    do {
+        stop(true);
+        // While a looper was joined a callback may have set a source of its own; two of them must not play as one.
+    } while (timelines_[0]->GetPeriodCount() > 0);
     if (!list) return 0;
     {
         MutexLock lock(fields_mutex_);

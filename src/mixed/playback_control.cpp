@@ -70,8 +70,10 @@ int MixedCodecsPlayer::stop(bool) {
     VEXO_PRINT(LOG_INFO, "enter");
     accessBoth([](Timeline *timeline) { timeline->Reset(); });
     if (net_processor_) net_processor_->RemoveCodecConfigListener();
-    setPlayListOf(0, nullptr);
-    setPlayListOf(1, nullptr);
+    for (const int id : {0, 1}) {
+        // A callback may have filled the timeline anew while its looper was joined: then the list belongs to that.
+        if (timelines_[static_cast<std::size_t>(id)]->GetPeriodCount() == 0) setPlayListOf(id, nullptr);
+    }
     return 0;
 }
 

@@ -1,3 +1,7 @@
+#include <atomic>
+#include <future>
+#include <thread>
+
 #include "mixed/player_fixture.h"
 
 namespace vexo {
@@ -41,6 +45,29 @@ TEST_F(PeriodEditing, ThePlayersOwnComponent_KeepsItsList) {
     player->stop(true);
     EXPECT_EQ(source->playList, nullptr);
     EXPECT_EQ(urls(list), "ab");
+}
+
+TEST_F(PeriodEditing, ASourceThatAHandlerSetsDuringACommand_MixesWithNothing) {
+    for (const bool replaces : {true, false}) {
+        const auto former = component({"a"});
+        const auto handlers = component({"b"});
+        load(former);
+        player->prepareAsync();
+        std::promise<void> inside;
+        std::atomic<bool> begun{false};
+        listener->on(306, [&] {
+            inside.set_value();
+            while (!begun) std::this_thread::yield();
+            for (int i = 0; i < 1000; ++i) std::this_thread::yield();  // most often the command waits for us by now
+            load(handlers);
+        });
+        engine.post(replaces ? "p1" : "p2", 306);
+        inside.get_future().wait();
+        begun = true;
+        replaces ? load(component({"c", "d"})) : player->stop(true);
+        EXPECT_TRUE(!replaces || duration() == 20'000) << duration();
+        EXPECT_EQ(duration() > 0, replaces || handlers->playList != nullptr);
+    }
 }
 
 TEST_F(PeriodEditing, WithoutAList_SetDataSourceOnlyStops) {
