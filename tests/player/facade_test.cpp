@@ -54,8 +54,16 @@ TEST_F(Facade, TheConstructionLineShowsIntsAndTexts) {
     create({{"audio_volume", 0.5f}, {"flag", true}, {"number", -3}, {"text", std::string("a b")}});
     EXPECT_THAT(reports_.takeLines(),
                 Contains("VexoPlayer construct callback:1 params:audio_volume:\nflag:\nnumber:-3\ntext:a b\n\n"));
-    IVexoPlayer::create(nullptr, {});
+}
+
+TEST_F(Facade, WithoutACallbackWhatHappensIsDropped) {
+    player_ = IVexoPlayer::create(nullptr, {});
+    pipeline_ = std::make_unique<vexo::VideoRenderPipelineWrapper>();
     EXPECT_THAT(reports_.takeLines(), Contains("VexoPlayer construct callback:0 params:\n"));
+    raiseEvent(1000);
+    EXPECT_THAT(reports_.takeLines(),
+                ElementsAre("onPlayEvent call sid:[7] code:[1000] msg:[notify_win_ios_android]\n"));
+    showPicture();
 }
 
 TEST_F(Facade, TheVolumeCountsOnlyAsAFloat) {
@@ -141,24 +149,6 @@ TEST_F(Facade, CommandsInACallbackOrATaskWaitForNobodyAndKeepTheOrder) {
     drop();
 }
 
-TEST_F(Facade, CommandsOfManyThreadsAllRun) {
-    create();
-    std::atomic<int> tasks{0};
-    reports_.onLine = [&](const std::string &line) { tasks += line == "setDisplay impl call\n"; };
-    std::vector<std::thread> threads;
-    application_.onPicture = [&] { player_->setDisplay(nullptr); };
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&, inside = i % 2] {
-            for (int n = 0; n < 50; ++n) inside ? showPicture() : player_->setDisplay(nullptr);
-        });
-    }
-    for (auto &thread : threads) thread.join();
-    player_->stop();
-    reports_.awaitLine("stop impl call\n");
-    EXPECT_EQ(tasks, 200);
-    drop();
-}
-
 TEST_F(Facade, TheLastReferenceMayGoInACallbackOrATask) {
     const std::vector<std::string> laterTasks = {"startImpl call\n"};
     for (const std::string place : {"event", "picture", "task"}) {
@@ -189,37 +179,6 @@ TEST_F(Facade, TheLastReferenceMayGoInACallbackOrATask) {
         EXPECT_THAT(takeThoseOf(laterTasks), testing::IsEmpty());
         reports_.onLine = nullptr;
     }
-}
-
-TEST_F(Facade, BehindTheDestructorNoCallbackRuns) {
-    for (int round = 0; round < 20; ++round) {
-        auto application = std::make_unique<Application>();
-        auto player = IVexoPlayer::create(application.get(), {});
-        vexo::VideoRenderPipelineWrapper pipeline;
-        std::promise<void> first;
-        std::atomic<bool> over{false};
-        application->onPicture = [&, once = true]() mutable {
-            if (std::exchange(once, false)) first.set_value();
-        };
-        std::thread pictures([&] {
-            while (!over) pipeline.Render(&picture_.record);
-        });
-        first.get_future().wait();
-        player.reset();
-        application.reset();
-        over = true;
-        pictures.join();
-    }
-}
-
-TEST_F(Facade, WithoutACallbackEverythingRunsAndIsDropped) {
-    player_ = IVexoPlayer::create(nullptr, {});
-    pipeline_ = std::make_unique<vexo::VideoRenderPipelineWrapper>();
-    reports_.takeLines();
-    raiseEvent(1000);
-    EXPECT_THAT(reports_.takeLines(),
-                ElementsAre("onPlayEvent call sid:[7] code:[1000] msg:[notify_win_ios_android]\n"));
-    showPicture();
 }
 
 TEST_F(Facade, PicturesGoToTheEarliestPlayerThatLives) {

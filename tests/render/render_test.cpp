@@ -80,7 +80,7 @@ TEST_F(RenderTest, APictureGoesToTheFirstMiddlewareThatTakesIt) {
     EXPECT_EQ(takeLog(), "ab");
 }
 
-TEST_F(RenderTest, WhatIsNoPictureIsRefused) {
+TEST_F(RenderTest, APipeRefusesWhatIsNoPictureAndKeepsNoFilter) {
     VideoRenderPipe pipe;
     pipe.AddMiddleware(middleware('a', true));
     RenderOutputInfo otherCategory{kOtherCat, {}, &picture_};
@@ -88,21 +88,11 @@ TEST_F(RenderTest, WhatIsNoPictureIsRefused) {
     EXPECT_EQ(pipe.Render(otherCategory), -1);
     EXPECT_EQ(pipe.Render(noPicture), -1);
     EXPECT_EQ(takeLog(), "");
-}
-
-TEST_F(RenderTest, ThePipeAnswersFixedValuesElsewhere) {
-    VideoRenderPipe pipe;
     auto filter = std::make_shared<IRenderFilter>();
     pipe.AddFilter(filter);
-    EXPECT_EQ(filter.use_count(), 1) << "a pipe keeps no filter";
-    pipe.RemoveFilter(filter);
-    int untouched = 0;
-    auto *info = reinterpret_cast<oriplayer::DRWInfo *>(&untouched);
+    EXPECT_EQ(filter.use_count(), 1);
+    oriplayer::DRWInfo *info = nullptr;
     EXPECT_EQ(pipe.GetRenderInfo(3, info), 0);
-    EXPECT_EQ(info, reinterpret_cast<oriplayer::DRWInfo *>(&untouched));
-    EXPECT_EQ(pipe.Open(nullptr), 1);
-    EXPECT_EQ(pipe.Close(true) | pipe.Pause() | pipe.Resume() | pipe.Reset(), 0);
-    EXPECT_EQ(pipe.GetRenderer(), nullptr);
 }
 
 TEST_F(RenderTest, APipeHoldsWhatWasRegisteredForItsCategory) {
@@ -128,19 +118,17 @@ TEST_F(RenderTest, APipeHoldsWhatWasRegisteredForItsCategory) {
     EXPECT_EQ(b.use_count(), 3) << "here, in the register, in the fixture: the pipe's are gone";
 }
 
-TEST_F(RenderTest, FiltersAreHandedToPipesAndLeaveAgain) {
+TEST_F(RenderTest, ARegisteredFilterLeavesEntryByEntry) {
     auto filter = std::make_shared<IRenderFilter>();
     auto &manager = RenderManager::Instance();
     manager.AddFilter(filter);
     manager.AddFilter(filter);
-    EXPECT_EQ(filter.use_count(), 3);
     RenderSetup setup;
     manager.ReleasePipe(manager.AcquirePipe(setup));
-    manager.RemoveFilter(filter);
-    EXPECT_EQ(filter.use_count(), 2);
-    manager.RemoveFilter(filter);
-    manager.RemoveFilter(filter);
-    EXPECT_EQ(filter.use_count(), 1);
+    for (const long left : {2, 1, 1}) {
+        manager.RemoveFilter(filter);
+        EXPECT_EQ(filter.use_count(), left);
+    }
 }
 
 TEST_F(RenderTest, TheWrapperHandsTheWholeRecordOn) {
@@ -160,21 +148,15 @@ TEST_F(RenderTest, TheWrapperHandsTheWholeRecordOn) {
 TEST_F(RenderTest, TheWrapperAnswersForItsPipe) {
     VideoRenderPipelineWrapper with;
     VideoRenderPipelineWrapper without(nullptr);
-    struct Row {
-        VideoRenderPipelineWrapper &wrapper;
-        int result;
-        int open;
-    };
-    for (const Row &row : {Row{with, 0, 1}, Row{without, -1, 0}}) {
-        oriplayer::RenderRecord record{};
-        oriplayer::DRWSetup *setup = nullptr;
-        EXPECT_EQ(row.wrapper.Pause(), row.result);
-        EXPECT_EQ(row.wrapper.Resume(), row.result);
-        EXPECT_EQ(row.wrapper.Reset(), row.result);
-        EXPECT_EQ(row.wrapper.Close(), row.result);
-        EXPECT_EQ(row.wrapper.Render(&record), row.result);
-        EXPECT_EQ(row.wrapper.Open(setup).value, row.open);
-        EXPECT_EQ(row.wrapper.GetRenderer(), nullptr);
+    oriplayer::RenderRecord record{};
+    oriplayer::DRWSetup *setup = nullptr;
+    for (auto *wrapper : {&with, &without}) {
+        const int result = wrapper == &with ? 0 : -1;
+        EXPECT_THAT((std::vector<int>{wrapper->Pause(), wrapper->Resume(), wrapper->Reset(), wrapper->Close(),
+                                      wrapper->Render(&record)}),
+                    testing::Each(result));
+        EXPECT_EQ(wrapper->Open(setup).value, wrapper == &with ? 1 : 0);
+        EXPECT_EQ(wrapper->GetRenderer(), nullptr);
     }
 }
 
