@@ -102,6 +102,8 @@ public:
     /// The period's own headers win over `options`. The playing period is replaced while it runs.
     int changePeriod(int id, int index, const std::shared_ptr<oriplayer::IPeriod> &period,
                      const std::shared_ptr<oriplayer::StringMap> &options);
+    /// A period that plays gives way to the next. Behind the isolated timeline's last one the main timeline goes on, as
+    /// at its end (10240).
     int delPeriod(int id, int index);
     int clearPeriods(int id);
 
@@ -172,6 +174,8 @@ private:
     void notifyTimelineSwitched(Timeline *timeline);
     /// The processors learn of the bound that `timeline` has begun. Runs under that timeline's mutex.
     void notifyPeriodSwitched(Timeline *timeline);
+
+    void playbackEnded(int id);
 
     std::shared_ptr<oriplayer::IPlayList> playListOf(int id);
     std::shared_ptr<oriplayer::IPlayList> makePlayListOf(int id);

@@ -77,36 +77,50 @@ int MixedCodecsPlayer::changePeriod(int id, int index, const std::shared_ptr<ori
         return -1;
     }
     bool gone = false;
+    bool ended = false;
     const int result = accessTimeline(id, [&](Timeline *timeline) {
         const std::shared_ptr<oriplayer::StringMap> own = period->getHeaders();
         const int before = timeline->GetPeriodCount();
-        timeline->ReplaceBound(period, own ? own : options, index);
+        ended = timeline->ReplaceBound(period, own ? own : options, index);
         gone = timeline->GetPeriodCount() < before;
     });
     if (const auto list = playListOf(id)) {
         // A mixed-codecs period without a playable source takes the old one's place with nothing.
         gone ? list->removePeriod(index) : list->replacePeriod(period, index);
     }
+    if (ended) playbackEnded(id);
     return result;
 }
 
 int MixedCodecsPlayer::delPeriod(int id, int index) {
     VEXO_PRINT(LOG_INFO, "enter");
-    const int result = accessTimeline(id, [&](Timeline *timeline) { timeline->RemoveBound(index); });
+    bool ended = false;
+    const int result = accessTimeline(id, [&](Timeline *timeline) { ended = timeline->RemoveBound(index); });
     if (const auto list = playListOf(id)) list->removePeriod(index);
+    if (ended) playbackEnded(id);
     return result;
 }
 
 int MixedCodecsPlayer::clearPeriods(int id) {
     VEXO_PRINT(LOG_INFO, "enter");
-    return accessTimeline(id, [&](Timeline *timeline) {
+    bool ended = false;
+    const int result = accessTimeline(id, [&](Timeline *timeline) {
         const auto list = playListOf(id);
         const int count = list ? list->getPeriodCount() : 0;
         for (int i = 0; i < count; ++i) {
-            timeline->RemoveBound(0);
+            if (timeline->RemoveBound(0)) ended = true;
             list->removePeriod(0);
         }
     });
+    if (ended) playbackEnded(id);
+    return result;
+}
+
+/// The isolated timeline has lost what it played: nothing is left whose end could give control back.
+void MixedCodecsPlayer::playbackEnded(int id) {
+    if (id != 1) return;
+    timelines_[0]->Start();
+    notifyTimelineSwitched(timelines_[0].get());
 }
 
 /// Behind stop(id, flag) the list goes on naming periods that the timeline has lost; it must not count with new ones.

@@ -19,8 +19,7 @@ public:
     void notify(InternalEvent event) override;
 
 private:
-    bool endsIsolatedTimeline(int64_t identity) const;
-    void handBack();
+    void handBack(uint64_t moves);
 
     MixedCodecsPlayer *const player_;
     Timeline *const main_timeline_;

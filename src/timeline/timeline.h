@@ -92,10 +92,12 @@ public:
     void InsertSource(const std::shared_ptr<oriplayer::ISource> &source,
                       const std::shared_ptr<oriplayer::StringMap> &headers, int index);
     /// The engine player of a period that plays goes on with the new one; kEventPeriodReplaced follows.
-    void ReplaceBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers,
+    /// True as RemoveBound, if nothing playable came in its place.
+    bool ReplaceBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers,
                       int index);
-    /// A period that plays gives way to the next; a paused one keeps its player until the timeline leaves it.
-    void RemoveBound(int index);
+    /// A period that plays gives way to the next; a paused one keeps its player until the timeline leaves it. True if
+    /// that ended playback: the period played and no other follows.
+    bool RemoveBound(int index);
 
     // ---- playback
 
@@ -106,6 +108,9 @@ public:
     void Pause();
     /// Drops the player; the periods stay.
     void Stop();
+    /// Stop, if the bound whose end an event tells was the last one. False, and nothing happens, if another one follows
+    /// (as it stands now, whatever was edited) or if the timeline has moved or sought since (`moves` of that event).
+    bool StopBehindEnd(uint64_t moves);
     /// Empties the timeline for another row of periods; settings and volume stay. Off a callback thread it waits until
     /// the events that are queued have been told; behind it no event of the former periods is told or acts.
     void Reset();
@@ -170,6 +175,8 @@ private:
         uint64_t bound = 0;   // the current bound became another one
         uint64_t player = 0;  // a player was made or dropped
         uint64_t seek = 0;    // a seek was sent to the player
+
+        uint64_t Moves() const { return bound + seek; }  // both only grow
     };
 
     struct Event {
@@ -195,7 +202,7 @@ private:
     void ShiftPeriods(std::size_t place, int32_t index, int32_t by) VEXO_REQUIRES(mutex_);
     BoundList TakeOut(int index) VEXO_REQUIRES(mutex_);
     void HandOver(const BoundList &removed, PlayBound *replacement, const HeadersPtr &headers) VEXO_REQUIRES(mutex_);
-    void LeaveRemoved(BoundList removed, int index) VEXO_REQUIRES(mutex_);
+    bool LeaveRemoved(BoundList removed, int index) VEXO_REQUIRES(mutex_);
     void KeepRemoved(BoundList removed) VEXO_REQUIRES(mutex_);
     void FreeRemoved() VEXO_REQUIRES(mutex_);
     void RefreshCurrentIdentity() VEXO_REQUIRES(mutex_);
@@ -207,6 +214,8 @@ private:
     std::size_t PeriodEnd(int index) const VEXO_REQUIRES(mutex_);
     /// The period that follows the bound's: the one at its own index, if the bound is out of the lists.
     int32_t NextPeriod(const PlayBound *bound) const VEXO_REQUIRES(mutex_);
+    /// What plays behind the current bound, or null.
+    PlayBound *FollowingBound() const VEXO_REQUIRES(mutex_);
 
     // Playback, timeline_playback.cpp and timeline_player.cpp
     PlayBound *Current() const VEXO_REQUIRES(mutex_) { return current_play_bound_.load(); }
@@ -233,7 +242,7 @@ private:
     // Events, timeline_events.cpp
     void HandleCallback(Event event);
     bool StampEvent(Event &event, Changes &changes);
-    bool TellListeners(const Event &event);
+    bool TellListeners(const Event &event, const Changes &changes);
     void React(const Event &event, const Changes &changes);
     void OnEnd(const Event &event, const Changes &changes);
     void OnPrepared(const Event &event, const Changes &changes);

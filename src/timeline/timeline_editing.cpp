@@ -47,26 +47,28 @@ Timeline::BoundList Timeline::TakeOut(int index) {
     return removed;
 }
 
-void Timeline::ReplaceBound(const PeriodPtr &period, HeadersPtr headers, int index) {
+bool Timeline::ReplaceBound(const PeriodPtr &period, HeadersPtr headers, int index) {
     if (!period) {
         VEXO_PRINT(LOG_ERROR, "period is null");
-        return;
+        return false;
     }
     const NewPeriod fresh = Measure(period, headers);
     MutexLock lock(mutex_);
-    if (!HasPeriod(index)) return;
+    if (!HasPeriod(index)) return false;
     const std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(index)]);
     BoundList removed = TakeOut(index);
     VEXO_PRINT(LOG_DEBUG, "replace bound started:%d", index);
+    bool ended = false;
     if (PlayBound *replacement = Place(fresh, index, place, ",")) {
         period_bounds_.insert(period_bounds_.begin() + index, replacement);
         HandOver(removed, replacement, headers);
         KeepRemoved(std::move(removed));
     } else {
         ShiftPeriods(place, index, -1);
-        LeaveRemoved(std::move(removed), index);
+        ended = LeaveRemoved(std::move(removed), index);
     }
     PostMessage_(-1, kEventPeriodReplaced, index, 0, oriplayer::Param());
+    return ended;
 }
 
 void Timeline::HandOver(const BoundList &removed, PlayBound *replacement, const HeadersPtr &headers) {
@@ -83,29 +85,32 @@ void Timeline::HandOver(const BoundList &removed, PlayBound *replacement, const 
     GenerateIdentity(replacement);
 }
 
-void Timeline::RemoveBound(int index) {
+bool Timeline::RemoveBound(int index) {
     MutexLock lock(mutex_);
-    if (!HasPeriod(index)) return;
+    if (!HasPeriod(index)) return false;
     const std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(index)]);
     BoundList removed = TakeOut(index);
     ShiftPeriods(place, index, -1);
-    LeaveRemoved(std::move(removed), index);
+    return LeaveRemoved(std::move(removed), index);
 }
 
-// A bound that plays gives way to the period that has moved up to `index`. One that does not stays current.
-void Timeline::LeaveRemoved(BoundList removed, int index) {
+// A bound that plays gives way to the period that has moved up to `index`; true if there is none. One that does not
+// play stays current.
+bool Timeline::LeaveRemoved(BoundList removed, int index) {
     PlayBound *current = Current();
     const bool played = Holds(removed, current) && current->bound_player && state_ == kStarted;
     if (played) DropPlayer(current, Detach::kNo);
     KeepRemoved(std::move(removed));
-    if (played && HasPeriod(index)) {
+    const bool ended = played && !HasPeriod(index);
+    if (played && !ended) {
         Enter(period_bounds_[static_cast<std::size_t>(index)]);
-    } else if (played) {
+    } else if (ended) {
         SetCurrent(nullptr);
         state_ = kIdle;
     } else {
         RefreshCurrentIdentity();
     }
+    return ended;
 }
 
 void Timeline::KeepRemoved(BoundList removed) {

@@ -32,7 +32,7 @@ void Timeline::PostMessage_(int64_t id, int what, int arg1, int arg2, const orip
 // The looper's thread only.
 void Timeline::HandleCallback(Event event) {
     Changes stamped;
-    if (StampEvent(event, stamped) && TellListeners(event)) {
+    if (StampEvent(event, stamped) && TellListeners(event, stamped)) {
         VEXO_PRINT(LOG_VERBOSE, "callback:%d", event.what);
         React(event, stamped);
     }
@@ -60,15 +60,15 @@ bool Timeline::StampEvent(Event &event, Changes &stamped) {
 }
 
 // False if a Reset came meanwhile: then no further listener is told.
-bool Timeline::TellListeners(const Event &event) {
+bool Timeline::TellListeners(const Event &event, const Changes &stamped) {
     const CallbackScope scope(*token_);
     if (const auto listener = listener_.Get(); listener && !IsOld(event)) {
         listener->notify(event.id, event.what, event.arg1, event.arg2, *event.param);
     }
     if (IsOld(event)) return false;
     if (const auto listener = internal_listener_.Get()) {
-        listener->notify(
-            {event.id, event.what, event.arg1, event.arg2, *event.param, this, current_play_bound_.load()});
+        listener->notify({event.id, event.what, event.arg1, event.arg2, *event.param, this, current_play_bound_.load(),
+                          stamped.Moves()});
     }
     return !IsOld(event);
 }
@@ -85,21 +85,35 @@ void Timeline::OnEnd(const Event &event, const Changes &stamped) {
     MutexLock lock(mutex_);
     PlayBound *current = Current();
     VEXO_PRINT(LOG_DEBUG, "current play bound:%p", static_cast<void *>(current));
-    if (IsOld(event) || changes_.bound != stamped.bound || changes_.seek != stamped.seek) return;
+    if (IsOld(event) || changes_.Moves() != stamped.Moves()) return;
     video_width_ = -1;
     video_height_ = -1;
     if (!current) return;
-    std::size_t next = all_bounds_.size();
-    if (!Holds(removed_bounds_, current)) {
-        next = PlaceOf(current) + 1;
-    } else if (HasPeriod(current->period_index)) {
-        next = PlaceOf(period_bounds_[static_cast<std::size_t>(current->period_index)]);
-    }
-    if (next < all_bounds_.size()) {
-        Switch(all_bounds_[next].get(), 0);
+    if (PlayBound *next = FollowingBound()) {
+        Switch(next, 0);
     } else {
         StopPlayback();
     }
+}
+
+bool Timeline::StopBehindEnd(uint64_t moves) {
+    MutexLock lock(mutex_);
+    if (!Current() || changes_.Moves() != moves || FollowingBound()) return false;
+    video_width_ = -1;
+    video_height_ = -1;
+    StopPlayback();
+    return true;
+}
+
+// Behind a removed bound the period that now stands at its index.
+PlayBound *Timeline::FollowingBound() const {
+    const PlayBound *current = Current();
+    if (Holds(removed_bounds_, current)) {
+        return HasPeriod(current->period_index) ? period_bounds_[static_cast<std::size_t>(current->period_index)]
+                                                : nullptr;
+    }
+    const std::size_t next = PlaceOf(current) + 1;
+    return next < all_bounds_.size() ? all_bounds_[next].get() : nullptr;
 }
 
 void Timeline::OnPrepared(const Event &event, const Changes &stamped) {
