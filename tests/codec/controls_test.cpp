@@ -3,10 +3,8 @@
 #include <functional>
 #include <map>
 
-#include "codec/codec_media_process.h"
 #include "codec/control_table.h"
-#include "fake/scripted_engine.h"
-#include "timeline/timeline.h"
+#include "codec/media_fixture.h"
 
 namespace vexo {
 namespace {
@@ -58,26 +56,7 @@ const std::vector<Use> kUses{
     {Control::kAudioCallback, [](auto &p) { return p.SetAudioCallback(&gSomething); }, {-1}},
 };
 
-class Controls : public testing::Test {
-protected:
-    void SetUp() override {
-        engine.reset();
-        processor.Initialize(timeline, nullptr, -1, -1);
-        for (const char *url : {"a", "b"}) {
-            auto period = oriplayer::IPeriod::create();
-            period->addSource(oriplayer::ISource::create(url, 10.0));
-            timeline->AddBound(period, nullptr);
-        }
-    }
-    void TearDown() override {
-        timeline->Reset();
-        engine.reset();
-    }
-
-    fake::ScriptedEngine &engine = fake::ScriptedEngine::instance();
-    std::shared_ptr<Timeline> timeline = std::make_shared<Timeline>(0);
-    CodecMediaProcess processor;
-};
+using Controls = MediaTest;
 
 TEST_F(Controls, EveryRow_IsUsedHereAndHasAKeyOfItsOwn) {
     std::map<int, int> uses;

@@ -1,0 +1,149 @@
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "base/oriplayer/subtitle_font_info.h"
+#include "codec/media_fixture.h"
+
+namespace vexo {
+namespace {
+
+class PlaybackParams : public MediaTest {
+protected:
+    /// Numbers as they are, texts in quotes, blank between them. A pointer reads as null and as 0.
+    static std::string valuesOf(const oriplayer::Param &param, std::size_t count) {
+        std::string values;
+        for (std::size_t i = 0; i < count; ++i) {
+            const char *text = param.getCString(static_cast<int>(i));
+            values += values.empty() ? "" : " ";
+            values += text ? "'" + std::string(text) + "'" : std::to_string(param.getInt32(static_cast<int>(i)));
+        }
+        return values;
+    }
+
+    /// What one call makes the engine hear: "number: values", empty for nothing.
+    std::string heard(int type, const char *value, std::size_t count) {
+        EXPECT_EQ(processor.SetPlaybackParam(type, value), 0) << type;
+        std::string all;
+        for (const auto &call : engine.takeParameterCalls()) {
+            EXPECT_EQ(call.call, "setParameter");
+            EXPECT_EQ(call.index, -1);
+            // One place more than expected shows as 0, so a value too many is seen as one that is not.
+            all += std::to_string(call.number) + ": " + valuesOf(call.value, count);
+            EXPECT_EQ(call.value.getCString(static_cast<int>(count)), nullptr);
+            EXPECT_EQ(call.value.getInt32(static_cast<int>(count)), 0);
+        }
+        return all;
+    }
+};
+
+struct Row {
+    int type;
+    const char *value;
+    const char *heard;
+    std::size_t count = 1;
+};
+
+TEST_F(PlaybackParams, EachTypeReadsItsTextInItsWay) {
+    play();
+    for (const auto &[type, value, expected, count] : std::vector<Row>{
+             {14, "7", "3300: 7"},
+             {14, "", "3300: 0"},
+             {80, "1", "3200: 1"},
+             {80, "2", ""},
+             {80, "-1", ""},
+             {81, "2", "3201: 2"},
+             {81, "0", ""},
+             {82, "12", "3202: 12"},
+             {82, "13", ""},
+             {151, "x", "3600: 0"},
+             {510, "any text", "4100: 'any text'"},
+             {510, "", ""},
+             {523, "a|b", "3612: 'a|b'"},
+             {523, "", ""},
+             {524, "c", "3613: 'c'"},
+             {552, "-5", "4105: -5"},
+             {552, "", ""},
+             {920, "1", ""},
+             {921, "1", ""},
+             {963, "30", "4102: 30"},
+             {963, "", ""},
+             {982, "1", ""},
+             {1001, "-2", "1991: -2"},
+             {13, "1", ""},
+             {12, "subtitlePath=/s.srt;vdoad=ad", "3303: 1 1 '/s.srt' 'ad'", 4},
+             {12, "vdoad=ad", "3303: 0 'ad'", 2},
+             {12, "neither", "3303: 0"},
+             {1000, "subtitlePath=/s.srt;vdoad=ad", "3303: 1 1 '/s.srt'", 3},
+             {1000, "", "3303: 0"},
+             {19, "subtitlePath1=/1;subtitlePath2=/2;", "3302: 2 1 '/1' 2 '/2'", 5},
+             {19, "subtitlePath2:/2", "3302: 1 2 '/2'", 3},
+             {18, "", "3301: 0"},
+         }) {
+        EXPECT_EQ(heard(type, value, count), expected) << type << " '" << value << "'";
+    }
+}
+
+TEST_F(PlaybackParams, AnyTypeWithoutAPlayer_IsRefused) {
+    for (const int type : {12, 14, 123, 686, 920, 13}) EXPECT_EQ(processor.SetPlaybackParam(type, "1"), -1) << type;
+    EXPECT_EQ(engine.takeLog(), "");
+}
+
+TEST_F(PlaybackParams, TheFastMode_IsAPropertyOfTheProcess) {
+    play();
+    EXPECT_EQ(processor.SetPlaybackParam(123, ""), 0);
+    EXPECT_EQ(processor.SetPlaybackParam(123, "on"), 0);
+    EXPECT_EQ(engine.takeLog(), "setProperty(123,on)");
+}
+
+TEST_F(PlaybackParams, OnlyTheFirstDeferredText_ReachesTheEngine) {
+    play();
+    EXPECT_EQ(heard(686, "", 1), "");
+    EXPECT_EQ(heard(686, "first", 1), "4101: 'first'");
+    EXPECT_EQ(heard(686, "second", 1), "");
+}
+
+TEST_F(PlaybackParams, TheSubtitleFont_IsWholeDuringTheCall) {
+    play();
+    struct Seen {
+        std::string name;
+        int size, text, background;
+    };
+    std::vector<Seen> seen;
+    engine.onCall([&](const std::string &) {
+        for (const auto &call : engine.takeParameterCalls()) {
+            EXPECT_EQ(call.value.getInt32(0), 1);
+            const auto *font = static_cast<const oriplayer::SubtitleFontInfo *>(call.value.getPointer(1));
+            ASSERT_NE(font, nullptr);
+            seen.push_back(
+                {font->fontName ? font->fontName : "none", font->fontSize, font->textColor, font->backgroundColor});
+        }
+    });
+    processor.SetPlaybackParam(18, "fontName=A long enough name of a font;fontSize=24;textColor=255;bgColor=1");
+    processor.SetPlaybackParam(18, "fontSize=big;textColor=;else=1");
+    engine.onCall(nullptr);
+    ASSERT_EQ(seen.size(), 2U);
+    EXPECT_EQ(seen[0].name, "A long enough name of a font");
+    EXPECT_EQ(seen[0].size * 1000 + seen[0].text + seen[0].background, 24'256);
+    EXPECT_EQ(seen[1].name, "none");
+    EXPECT_EQ(seen[1].size + seen[1].text + seen[1].background, 0);
+}
+
+TEST(SourceText, EndsAtTheSemicolonOrTheEnd) {
+    const auto s = &CodecMediaProcess::parseSourceParamS;
+    EXPECT_EQ(s("a", "a=1;b=2"), "1");
+    EXPECT_EQ(s("b", "a=1;b=2"), "2");
+    EXPECT_EQ(s("subtitlePath", "subtitlePath1=/x;subtitlePath=/y"), "=/x");  // the first place counts
+    for (const auto &[key, text] : {std::pair{"a", "b=1"}, {"a", "a"}, {"a", "a="}, {"a", ""}, {"a", "a=;"}}) {
+        EXPECT_EQ(s(key, text), "") << text;
+    }
+    EXPECT_EQ(s(nullptr, "a=1") + s("a", nullptr), "");
+    const auto i = &CodecMediaProcess::parseSourceParamI;
+    EXPECT_EQ(i("a", "a=12;"), 12);
+    EXPECT_EQ(i("a", "a=x"), 0);
+    EXPECT_EQ(i("a", "b=1"), -1);
+    EXPECT_EQ(i(nullptr, "a=1"), -1);
+}
+
+}  // namespace
+}  // namespace vexo
