@@ -35,8 +35,9 @@ protected:
         engine_.autoPrepare = false;
         engine_.reset();
     }
-    /// Players are counted from p1 again.
+    /// Players are counted from p1 again; the one of before is gone with its threads.
     void restartEngine() {
+        player_.reset();
         engine_.reset();
         calls_.clear();
         engine_.onCall([this](const std::string &entry) {
