@@ -64,8 +64,9 @@ void TimedMessageLooper::Stop() {
 }
 
 void TimedMessageLooper::ClearMessages() {
+    std::vector<TimedThreadMessage> dropped;  // ends without mutex_: a task may own what uses this looper
     const std::lock_guard lock(mutex_);
-    queue_.clear();
+    dropped.swap(queue_);
 }
 
 void TimedMessageLooper::Run() {
@@ -84,7 +85,9 @@ void TimedMessageLooper::Run() {
         message = {};
         lock.lock();
     }
-    queue_.clear();
+    std::vector<TimedThreadMessage> dropped;
+    dropped.swap(queue_);
+    lock.unlock();
 }
 
 bool TimedMessageLooper::FrontIsDue() const {
