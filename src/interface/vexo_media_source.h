@@ -12,8 +12,8 @@ class IPlayList;
 
 namespace VexoPlayerNS {
 
-/// What to play, as a play list of one period with one source. May be given to a player again and again; a player that
-/// ends with it takes its options along, so another player gets a source of its own. Thread: any.
+/// What to play, as a play list of one period with one source. May be given to any number of players, again and again;
+/// all of them share the play list, and none changes it. Thread: any.
 class VEXO_API IVexoMediaSource {
 public:
     /// A file or network URL.
