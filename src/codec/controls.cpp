@@ -147,7 +147,9 @@ int CodecMediaProcess::SetRotationMatrix(int count, float *values, int arg) {
         stored = state.rotationMatrix.data();
     });
     if (!stored) {
+        enter(Control::kRotationMatrix);
         VEXO_PRINT(LOG_ERROR, "%s invalid parameter", rowOf(Control::kRotationMatrix).name);
+        leave(rowOf(Control::kRotationMatrix));
         return 0;
     }
     return send(Control::kRotationMatrix, pack(count, arg, stored));
