@@ -21,6 +21,9 @@ struct PacketFree {
 using FramePtr = std::unique_ptr<AVFrame, FrameFree>;
 using PacketPtr = std::unique_ptr<AVPacket, PacketFree>;
 
+/// Pictures larger than this (8192 x 8192) are taken for damage or an attack: one of them costs 100 MB.
+constexpr int64_t kMostPixels = int64_t{8192} * 8192;
+
 /// What went wrong in FFmpeg's terms: `native` 0 is success, else an AVERROR; `text` says what was tried, on what, and
 /// FFmpeg's own words.
 struct MediaError {

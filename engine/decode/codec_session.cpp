@@ -20,6 +20,7 @@ MediaError CodecSession::open(const AVStream &stream, int threads) {
         codec_->pkt_timebase = {1, 1'000'000};
         codec_->framerate = stream.avg_frame_rate;
         codec_->thread_count = threads;
+        codec_->max_pixels = kMostPixels;
         codec_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
         result = avcodec_open2(codec_.get(), decoder, nullptr);
     }

@@ -6,6 +6,7 @@ extern "C" {
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "playlist/local_file.h"
 
@@ -18,6 +19,8 @@ namespace {
 constexpr int64_t kMaxAnalyzeUs = 5'000'000;
 // One damaged packet need not be the end; this many in a row are.
 constexpr int kMaxDamagedInARow = 16;
+// More than any sane programme or list of variants has; each costs memory and a place to look for.
+constexpr int kMostStreams = 200;
 
 std::string quoted(const std::string &url) {
     return '"' + url + '"';
@@ -69,6 +72,24 @@ TimestampRepair::Track trackOf(const AVStream *stream, bool timeless) {
     return track;
 }
 
+/// What the body of an HTTP answer is. A script that names further inputs would open them behind the medium's back, and
+/// itself among them: it is refused.
+int probe(AVFormatContext &container, const std::string &url, const AVInputFormat *&format) {
+    const int score = av_probe_input_buffer2(container.pb, &format, url.c_str(), &container, 0, 0);
+    if (score < 0) return score;
+    return std::strcmp(format->name, "concat") == 0 ? AVERROR(EPERM) : 0;
+}
+
+/// The decoders that look into the first packets keep to the same limit of size as those that play.
+int findStreamInfo(AVFormatContext &container) {
+    std::vector<AVDictionary *> options(container.nb_streams, nullptr);
+    for (AVDictionary *&each : options) av_dict_set_int(&each, "max_pixels", kMostPixels, 0);
+    const unsigned known = container.nb_streams;
+    const int result = avformat_find_stream_info(&container, known > 0 ? options.data() : nullptr);
+    for (AVDictionary *&each : options) av_dict_free(&each);
+    return result;
+}
+
 }  // namespace
 
 MediaError Demuxer::open(const std::string &url, const InputOptions &options, SourceInput::Failure &failure) {
@@ -87,6 +108,7 @@ MediaError Demuxer::open(const std::string &url, const InputOptions &options, So
     const bool searched = (container_->iformat->flags & AVFMT_TS_DISCONT) != 0;
     indexed_ = !searched && avformat_index_get_entries_count(video() ? video() : audio()) > 0;
     failure = SourceInput::Failure::kNone;
+    medium_.settle();
     return {};
 }
 
@@ -99,18 +121,28 @@ MediaError Demuxer::openContainer(const std::string &url, const InputOptions &op
     if (!container_) return failedTo("open", url, AVERROR(ENOMEM));
     container_->interrupt_callback = interrupter_.callback();
     container_->max_analyze_duration = kMaxAnalyzeUs;
-    medium_.attach(*container_, target, options);
+    container_->max_streams = kMostStreams;
     const AVInputFormat *format = options.expectHls ? av_find_input_format("hls") : nullptr;
-    AVDictionary *unused = nullptr;  // what no protocol took of the medium's request options comes back in it
-    const int result = avformat_open_input(&container_, target.c_str(), format, &unused);
-    av_dict_free(&unused);
+    int result = medium_.attach(*container_, target, options);
+    if (result >= 0 && container_->pb && !format) result = probe(*container_, target, format);
+    if (result >= 0) {
+        AVDictionary *demuxing = nullptr;
+        // Connections of HLS segments are the medium's to keep and to take up again.
+        av_dict_set(&demuxing, "http_persistent", "0", 0);
+        av_dict_set(&demuxing, "http_multiple", "0", 0);
+        result = avformat_open_input(&container_, target.c_str(), format, &demuxing);
+        av_dict_free(&demuxing);
+    } else {
+        avformat_free_context(container_);
+        container_ = nullptr;
+    }
     if (result >= 0) return {};
     medium_.detach();  // FFmpeg has freed the container
     return failedTo("open", url, interrupter_.meaning(result));
 }
 
 MediaError Demuxer::findStreams(const std::string &url) {
-    const int result = avformat_find_stream_info(container_, nullptr);
+    const int result = findStreamInfo(*container_);
     // An interrupted probe may end as if it had seen all there is.
     const int meaning = interrupter_.meaning(result < 0 ? result : AVERROR_BUG);
     if (result >= 0 && meaning == AVERROR_BUG) return {};
@@ -140,6 +172,7 @@ int Demuxer::next(PacketPtr &packet, SourceInput::Stream &stream) {
         if (!packet) return AVERROR(ENOMEM);
         int result = av_read_frame(container_, packet.get());
         if (result == AVERROR_EOF && container_->pb && container_->pb->error < 0) result = container_->pb->error;
+        if (result == AVERROR_EOF && medium_.failure() < 0) result = medium_.failure();
         result = interrupter_.meaning(result);
         if (result == AVERROR(EAGAIN) || (result == AVERROR_INVALIDDATA && ++damaged < kMaxDamagedInARow)) {
             if (result == AVERROR(EAGAIN)) av_usleep(1000);
@@ -159,6 +192,7 @@ int Demuxer::seekByTime(int64_t us) {
     const AVRational timeBase = container_->streams[index]->time_base;
     const int64_t time = av_rescale_q_rnd(repair_.containerTime(us), {1, 1'000'000}, timeBase, AV_ROUND_DOWN);
     if (container_->pb) container_->pb->error = 0;
+    medium_.mend();
     const int result = av_seek_frame(container_, index, time, AVSEEK_FLAG_BACKWARD);
     if (result >= 0) repair_.resume(us);
     return result;
@@ -173,6 +207,7 @@ MediaError Demuxer::rewind(int64_t us) {
     // The first byte is surer than a search for the first time, but a demuxer with a table keeps its own place.
     const bool byBytes = !indexed() && !(container_->iformat->flags & AVFMT_NO_BYTE_SEEK);
     if (container_->pb) container_->pb->error = 0;
+    medium_.mend();
     if (byBytes && av_seek_frame(container_, -1, 0, AVSEEK_FLAG_BYTE) >= 0) {
         repair_.restart();
         return {};

@@ -26,12 +26,6 @@ std::string oneLine(std::string text) {
     return text;
 }
 
-std::string headerBlock(const InputOptions &options) {
-    std::string block;
-    for (const auto &[name, value] : options.headers) block += oneLine(name) + ": " + oneLine(value) + "\r\n";
-    return block;
-}
-
 void setDefault(AVDictionary **options, const char *key, const std::string &value) {
     if (!value.empty()) av_dict_set(options, key, value.c_str(), AV_DICT_DONT_OVERWRITE);
 }
@@ -42,51 +36,119 @@ bool isHttp(const std::string &url) {
     return beginsWith(url, "http://", 7) || beginsWith(url, "https://", 8);
 }
 
-void Medium::attach(AVFormatContext &container, const std::string &url, const InputOptions &options) {
+int Medium::attach(AVFormatContext &container, const std::string &url, const InputOptions &options) {
     options_ = options;
+    interrupt_ = container.interrupt_callback;
     const bool file = beginsWith(url, "file:", 5);
     network_ = !file && url.find("://") != std::string::npos;
+    host_ = hostOf(url);
     // Other schemes (rtmp, udp, concat) know best themselves what they build on.
-    if (isHttp(url) || file) container.protocol_whitelist = av_strdup(file ? kLocalProtocols : kNetworkProtocols);
+    if (isHttp(url) || file) protocols_ = file ? kLocalProtocols : kNetworkProtocols;
+    if (!protocols_.empty()) container.protocol_whitelist = av_strdup(protocols_.c_str());
     defaultOpen_ = container.io_open;
     defaultClose_ = container.io_close2;
     container.opaque = this;
     container.io_open = &Medium::open;
     container.io_close2 = &Medium::close;
+    if (!isHttp(url)) return 0;
+    if (options.route) options.route->setUrl(url);
+    return openHttp(&container.pb, url.c_str(), nullptr);
+}
+
+void Medium::detach() {
+    files_.clear();
+    streams_.clear();
+    settled_ = false;
+    broken_ = 0;
+    if (options_.route) options_.route->setUrl({});
+}
+
+std::string Medium::headersFor(const std::string &host) const {
+    std::string block;
+    for (const auto &[name, value] : options_.headers) {
+        // A name for the host is one for the source's own, not for those that it refers to or that stand in for it.
+        if (strcasecmp(name.c_str(), "Host") == 0 && host != host_) continue;
+        block += oneLine(name) + ": " + oneLine(value) + "\r\n";
+    }
+    return block;
 }
 
 void Medium::addRequestOptions(AVDictionary **options) const {
     setDefault(options, "user_agent", oneLine(options_.userAgent));
-    setDefault(options, "headers", headerBlock(options_));
     // Without a file GnuTLS trusts the system's authorities.
     setDefault(options, "ca_file", options_.caFile);
     av_dict_set(options, "tls_verify", "1", 0);
-    // A connection that breaks is taken up again where it broke; the caller's deadline ends that as well.
-    setDefault(options, "reconnect", "1");
-    setDefault(options, "reconnect_delay_max", "4");
-    setDefault(options, "rw_timeout", std::to_string(int64_t{1000} * options_.timeoutMs));
 }
 
 int Medium::open(AVFormatContext *container, AVIOContext **io, const char *url, int flags, AVDictionary **options) {
     auto *self = static_cast<Medium *>(container->opaque);
+    if (self->failure() < 0) return self->failure();
+    if (isHttp(url)) return self->openHttp(io, url, options ? *options : nullptr);
     AVDictionary *own = nullptr;
     AVDictionary **all = options ? options : &own;
-    if (isHttp(url)) self->addRequestOptions(all);
+    const bool encrypted = beginsWith(url, "crypto", 6);
+    if (encrypted) {
+        self->addRequestOptions(all);
+        av_dict_set(all, "headers", self->headersFor(hostOf(url)).c_str(), 0);
+    }
     const int result = self->defaultOpen_(container, io, url, flags, all);
     av_dict_free(&own);
-    if (result >= 0 && *io) self->open_.insert(*io);
+    if (result >= 0 && *io) self->files_.insert(*io);
     return result;
+}
+
+int Medium::openHttp(AVIOContext **io, const char *url, const AVDictionary *given) {
+    AVDictionary *all = nullptr;
+    AVDictionary *other = nullptr;
+    av_dict_copy(&all, given, 0);
+    addRequestOptions(&all);
+    if (!protocols_.empty()) av_dict_set(&all, "protocol_whitelist", protocols_.c_str(), 0);
+    av_dict_copy(&other, all, 0);
+    av_dict_set(&all, "headers", headersFor(hostOf(url)).c_str(), 0);
+    av_dict_set(&other, "headers", headersFor({}).c_str(), 0);
+    constexpr int kTries = 3;
+    int result = 0;
+    auto stream = HttpStream::open(
+        {url, all, other, interrupt_, options_.route, options_.timeoutMs, settled_ ? kTries : 1}, result);
+    av_dict_free(&all);
+    av_dict_free(&other);
+    if (!stream) {
+        // A missing piece of a list is the demuxer's to go over; a server that is gone is not.
+        const bool gone = settled_ && HttpStream::mayPass(result) && result != AVERROR_EXIT;
+        if (gone) broken_ = result;
+        return result;
+    }
+    *io = stream->io();
+    streams_[*io] = std::move(stream);
+    return 0;
 }
 
 int Medium::close(AVFormatContext *container, AVIOContext *io) {
     auto *self = static_cast<Medium *>(container->opaque);
-    if (io && self->open_.erase(io) > 0) self->closedBytes_ += io->bytes_read;
-    return self->defaultClose_(container, io);
+    if (!io) return 0;
+    const auto stream = self->streams_.find(io);
+    if (stream == self->streams_.end()) {
+        if (self->files_.erase(io) > 0) self->closedBytes_ += io->bytes_read;
+        return self->defaultClose_(container, io);
+    }
+    self->closedBytes_ += io->bytes_read;
+    if (self->settled_ && self->broken_ == 0) self->broken_ = stream->second->failure();
+    self->streams_.erase(stream);
+    return 0;
+}
+
+int Medium::failure() const {
+    if (!settled_ || broken_ < 0) return broken_;
+    for (const auto &[io, stream] : streams_) {
+        if (stream->failure() < 0) return stream->failure();
+    }
+    return 0;
 }
 
 int64_t Medium::bytesRead() const {
     int64_t bytes = closedBytes_;
-    for (const AVIOContext *io : open_) bytes += io->bytes_read;
+    for (const AVIOContext *io : files_) bytes += io->bytes_read;
+    for (const auto &[io, stream] : streams_) bytes += io->bytes_read;
     return bytes;
 }
 

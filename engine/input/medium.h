@@ -1,38 +1,59 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <set>
 #include <string>
 
+#include "input/http_stream.h"
 #include "input/interrupter.h"
 #include "input/source_input.h"
 
 namespace oriplayer {
 
 /// What lies under a demuxer: every file and connection that it opens goes through here, sub-requests of play lists
-/// too. Gives each the request options, holds lists from the network off the local disk, counts bytes.
+/// too. HTTP bodies are HttpStreams. Gives each the request options, holds lists from the network off the local disk,
+/// counts bytes.
 /// Threads:  one at a time. Outlives the AVFormatContext that it is attached to.
 class Medium {
 public:
-    /// `url` is what the demuxer will be opened with.
-    void attach(AVFormatContext &container, const std::string &url, const InputOptions &options);
+    /// `url` is what the demuxer will be opened with; an HTTP body is opened at once and given to the container.
+    /// 0 or an AVERROR.
+    int attach(AVFormatContext &container, const std::string &url, const InputOptions &options);
     int64_t bytesRead() const;
     /// The demuxer is gone and its files with it.
-    void detach() { open_.clear(); }
+    void detach();
     bool network() const { return network_; }
+
+    /// The container is open: from now on a body that cannot be read on, or not be opened, breaks the medium, so that
+    /// a demuxer that would go over it to the next one comes to an end as well.
+    void settle() { settled_ = true; }
+    /// Why, an AVERROR; 0 if it is whole.
+    int failure() const;
+    /// Behind a seek everything is tried anew.
+    void mend() { broken_ = 0; }
 
 private:
     static int open(AVFormatContext *container, AVIOContext **io, const char *url, int flags, AVDictionary **options);
     static int close(AVFormatContext *container, AVIOContext *io);
+    int openHttp(AVIOContext **io, const char *url, const AVDictionary *given);
     void addRequestOptions(AVDictionary **options) const;
+    std::string headersFor(const std::string &host) const;
 
     using OpenFunction = int (*)(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **);
     using CloseFunction = int (*)(AVFormatContext *, AVIOContext *);
     OpenFunction defaultOpen_ = nullptr;
     CloseFunction defaultClose_ = nullptr;
     InputOptions options_;
+    AVIOInterruptCB interrupt_{};
+    std::string host_;  ///< of the URL that the demuxer was opened with
+    std::string protocols_;
     bool network_ = false;
-    std::set<const AVIOContext *> open_;
+    bool settled_ = false;
+    int broken_ = 0;
+    std::set<const AVIOContext *> files_;
+    std::map<const AVIOContext *, std::unique_ptr<HttpStream>> streams_;
     int64_t closedBytes_ = 0;
 };
 

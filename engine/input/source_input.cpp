@@ -149,6 +149,9 @@ SourceInput::Failure SourceInput::failure() const {
 void SourceInput::interrupt() {
     impl_->demuxer.interrupter().abort();
 }
+void SourceInput::watch(const std::atomic<bool> *cancel) {
+    impl_->demuxer.interrupter().watch(cancel);
+}
 
 const AVStream *SourceInput::video() const {
     return impl_->demuxer.video();

@@ -11,6 +11,8 @@
 
 namespace oriplayer {
 
+class HostRoute;
+
 /// How a source is opened; filled from the process's properties, the player's settings and the period's headers.
 struct InputOptions {
     std::string userAgent;                                     ///< empty: FFmpeg's
@@ -21,6 +23,7 @@ struct InputOptions {
     bool wantVideo = true;
     bool wantAudio = true;
     std::string audioTrack;                     ///< number among the audio streams, or a language; empty: FFmpeg's best
+    std::shared_ptr<HostRoute> route;           ///< where requests go after a change of network; may be null
     const std::atomic<bool> *cancel = nullptr;  ///< true is as good as interrupt(); it outlives the SourceInput
 };
 
@@ -52,6 +55,8 @@ public:
     Failure failure() const;
     /// Ends what is under way and refuses what comes later.
     void interrupt();
+    /// Another flag in place of the options' `cancel`, for a new owner; while nobody reads.
+    void watch(const std::atomic<bool> *cancel);
 
     /// The chosen streams; null where there is none. Attached pictures do not count as video.
     const AVStream *video() const;

@@ -1,0 +1,232 @@
+#include "input/http_stream.h"
+
+extern "C" {
+#include <libavutil/dict.h>
+#include <libavutil/mem.h>
+#include <libavutil/opt.h>
+}
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace oriplayer {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr int kBufferBytes = 32 * 1024;  // as FFmpeg's own connections have
+constexpr int kTries = 3;
+// In front of the first, second and third try: a server that restarts is back within a second or two.
+constexpr milliseconds kRests[kTries] = {milliseconds(0), milliseconds(300), milliseconds(1000)};
+constexpr milliseconds kRestStep{20};
+// A connection that gives less than this before it breaks again is no progress.
+constexpr int64_t kProgressBytes = 16 * 1024;
+constexpr int kMostConnectMs = 3000;
+
+}  // namespace
+
+bool HttpStream::mayPass(int result) {
+    switch (result) {
+        case AVERROR_HTTP_BAD_REQUEST:
+        case AVERROR_HTTP_UNAUTHORIZED:
+        case AVERROR_HTTP_FORBIDDEN:
+        case AVERROR_HTTP_NOT_FOUND:
+        case AVERROR_HTTP_OTHER_4XX:
+        case AVERROR(EINVAL):
+        case AVERROR(ESTALE):
+        case AVERROR_PROTOCOL_NOT_FOUND:
+            return false;
+        default:
+            return result < 0;
+    }
+}
+
+/// What is asked of the stream (the place behind redirections, the type, cookies) its connection answers.
+void *HttpStream::connectionOf(void *io, void *previous) {
+    const auto *stream = static_cast<const HttpStream *>(static_cast<const AVIOContext *>(io)->opaque);
+    return previous || !stream->connection_ ? nullptr : stream->connection_->io();
+}
+
+HttpStream::HttpStream(const Setup &setup)
+    : url_(setup.url), route_(setup.route), timeoutMs_(setup.timeoutMs), patience_(setup.interrupt, setup.route.get()) {
+    av_dict_copy(&options_, setup.options, 0);
+    av_dict_copy(&otherOptions_, setup.otherOptions, 0);
+}
+
+HttpStream::~HttpStream() {
+    if (io_) av_freep(&io_->buffer);
+    avio_context_free(&io_);
+    av_dict_free(&options_);
+    av_dict_free(&otherOptions_);
+}
+
+std::unique_ptr<HttpStream> HttpStream::open(const Setup &setup, int &result) {
+    std::unique_ptr<HttpStream> stream(new HttpStream(setup));
+    result = stream->begin(setup.tries);
+    if (result < 0) return nullptr;
+    if (stream->makeIo()) return stream;
+    result = AVERROR(ENOMEM);
+    return nullptr;
+}
+
+int HttpStream::begin(int tries) {
+    int result = connect();
+    for (int i = 1; i < tries && mayPass(result); ++i) {
+        if (!rest(kRests[std::min(i, kTries - 1)])) return AVERROR_EXIT;
+        result = connect();
+    }
+    return result;
+}
+
+bool HttpStream::makeIo() {
+    static const AVClass ioClass = [] {
+        AVClass own{};
+        own.class_name = "HttpStream";
+        own.item_name = av_default_item_name;
+        own.version = LIBAVUTIL_VERSION_INT;
+        own.child_next = &HttpStream::connectionOf;
+        return own;
+    }();
+    auto *buffer = static_cast<unsigned char *>(av_malloc(kBufferBytes));
+    if (!buffer) return false;
+    io_ = avio_alloc_context(buffer, kBufferBytes, 0, this, &HttpStream::read, nullptr, &HttpStream::seek);
+    if (!io_) {
+        av_free(buffer);
+        return false;
+    }
+    io_->av_class = &ioClass;
+    io_->seekable = seekable_ ? AVIO_SEEKABLE_NORMAL : 0;
+    return true;
+}
+
+int HttpStream::read(void *self, uint8_t *buffer, int size) {
+    return static_cast<HttpStream *>(self)->read(buffer, size);
+}
+
+int64_t HttpStream::seek(void *self, int64_t offset, int whence) {
+    return static_cast<HttpStream *>(self)->seek(offset, whence);
+}
+
+int HttpStream::read(uint8_t *buffer, int size) {
+    silentFrom_ = steady_clock::now();
+    while (failure_ == 0) {
+        if (!connection_ && complete()) return AVERROR_EOF;
+        if (patience_.hasNews()) follow();
+        const int result = connection_ ? receive(buffer, size) : connect();
+        if (result > 0) return result;
+        if (result == 0) continue;  // connected
+        if (patience_.callerGivesUp()) return AVERROR(ETIMEDOUT);
+        const bool theEnd = result == AVERROR_EOF && (size_ < 0 || complete());
+        if (theEnd) return AVERROR_EOF;
+        if (!patience_.hasNews() && !replace(result)) return failure_ < 0 ? failure_ : AVERROR(ETIMEDOUT);
+    }
+    return failure_;
+}
+
+int HttpStream::receive(uint8_t *buffer, int size) {
+    // A silence is waited out where nothing else can be tried.
+    const bool hopeful = tries_ < kTries && !cannotResume();
+    const auto last = silentFrom_ + milliseconds(timeoutMs_);
+    patience_.waitUntil(hopeful ? std::min(last, steady_clock::now() + milliseconds(timeoutMs_ / 2)) : last);
+    const int result = connection_->read(buffer, size);
+    if (result <= 0) return result == 0 ? AVERROR_EOF : result;
+    position_ += result;
+    if (position_ >= progressAt_) tries_ = 0;
+    return result;
+}
+
+/// To the first of the new hosts that has the same body; if none has, everything stays as it is.
+void HttpStream::follow() {
+    patience_.know(route_->version());
+    const auto until = steady_clock::now() + milliseconds(timeoutMs_ / 2);
+    for (const std::string &url : route_->alternatives(url_)) {
+        if (patience_.hasNews() || patience_.callerGivesUp() || steady_clock::now() >= until) return;
+        int result = 0;
+        patience_.waitUntil(std::min(until, steady_clock::now() + milliseconds(kMostConnectMs)));
+        if (connectTo(url, otherOptions_, result)) return route_->prefer(url);
+    }
+}
+
+/// False when all tries are used up; then failure_ says why. A connection that is only silent is kept meanwhile.
+bool HttpStream::replace(int why) {
+    const bool silent = why == AVERROR_EXIT;
+    if (silent && steady_clock::now() >= silentFrom_ + milliseconds(timeoutMs_)) {
+        failure_ = AVERROR(ETIMEDOUT);
+        return false;
+    }
+    while (tries_ < kTries && !cannotResume()) {
+        progressAt_ = position_ + kProgressBytes;
+        if (!rest(silent ? milliseconds(0) : kRests[tries_++])) return patience_.hasNews();
+        if (silent) ++tries_;
+        const int result = connect();
+        if (result >= 0 || (silent && connection_) || patience_.hasNews()) return true;
+        if (patience_.callerGivesUp()) return false;
+        if (!mayPass(result)) break;
+    }
+    if (silent && connection_) return true;
+    failure_ = why == AVERROR_EOF ? AVERROR(EIO) : why;
+    return false;
+}
+
+/// False if something else came in between.
+bool HttpStream::rest(std::chrono::milliseconds time) {
+    const auto until = steady_clock::now() + time;
+    while (steady_clock::now() < until) {
+        if (patience_.callerGivesUp() || patience_.hasNews()) return false;
+        std::this_thread::sleep_for(kRestStep);
+    }
+    return true;
+}
+
+/// A connection that begins at position_; the former one stays where there is none to be had.
+int HttpStream::connect() {
+    if (route_) {
+        patience_.know(route_->version());
+        const auto former = connection_.get();
+        follow();
+        if (connection_.get() != former) return 0;
+    }
+    if (position_ == 0) {
+        patience_.waitForAsLongAsTheCaller();
+    } else {
+        patience_.waitUntil(steady_clock::now() + milliseconds(std::min(kMostConnectMs, timeoutMs_ / 2)));
+    }
+    int result = 0;
+    connectTo(url_, options_, result);
+    return result;
+}
+
+bool HttpStream::connectTo(const std::string &url, const AVDictionary *options, int &result) {
+    // What cannot be resumed and has no length is a live stream: it is joined where it is now.
+    const bool join = size_ < 0 && !seekable_;
+    auto next = HttpConnection::open(url, join ? 0 : position_, options, patience_, result);
+    if (!next) return false;
+    const bool other = size_ >= 0 && next->size() >= 0 && next->size() != size_;
+    if (other) {
+        result = AVERROR(ESTALE);
+        return false;
+    }
+    if (position_ == 0) seekable_ = next->seekable();
+    if (size_ < 0) size_ = next->size();
+    connection_ = std::move(next);
+    result = 0;
+    return true;
+}
+
+int64_t HttpStream::seek(int64_t offset, int whence) {
+    if (whence == AVSEEK_SIZE) return size_ >= 0 ? size_ : AVERROR(ENOSYS);
+    if (whence != SEEK_SET || offset < 0) return AVERROR(EINVAL);
+    if (offset == position_ && failure_ == 0) return offset;
+    if (!seekable_) return AVERROR(ESPIPE);
+    connection_.reset();
+    position_ = offset;
+    progressAt_ = offset;
+    tries_ = 0;
+    failure_ = 0;
+    return offset;
+}
+
+}  // namespace oriplayer
