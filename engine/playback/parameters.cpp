@@ -14,6 +14,7 @@ enum Number : int {
     kHidePictures = 2300,
     kVolume = 3004,
     kAudioDevice = 3006,
+    kNetworkChanged = 3901,
     kFrameRate = 1600,
     kVideoBitRate = 1601,
     kKeyFrameBytes = 1602,
@@ -27,8 +28,8 @@ enum Number : int {
 };
 
 // Accepted and without effect here.
-constexpr std::array kAccepted{1991, 2001, 2002, 2003, 2004, 2005, 2006, 2007, 2008, 2012, 2013, 2015, 2016, 2100,
-                               2330, 2360, 3200, 3201, 3202, 3300, 3600, 3901, 4100, 4101, 4102, 4105, 4213};
+constexpr std::array kAccepted{1991, 2001, 2002, 2003, 2004, 2005, 2006, 2007, 2008, 2012, 2013, 2015, 2016,
+                               2100, 2330, 2360, 3200, 3201, 3202, 3300, 3600, 4100, 4101, 4102, 4105, 4213};
 
 constexpr double kSlowest = 0.5;
 constexpr double kFastest = 4.0;
@@ -56,6 +57,8 @@ int Parameters::set(int number, const Param &value) {
             return setVolume(reading.getFloat(-1));
         case kAudioDevice:
             return setDevice(reading.getCString(-1));
+        case kNetworkChanged:
+            return session_.changeNetwork(reading.getInt32(-1)) ? 0 : -1;
         default:
             return std::find(kAccepted.begin(), kAccepted.end(), number) != kAccepted.end() ? 0 : -1;
     }

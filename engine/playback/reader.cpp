@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "module/preload_queue.h"
+
 namespace oriplayer {
 namespace {
 
@@ -54,6 +56,7 @@ void Reader::begin() {
     const Properties properties = currentProperties();
     options_ = source_.inputOptions(properties, stage_.settings.userAgent());
     options_.cancel = &stage_.control.stoppedFlag();
+    options_.route = stage_.route;
     decoderThreads_ = properties.decoderThreads;
     stage_.untimed = properties.untimed;
     std::vector<std::shared_ptr<ISource>> sources;
@@ -133,6 +136,7 @@ bool Reader::goTo(int64_t positionUs) {
     }
     endUs_ = 0;
     untouched_ = false;
+    ahead_.forgetAhead();
     return true;
 }
 
@@ -163,47 +167,35 @@ bool Reader::open(int index) {
         giveUp(kEventCannotOpen, {AVERROR(EINVAL), "opening a source without a URL"});
         return false;
     }
-    auto input = std::make_unique<SourceInput>();
-    if (const MediaError error = input->open(url, options_)) {
-        const bool unplayable = input->failure() == SourceInput::Failure::kNothingPlayable;
-        giveUp(unplayable ? kEventNothingPlayable : kEventCannotOpen, error);
-        return false;
+    const std::atomic<bool> &stopped = stage_.control.stoppedFlag();
+    auto source = PreloadQueue::instance().take(stage_.id, url, options_, decoderThreads_, stopped);
+    if (!source) {
+        source = std::make_unique<OpenedSource>();
+        if (!openCold(url, *source)) return false;
     }
-    input_ = std::move(input);
+    input_ = std::move(source->input);
+    video_ = std::move(source->video);
+    audio_ = std::move(source->audio);
+    ahead_ = std::move(*source);
+    for (const std::string &complaint : ahead_.complaints) stage_.tellLog(complaint);
     index_ = index;
     endUs_ = 0;
     untouched_ = true;
-    MediaError error;
-    if (!openDecoders(error)) {
-        giveUp(kEventNothingPlayable, error);
-        return false;
-    }
     stage_.programme.setLength(index, input_->durationUs());
     describeStreams();
     return true;
 }
 
-// One stream that no decoder is there for does not silence the other.
-bool Reader::openDecoders(MediaError &error) {
-    video_.reset();
-    audio_.reset();
-    if (input_->video()) {
-        video_ = std::make_shared<VideoDecoder>();
-        if (const MediaError failed = video_->open(*input_->video(), decoderThreads_)) {
-            error = failed;
-            stage_.tellLog(failed.text);
-            video_.reset();
-        }
+bool Reader::openCold(const std::string &url, OpenedSource &source) {
+    auto failure = SourceInput::Failure::kNone;
+    const MediaError error = source.open(url, options_, decoderThreads_, failure);
+    if (!error) return true;
+    const bool unplayable = failure == SourceInput::Failure::kNothingPlayable;
+    if (unplayable) {
+        for (const std::string &complaint : source.complaints) stage_.tellLog(complaint);
     }
-    if (input_->audio()) {
-        audio_ = std::make_shared<AudioDecoder>();
-        if (const MediaError failed = audio_->open(*input_->audio())) {
-            if (!error) error = failed;
-            stage_.tellLog(failed.text);
-            audio_.reset();
-        }
-    }
-    return video_ || audio_;
+    giveUp(unplayable ? kEventNothingPlayable : kEventCannotOpen, error);
+    return false;
 }
 
 void Reader::describeStreams() {
@@ -239,10 +231,27 @@ void Reader::pushStreams() {
     other.baseUs = item.baseUs;
     item.video = video_;
     other.audio = audio_;
+    if (offsetUs_ + baseUs_ != 0) ahead_.undoDecoding();  // the decoder knows these pictures by other times
+    item.pictures = std::move(ahead_.pictures);
+    item.goesOn = !ahead_.decoding.empty();
     stage_.videoPackets.push(std::move(item));
     stage_.audioPackets.push(std::move(other));
     stage_.videoWake.notify();
     stage_.audioWake.notify();
+    pushAhead();
+}
+
+void Reader::pushAhead() {
+    countMedium();
+    for (const PacketPtr &packet : ahead_.decoding) {
+        count(*packet, SourceInput::Stream::kVideo);
+        ++stage_.counters.videoPackets;
+        stage_.counters.decoderBytes += packet->size;
+    }
+    if (!ahead_.decoding.empty() || !ahead_.packets.empty()) untouched_ = false;
+    std::vector<OpenedSource::Packet> packets = std::move(ahead_.packets);
+    ahead_.forgetAhead();
+    for (auto &[packet, stream] : packets) handOn(std::move(packet), stream);
 }
 
 void Reader::pushEnd() {

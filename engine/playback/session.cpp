@@ -1,10 +1,13 @@
 #include "playback/session.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <exception>
 #include <functional>
 #include <utility>
+
+#include "module/domain_callback.h"
 
 namespace oriplayer {
 namespace {
@@ -95,6 +98,22 @@ void Session::setLooping(bool looping) {
         seek(stage_.positionUs(), SeekMode::kExact);
     }
     stage_.readWake.notify();
+}
+
+// The player's threads go on meanwhile; the reader moves when the answer is there.
+bool Session::changeNetwork(int state) {
+    const NetworkSwitchDomainCB ask = networkSwitchDomainCallback();
+    const std::string url = stage_.route->url();
+    if (!ask || url.empty() || stage_.control.over()) return true;
+    const int question = stage_.route->ask();
+    return threads_.launch("ori-domain", shared_from_this(), [this, ask, url, question, state] {
+        std::array<char, 4096> domains{};
+        int networkState = state;
+        if (stage_.control.stopped()) return;
+        const int answered =
+            ask(stage_.id, domains.data(), static_cast<int>(domains.size()) - 1, networkState, url.c_str(), "");
+        if (answered == 0) stage_.route->answer(question, domains.data());
+    });
 }
 
 void Session::stop() {

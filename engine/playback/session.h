@@ -34,6 +34,9 @@ public:
     void pause();
     bool seek(int64_t positionUs, SeekMode mode);
     void setLooping(bool looping);
+    /// The network is another one: asks the application for the domains to use now, on a thread of its own, if a
+    /// download is under way. True if there was nothing to ask or the thread runs.
+    bool changeNetwork(int state);
     /// Ends everything. Behind it nothing is told, shown or heard; from inside a callback, nothing but what another
     /// callback of this player is just doing. Waits at most 90 ms and for callbacks under way.
     void stop();

@@ -2,10 +2,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <utility>
 
+#include "input/host_route.h"
 #include "output/audio_renderer.h"
 #include "playback/control.h"
 #include "playback/counters.h"
@@ -65,6 +67,7 @@ struct Stage {
     CallbackGate pictureGate;
     DeferredFailure failure;
     DownloadSpeed downloadSpeed;
+    const std::shared_ptr<HostRoute> route = std::make_shared<HostRoute>();
 
     PacketQueue videoPackets;
     PacketQueue audioPackets;
@@ -112,6 +115,8 @@ struct Stage {
     void loseSound(const MediaError &error);
 
     int64_t positionUs() const;
+    /// It plays, there is more to read, and what was read lasts less than half a second.
+    bool starves() const;
 };
 
 }  // namespace oriplayer
