@@ -9,7 +9,7 @@ namespace {
 
 // Smaller gaps are the renderer's to fill.
 constexpr int64_t kSmallGapUs = 500'000;
-constexpr int64_t kSilenceUs = 100'000;  ///< per piece of silence
+constexpr int64_t kPieceUs = 100'000;  ///< of silence, and of long frames: see pushInPieces()
 constexpr int64_t kLateUs = 40'000;
 constexpr int64_t kAheadUs = 300'000;  ///< decoded ahead without a device, as the renderer keeps
 
@@ -168,7 +168,7 @@ void AudioPipe::play(AVFrame &frame) {
     }
     if (!hasDevice()) {
         pace(frame.pts);
-    } else if (!fillUpTo(frame.pts, frame) || !push(frame, frame.pts)) {
+    } else if (!fillUpTo(frame.pts, frame) || !pushInPieces(frame)) {
         return;
     }
     nextUs_ = end;
@@ -182,12 +182,28 @@ bool AudioPipe::fillUpTo(int64_t playUs, const AVFrame &like) {
     int64_t from = nextUs_ != INT64_MIN ? nextUs_ : std::max<int64_t>(0, targetUs_);
     if (nextUs_ != INT64_MIN && playUs - from < kSmallGapUs) return true;
     while (playUs - from > 1000) {
-        const int64_t piece = std::min(kSilenceUs, playUs - from);
+        const int64_t piece = std::min(kPieceUs, playUs - from);
         const FramePtr silence = silenceLike(like, piece);
         if (!silence || !push(*silence, from)) return false;
         from += piece;
         nextUs_ = from;
         tellReady();
+    }
+    return true;
+}
+
+// A frame may be longer than what the renderer keeps (4096 samples at 8 kHz): the rest waits until the first part
+// plays, and that waits to hear that there is sound.
+bool AudioPipe::pushInPieces(AVFrame &frame) {
+    const int piece = static_cast<int>(std::max<int64_t>(1, av_rescale(kPieceUs, frame.sample_rate, 1'000'000)));
+    int rest = frame.nb_samples;
+    while (rest > 0) {
+        const int samples = std::min(rest, piece);
+        frame.nb_samples = samples;
+        if (!push(frame, frame.pts)) return false;
+        tellReady();
+        cutFront(frame, samples);
+        rest -= samples;
     }
     return true;
 }

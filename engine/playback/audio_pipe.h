@@ -26,6 +26,7 @@ private:
     void take(AVFrame &frame);
     void play(AVFrame &frame);
     bool fillUpTo(int64_t playUs, const AVFrame &like);
+    bool pushInPieces(AVFrame &frame);
     bool push(const AVFrame &frame, int64_t playUs);
     void pace(int64_t playUs);
     bool hasDevice();

@@ -40,6 +40,8 @@ video_only.mp4) silent $x264 "$out" ;;
 audio_only.ogg) ff -f lavfi -i "$(tone 440 1)" -c:a libvorbis "$out" ;;
 audio_only.mp3) ff -f lavfi -i "$(tone 440 1)" -c:a libmp3lame "$out" ;;
 audio_only.wav) ff -f lavfi -i "$(tone 440 1)" -c:a pcm_s16le "$out" ;;
+low_rate.wav) # frames of half a second
+    ff -f lavfi -i "$(tone 440 1)" -ar 8000 -c:a pcm_u8 "$out" ;;
 surround.mkv) ff -f lavfi -i "$(tone 440 1)" -af "pan=5.1|FL=c0|FR=c0|FC=c0" -ar 44100 -c:a flac "$out" ;;
 bframes.mkv) silent -c:v libx264 -preset veryfast -bf 3 -g 12 -pix_fmt yuv420p -threads 1 "$out" ;;
 vfr.mkv) ff -f lavfi -i "$(picture $size 1),select='not(eq(mod(n\,5)\,3))*lt(mod(n\,10)\,8)'" -fps_mode vfr $x264 "$out" ;;
@@ -47,8 +49,8 @@ ten_bit.mkv) silent -c:v libx264 -preset ultrafast -pix_fmt yuv420p10le "$out" ;
 yuv422.mkv) silent -c:v libx264 -preset ultrafast -pix_fmt yuv422p "$out" ;;
 yuv444.mkv) silent -c:v libx264 -preset ultrafast -pix_fmt yuv444p "$out" ;;
 odd_size.mkv)
-    size=161x121
-    silent -c:v ffv1 -pix_fmt yuv420p "$out" ;;
+    size=162x122
+    silent -vf format=yuv444p,crop=161:121:0:0 -c:v ffv1 -pix_fmt yuv420p "$out" ;;
 interlaced.ts) silent -c:v mpeg2video -flags +ilme+ildct -top 1 -b:v 1M -pix_fmt yuv420p "$out" ;;
 size_change.ts)
     silent $x264 "$work/a.ts"
