@@ -200,6 +200,7 @@ private:
     PlayBound *PlaceBound(std::unique_ptr<PlayBound> bound, int64_t duration, int32_t index, std::size_t place)
         VEXO_REQUIRES(mutex_);
     void ShiftPeriods(std::size_t place, int32_t index, int32_t by) VEXO_REQUIRES(mutex_);
+    void SetDuration(PlayBound *bound, int64_t duration) VEXO_REQUIRES(mutex_);
     BoundList TakeOut(int index) VEXO_REQUIRES(mutex_);
     void HandOver(const BoundList &removed, PlayBound *replacement, const HeadersPtr &headers) VEXO_REQUIRES(mutex_);
     bool LeaveRemoved(BoundList removed, int index) VEXO_REQUIRES(mutex_);
@@ -257,7 +258,10 @@ private:
     PlayBound *first_play_bound_ VEXO_GUARDED_BY(mutex_) = nullptr;   // the one that Prepare chose
     std::vector<PlayBound *> period_bounds_ VEXO_GUARDED_BY(mutex_);  // each period's first bound
     BoundList all_bounds_ VEXO_GUARDED_BY(mutex_);                    // in play order
-    BoundList removed_bounds_ VEXO_GUARDED_BY(mutex_);                // out of the lists, but current
+    // The bounds' durations in step with all_bounds_: the queries of a user interface walk long lists, and the records
+    // lie scattered.
+    std::vector<int64_t> durations_ VEXO_GUARDED_BY(mutex_);
+    BoundList removed_bounds_ VEXO_GUARDED_BY(mutex_);  // out of the lists, but current
     std::shared_ptr<TimelinePlayerEventListener> event_listener_ VEXO_GUARDED_BY(mutex_);
     bool video_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;
     bool audio_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;  // recorded only

@@ -110,10 +110,20 @@ PlayBound *Timeline::Place(const NewPeriod &fresh, int32_t index, std::size_t pl
 PlayBound *Timeline::PlaceBound(std::unique_ptr<PlayBound> bound, int64_t duration, int32_t index, std::size_t place) {
     bound->duration = duration;
     bound->period_index = index;
-    const auto position = all_bounds_.begin() + static_cast<BoundList::difference_type>(place);
+    const std::size_t size = all_bounds_.size() + 1;
+    if (all_bounds_.capacity() < size) all_bounds_.reserve(2 * size);  // so that only the first insert can throw
+    const auto offset = static_cast<BoundList::difference_type>(place);
+    durations_.insert(durations_.begin() + offset, duration);
+    const auto position = all_bounds_.begin() + offset;
     PlayBound *placed = all_bounds_.insert(position, std::move(bound))->get();
     NotifyBoundChanged(placed);
     return placed;
+}
+
+void Timeline::SetDuration(PlayBound *bound, int64_t duration) {
+    bound->duration = duration;
+    const std::size_t place = PlaceOf(bound);
+    if (place < durations_.size()) durations_[place] = duration;  // a removed bound has no place
 }
 
 void Timeline::NotifyBoundChanged(PlayBound *bound) {
@@ -153,10 +163,10 @@ void Timeline::InsertSource(const std::shared_ptr<oriplayer::ISource> &source, c
         return;
     }
     if (const PlayerPtr player = CurrentPlayer()) {
-        Current()->duration += duration;
+        SetDuration(Current(), Current()->duration + duration);
         player->addSource(0, source, headers);
     } else {
-        bound->duration += duration;
+        SetDuration(bound, bound->duration + duration);
         bound->period->addSource(source);
     }
 }

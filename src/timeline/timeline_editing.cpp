@@ -42,6 +42,8 @@ Timeline::BoundList Timeline::TakeOut(int index) {
     const auto first = all_bounds_.begin() + static_cast<BoundList::difference_type>(place);
     const auto last = all_bounds_.begin() + static_cast<BoundList::difference_type>(PeriodEnd(index));
     BoundList removed(std::make_move_iterator(first), std::make_move_iterator(last));
+    durations_.erase(durations_.begin() + (first - all_bounds_.begin()),
+                     durations_.begin() + (last - all_bounds_.begin()));
     all_bounds_.erase(first, last);
     period_bounds_.erase(period_bounds_.begin() + index);
     return removed;

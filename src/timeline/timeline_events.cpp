@@ -125,7 +125,7 @@ void Timeline::OnPrepared(const Event &event, const Changes &stamped) {
     player->getDuration(&duration);
     VEXO_PRINT(LOG_VERBOSE, "current_play_bound_:%p, duration:%lld", static_cast<void *>(current),
                static_cast<long long>(duration));
-    current->duration = duration;
+    SetDuration(current, duration);
     const bool waits_for_start =
         current == first_play_bound_ || (!all_bounds_.empty() && current == all_bounds_.front().get());
     if (waits_for_start && !entered_started_) return;

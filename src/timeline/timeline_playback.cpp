@@ -94,6 +94,7 @@ void Timeline::Clear() {
     SetCurrent(nullptr);
     period_bounds_.clear();
     all_bounds_.clear();
+    durations_.clear();
     video_surface_.reset();
 }
 

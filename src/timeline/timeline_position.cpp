@@ -1,4 +1,6 @@
 // The arithmetic that makes the bounds look like one programme.
+#include <numeric>
+
 #include "base/log.h"
 #include "timeline/timeline.h"
 
@@ -6,9 +8,7 @@ namespace vexo {
 
 int64_t Timeline::GetDuration() {
     MutexLock lock(mutex_);
-    int64_t total = 0;
-    for (const auto &bound : all_bounds_) total += bound->duration;
-    return total;
+    return std::accumulate(durations_.begin(), durations_.end(), int64_t{0});
 }
 
 int64_t Timeline::GetCurrentPosition(int mode) {
@@ -16,10 +16,8 @@ int64_t Timeline::GetCurrentPosition(int mode) {
     int64_t total = 0;
     const PlayBound *current = Current();
     if (state_ != kIdle && current) {
-        for (const auto &bound : all_bounds_) {
-            if (bound.get() == current) break;
-            total += bound->duration;
-        }
+        const auto place = static_cast<BoundList::difference_type>(PlaceOf(current));
+        total = std::accumulate(durations_.begin(), durations_.begin() + place, total);
     }
     int64_t position = 0;
     if (const PlayerPtr player = CurrentPlayer()) player->getCurrentPosition(&position, mode);
