@@ -1,5 +1,7 @@
 #include "decode/codec_session.h"
 
+#include "ffmpeg_log.h"
+
 namespace oriplayer {
 
 namespace {
@@ -17,6 +19,7 @@ MediaError CodecSession::open(const AVStream &stream, int threads) {
     codec_.reset(avcodec_alloc_context3(decoder));
     int result = codec_ ? avcodec_parameters_to_context(codec_.get(), &parameters) : AVERROR(ENOMEM);
     if (result >= 0) {
+        codec_->opaque = FfmpegLog::mark();
         codec_->pkt_timebase = {1, 1'000'000};
         codec_->framerate = stream.avg_frame_rate;
         codec_->thread_count = threads;

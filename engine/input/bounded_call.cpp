@@ -9,6 +9,8 @@
 #include <thread>
 #include <utility>
 
+#include "ffmpeg_log.h"
+
 namespace oriplayer {
 
 namespace {
@@ -29,6 +31,7 @@ bool boundedCall(std::function<void(const std::atomic<bool> &giveUp)> work, int 
     auto call = std::make_shared<Call>();
     try {
         std::thread([call, work = std::move(work)] {
+            const FfmpegLog quiet(nullptr);
             work(call->giveUp);
             std::lock_guard<std::mutex> lock(call->mutex);
             call->done = true;

@@ -43,16 +43,6 @@ MediaError resolve(const std::string &url, std::string &target) {
     return {};
 }
 
-/// What matters comes back as an error with its text: FFmpeg's chatter on stderr would be in the middle of an
-/// application's own lines. An application that has chosen a level itself keeps it.
-void quietenFfmpeg() {
-    static const bool once = [] {
-        if (av_log_get_level() == AV_LOG_INFO) av_log_set_level(AV_LOG_FATAL);
-        return true;
-    }();
-    static_cast<void>(once);
-}
-
 int64_t microseconds(AVRational seconds) {
     return seconds.num > 0 && seconds.den > 0 ? av_rescale(1'000'000, seconds.num, seconds.den) : 0;
 }
@@ -114,7 +104,6 @@ MediaError Demuxer::open(const std::string &url, const InputOptions &options, So
 
 MediaError Demuxer::openContainer(const std::string &url, const InputOptions &options) {
     close();
-    quietenFfmpeg();
     std::string target;
     if (MediaError error = resolve(url, target)) return error;
     container_ = avformat_alloc_context();

@@ -4,22 +4,9 @@
 
 namespace oriplayer {
 
-namespace {
-
-// FFmpeg writes each damaged packet to standard error, which is the application's. A level that the application has
-// chosen for its own use of FFmpeg stays.
-void quietFfmpeg() {
-    if (av_log_get_level() == AV_LOG_INFO) av_log_set_level(AV_LOG_FATAL);
-}
-
-}  // namespace
-
 // Never destroyed: a thread that outlives main() may still let go of a player.
 PlayerRegistry &PlayerRegistry::instance() {
-    static auto &registry = *[] {
-        quietFfmpeg();
-        return new PlayerRegistry;
-    }();
+    static auto &registry = *new PlayerRegistry;
     return registry;
 }
 

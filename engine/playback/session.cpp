@@ -7,6 +7,7 @@
 #include <functional>
 #include <utility>
 
+#include "ffmpeg_log.h"
 #include "module/domain_callback.h"
 
 namespace oriplayer {
@@ -50,6 +51,7 @@ bool Session::launchThreads() {
     // What a thread throws is memory that is not there: the player has failed, the process goes on.
     const auto guarded = [this](auto body) {
         return [this, body] {
+            const FfmpegLog log([this](const std::string &line) { stage_.tellLog(line); });
             try {
                 body();
             } catch (const std::exception &exception) {

@@ -5,6 +5,7 @@
 
 #include "engine/playback/loopback_server.h"
 #include "engine/playback/watched_player.h"
+#include "ffmpeg.h"
 
 namespace test {
 namespace {
@@ -55,6 +56,22 @@ TEST(Failing, WhatWasReadBeforeIsPlayedBeforeTheError) {
     EXPECT_EQ(player.waitForFailure(), 501);
     EXPECT_EQ(player.pictures().size(), 25u);
     EXPECT_EQ(player.events(), "306 1000 1017 501");
+}
+
+TEST(EngineLog, LinesAboutAPlayersSourceAreItsEventsAndForeignOnesGoTheirWay) {
+    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
+    testing::internal::CaptureStderr();
+    {
+        WatchedPlayer player({clip("damaged.ts")});
+        EXPECT_TRUE(player.playToEnd()) << player.events();
+        oriplayer::ProbeResult result;
+        EXPECT_EQ(oriplayer::probeUrl(clip("damaged.ts").c_str(), {}, result), 0);
+        player->stop(true);
+        EXPECT_GT(player.ear->lines, 0);
+        EXPECT_LE(player.ear->lines, 500);
+    }
+    av_log(nullptr, AV_LOG_WARNING, "the application's own\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "the application's own\n");
 }
 
 TEST(Failing, AnEmptyListOfSourcesFails) {
