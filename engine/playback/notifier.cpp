@@ -2,15 +2,25 @@
 
 #include <utility>
 
+#include "base/protocols/reporter.h"
+
 namespace oriplayer {
 
-void Notifier::post(PlayerEvent event, Param param) {
+void Notifier::put(Event event) {
     {
         std::lock_guard lock(mutex_);
         if (silent_) return;
-        events_.push_back({event, std::move(param)});
+        events_.push_back(std::move(event));
     }
     wake_.notify();
+}
+
+void Notifier::post(PlayerEvent event, Param param) {
+    put({event, std::move(param), false, {}});
+}
+
+void Notifier::post(ReportKind kind, ReportValues values) {
+    put({kind, {}, true, std::move(values)});
 }
 
 void Notifier::post(PlayerEvent event, const MediaError &error) {
@@ -50,7 +60,14 @@ bool Notifier::next(Event &event) {
     return true;
 }
 
-void Notifier::tell(const Event &event) {
+void Notifier::tell(Event &event) {
+    if (event.isReport) {
+        const auto reporter = settings_.reporter();
+        if (!reporter) return;
+        if (const CallbackGate::Pass pass(gate_); pass)
+            reporter->report("oriplayer", playerId_, event.number, event.values);
+        return;
+    }
     const auto listener = settings_.listener();
     if (!listener) return;
     if (const CallbackGate::Pass pass(gate_); pass) listener->notify(playerId_, event.number, 0, 0, event.param);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <mutex>
+#include <string>
 
 #include "base/oriplayer/param.h"
 #include "ffmpeg.h"
@@ -25,9 +27,17 @@ enum PlayerEvent : int {
     kEventSoundFailed = 505,
 };
 
-/// Tells the listener what happens, in the order of posting, on a thread of its own.
+/// Kinds of reports.
+enum ReportKind : int {
+    kReportSummary = 0,     ///< figures of the whole playback, at its end or at its error
+    kReportImpairment = 1,  ///< playing stood because nothing was read
+    kReportError = 2,
+};
+using ReportValues = std::map<std::string, std::string>;
+
+/// Tells the listener what happens, in the order of posting, on a thread of its own; the reporter as well.
 /// Threads:  post() from any; run() is the thread "ori-event"; it ends when silence() was called.
-/// Listener: called with no lock held, the one that is set at that moment.
+/// Listener, reporter: called with no lock held, the one that is set at that moment.
 class Notifier {
 public:
     Notifier(int playerId, const Settings &settings) : playerId_(playerId), settings_(settings) {}
@@ -35,6 +45,8 @@ public:
     void post(PlayerEvent event, Param param = {});
     /// An event with FFmpeg's number and text.
     void post(PlayerEvent event, const MediaError &error);
+    /// A report to the application's reporter.
+    void post(ReportKind kind, ReportValues values);
     void run();
     /// No notify begins any more, what waits is dropped.
     void silence();
@@ -42,11 +54,14 @@ public:
 
 private:
     struct Event {
-        PlayerEvent number;
+        int number = 0;  ///< a PlayerEvent, or a ReportKind if it is a report
         Param param;
+        bool isReport = false;
+        ReportValues values;
     };
+    void put(Event event);
     bool next(Event &event);
-    void tell(const Event &event);
+    void tell(Event &event);
 
     const int playerId_;
     const Settings &settings_;

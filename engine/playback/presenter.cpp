@@ -19,6 +19,8 @@ constexpr int kMostDropped = 7;              // in a row: a machine too slow for
 constexpr int64_t kDeviceTailUs = 100'000;   // sound beyond the last picture that plays out in the device's mix
 constexpr milliseconds kLookAgain{100};      // the sound may lead differently than extrapolated
 constexpr milliseconds kAwaitSound{500};     // for sound decoded behind the first picture
+constexpr int64_t kRefillUs = 500'000;       // read ahead before playing goes on behind a stall, ...
+constexpr milliseconds kRefillTime{1000};    // ... unless it comes so slowly
 constexpr int64_t kEndPatienceUs = 500'000;  // for a device that does not say that it has played everything
 
 }  // namespace
@@ -123,14 +125,23 @@ bool Presenter::land() {
 Presenter::Next Presenter::letRun() {
     const bool soundDue = stage_.expectAudio && stage_.soundReady != generation_ && stage_.soundEnded != generation_;
     if (stalled_) {
-        const bool more = stage_.pictures.front(generation_) || stage_.soundReady == generation_ || everythingDecoded();
-        if (!more) return std::nullopt;
+        if (!refilled()) return refillsSince_ ? Next(steady_clock::now() + kLookAgain) : std::nullopt;
         stalled_ = false;
         landedAt_ = steady_clock::now();
     }
     if (soundDue && !stage_.soundLost && steady_clock::now() < landedAt_ + kAwaitSound) return landedAt_ + kAwaitSound;
     if (stage_.clock.run(stage_.control.playingFlag(), soundPlays())) stage_.audioWake.notify();
     return std::nullopt;
+}
+
+// With the first new data alone the next stall would follow at once.
+bool Presenter::refilled() {
+    const bool some = stage_.pictures.front(generation_) || stage_.soundReady == generation_ || everythingDecoded();
+    if (!some) return false;
+    const auto now = steady_clock::now();
+    if (!refillsSince_) refillsSince_ = now;
+    const bool enough = stage_.readAll || stage_.bufferedEndUs - stage_.positionUs() >= kRefillUs;
+    return enough || now >= *refillsSince_ + kRefillTime;
 }
 
 bool Presenter::soundPlays() const {
@@ -190,7 +201,8 @@ Presenter::Next Presenter::waitForMore() {
     const bool starved = stage_.videoPackets.empty() && stage_.audioPackets.empty() && !stage_.readAll;
     if (!starved || stage_.clock.soundLeads()) return steady_clock::now() + milliseconds(20);
     stalled_ = true;
-    ++stage_.counters.stalls;
+    refillsSince_.reset();
+    stage_.reportStall();
     stage_.soundReady = 0;
     stage_.clock.hold();
     return std::nullopt;
@@ -223,7 +235,7 @@ Presenter::Next Presenter::conclude() {
         stage_.sound.leaveToDevice(kDeviceTailUs);
         stage_.clock.setTo(now, generation_);
     }
-    stage_.notifier.post(kEventEnd);
+    stage_.tellEnd();
     return std::nullopt;
 }
 

@@ -25,6 +25,7 @@ public:
     std::shared_ptr<VideoRenderPipeline> pipeline() const { return get(pipeline_); }
     void setPipeline(std::shared_ptr<VideoRenderPipeline> pipeline) { put(pipeline_, pipeline); }
     void setConfigure(std::shared_ptr<protocols::IConfigure> configure) { put(configure_, configure); }
+    std::shared_ptr<protocols::IReporter> reporter() const { return get(reporter_); }
     void setReporter(std::shared_ptr<protocols::IReporter> reporter) { put(reporter_, reporter); }
     std::string userAgent() const { return get(userAgent_); }
     void setUserAgent(std::string userAgent) { put(userAgent_, userAgent); }

@@ -39,6 +39,9 @@ void Stage::tellPrepared() {
 
 void Stage::fail(PlayerEvent event, const MediaError &error) {
     if (!control.fail()) return;
+    notifier.post(kReportError,
+                  {{"event", std::to_string(event)}, {"native", std::to_string(error.native)}, {"text", error.text}});
+    notifier.post(kReportSummary, summary());
     notifier.post(event, error);
     clock.hold();
     dropOutdated();
@@ -50,6 +53,41 @@ void Stage::loseSound(const MediaError &error) {
     notifier.post(kEventSoundFailed, error);
     sound.interrupt();
     wakeAll();
+}
+
+bool Stage::starves() const {
+    constexpr int64_t kLowUs = 500'000;
+    if (!control.isPlaying() || untimed || readAll) return false;
+    const PacketQueue &queue = counters.hasVideo ? videoPackets : audioPackets;
+    return queue.spanUs() < kLowUs;
+}
+
+void Stage::tellEnd() {
+    notifier.post(kReportSummary, summary());
+    notifier.post(kEventEnd);
+}
+
+void Stage::reportStall() {
+    const int64_t stalls = ++counters.stalls;
+    notifier.post(kReportImpairment, {{"stalls", std::to_string(stalls)},
+                                      {"positionMs", std::to_string(positionUs() / 1000)},
+                                      {"networkBytes", std::to_string(counters.networkBytes)}});
+}
+
+ReportValues Stage::summary() const {
+    const Counters &c = counters;
+    ReportValues values;
+    const auto add = [&values](const char *name, int64_t value) { values[name] = std::to_string(value); };
+    add("playedMs", c.presentedUs / 1000);
+    add("networkBytes", c.networkBytes);
+    add("decoderBytes", c.decoderBytes);
+    add("picturesDecoded", c.picturesDecoded);
+    add("picturesShown", c.picturesShown);
+    add("picturesDropped", c.picturesDropped + c.picturesSkipped);
+    add("soundsDecoded", c.soundsDecoded);
+    add("soundsDropped", c.soundsDropped);
+    add("stalls", c.stalls);
+    return values;
 }
 
 int64_t Stage::positionUs() const {

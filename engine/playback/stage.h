@@ -114,9 +114,17 @@ struct Stage {
     /// 505, once; the clock goes on without sound.
     void loseSound(const MediaError &error);
 
+    /// Tells the end and, in front of it, the summary.
+    void tellEnd();
+    /// Playing stands because nothing was read: counts and reports it.
+    void reportStall();
+
     int64_t positionUs() const;
     /// It plays, there is more to read, and what was read lasts less than half a second.
     bool starves() const;
+
+private:
+    ReportValues summary() const;
 };
 
 }  // namespace oriplayer
