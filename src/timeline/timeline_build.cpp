@@ -69,6 +69,7 @@ int32_t Timeline::AddBound(const PeriodPtr &period, HeadersPtr headers) {
         MutexLock lock(mutex_);
         return static_cast<int32_t>(period_bounds_.size());
     }
+    VEXO_PRINT(LOG_DEBUG, "period mixed_codecs:%d", period->isMixedCodecs() ? 1 : 0);
     const NewPeriod fresh = Measure(period, std::move(headers));
     MutexLock lock(mutex_);
     return Append(fresh);
@@ -76,7 +77,6 @@ int32_t Timeline::AddBound(const PeriodPtr &period, HeadersPtr headers) {
 
 int32_t Timeline::Append(const NewPeriod &fresh) {
     const auto index = static_cast<int32_t>(period_bounds_.size());
-    VEXO_PRINT(LOG_DEBUG, "period mixed_codecs:%d", fresh.mixed ? 1 : 0);
     if (PlayBound *first = Place(fresh, index, all_bounds_.size(), ",")) period_bounds_.push_back(first);
     last_add_time_ = static_cast<int64_t>(GetCurrentTimeMs());
     return index;

@@ -13,9 +13,11 @@ void Timeline::InsertBound(const PeriodPtr &period, HeadersPtr headers, int inde
         VEXO_PRINT(LOG_ERROR, "period is null");
         return;
     }
+    if (index < 0 || index > GetPeriodCount()) return;  // before the sources are asked
     const NewPeriod fresh = Measure(period, std::move(headers));
     MutexLock lock(mutex_);
     if (index == static_cast<int>(period_bounds_.size())) {
+        VEXO_PRINT(LOG_DEBUG, "period mixed_codecs:%d", fresh.mixed ? 1 : 0);
         Append(fresh);
         return;
     }

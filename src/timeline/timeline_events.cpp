@@ -85,10 +85,10 @@ void Timeline::OnEnd(const Event &event, const Changes &stamped) {
     MutexLock lock(mutex_);
     PlayBound *current = Current();
     VEXO_PRINT(LOG_DEBUG, "current play bound:%p", static_cast<void *>(current));
-    if (IsOld(event) || changes_.Moves() != stamped.Moves()) return;
-    video_width_ = -1;
+    if (IsOld(event)) return;
+    video_width_ = -1;  // also if a listener has moved on: the size is asked for anew then
     video_height_ = -1;
-    if (!current) return;
+    if (changes_.Moves() != stamped.Moves() || !current) return;
     if (PlayBound *next = FollowingBound()) {
         Switch(next, 0);
     } else {
