@@ -28,4 +28,23 @@ std::shared_ptr<Session> PlayerRegistry::find(int playerId) const {
     return found == sessions_.end() ? nullptr : found->second.lock();
 }
 
+bool PlayerRegistry::anyStarves() const {
+    std::vector<std::shared_ptr<Session>> living;  // let go of behind the lock
+    {
+        std::lock_guard lock(mutex_);
+        for (const auto &[id, session] : sessions_) living.push_back(session.lock());
+    }
+    for (const auto &session : living) {
+        if (session && session->stage().starves()) return true;
+    }
+    return false;
+}
+
+std::optional<int64_t> PlayerRegistry::remainingUs(int playerId) const {
+    const auto session = find(playerId);
+    const int64_t total = session ? session->stage().programme.totalUs() : 0;
+    if (total <= 0) return std::nullopt;
+    return total - session->stage().positionUs();
+}
+
 }  // namespace oriplayer

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <vector>
 
 namespace oriplayer {
 
@@ -19,6 +22,10 @@ public:
     void remove(int playerId);
     /// Empty if there is none of this id.
     std::shared_ptr<Session> find(int playerId) const;
+    /// A player plays and has little left that was read ahead.
+    bool anyStarves() const;
+    /// Programme time that a player has left; empty if it is not known.
+    std::optional<int64_t> remainingUs(int playerId) const;
 
 private:
     mutable std::mutex mutex_;

@@ -7,18 +7,43 @@
 #include <thread>
 #include <utility>
 
-#include "base/oriplayer/module.h"
+#include "ffmpeg_log.h"
+#include "module/player_registry.h"
+#include "module/properties.h"
+#include "playback/data_source.h"
 
 namespace oriplayer {
 namespace {
 
-constexpr std::size_t kMostTasks = 20'000;
 constexpr int64_t kDefaultKib = 8192;
+constexpr std::size_t kMostWarm = 8;     // over all players: each holds a decoder's pictures and what was read ahead
+constexpr std::size_t kMostOpening = 2;  // at a time
+constexpr std::chrono::seconds kKeepWarm{60};
+constexpr int64_t kNearEndUs = 30'000'000;
+constexpr std::chrono::seconds kLookAgain{5};  // for a player in front that comes near its end
 
-bool add(const char *url, int64_t kib) {
-    if (!url || !*url) return false;
-    PreloadQueue::instance().add({url, std::max<int64_t>(0, kib)});
-    return true;
+bool launch(std::function<void()> body) {
+    try {
+        std::thread([body = std::move(body)] {
+            pthread_setname_np(pthread_self(), "ori-preload");
+            const FfmpegLog quiet(nullptr);
+            try {
+                body();
+            } catch (const std::bad_alloc &) {  // nothing is ahead then; players open by themselves
+            }
+        }).detach();
+        return true;
+    } catch (const std::system_error &) {
+        return false;
+    }
+}
+
+void callBack(PreloadCallback callback, void *context, const std::string &url, int result) {
+    if (callback) launch([=] { callback(context, result, 0, 0, url.c_str()); });
+}
+
+bool mayWork() {
+    return !PlayerRegistry::instance().anyStarves();
 }
 
 }  // namespace
@@ -30,32 +55,175 @@ PreloadQueue &PreloadQueue::instance() {
 }
 
 void PreloadQueue::add(Task task) {
+    const auto window = static_cast<std::size_t>(currentProperties().preloadWindow);
     std::lock_guard lock(mutex_);
-    tasks_.push_back(std::move(task));
-    if (tasks_.size() > kMostTasks) tasks_.pop_front();
+    window_ = window;
+    const Id id = plan_.next();
+    if (task.callback || task.kib != kDefaultKib) details_[id] = {task.kib, task.callback, task.context, task.url};
+    if (window == 0) tell(id, -1);
+    if (const auto gone = plan_.add(std::move(task.url))) {
+        tell(*gone, -1);
+        details_.erase(*gone);
+    }
+    if (window > 0 && (!running_ || entries_.size() < kMostWarm)) wake();
 }
 
 std::size_t PreloadQueue::size() const {
     std::lock_guard lock(mutex_);
-    return tasks_.size();
+    return plan_.size();
+}
+
+std::size_t PreloadQueue::warm() const {
+    std::lock_guard lock(mutex_);
+    return entries_.size();
+}
+
+void PreloadQueue::setUserAgent(std::string userAgent) {
+    std::lock_guard lock(mutex_);
+    userAgent_ = std::move(userAgent);
+}
+
+// With the lock.
+void PreloadQueue::wake() {
+    if (!running_) running_ = launch([this] { run(); });
+    changedFlag_ = true;
+    changed_.notify_one();
+}
+
+std::unique_ptr<OpenedSource> PreloadQueue::take(int player, const std::string &url, const InputOptions &options,
+                                                 int decoderThreads, const std::atomic<bool> &cancelled) {
+    std::shared_ptr<WarmSource> source;
+    Id id = 0;
+    {
+        const auto living = [](int each) { return PlayerRegistry::instance().find(each) != nullptr; };
+        const auto window = static_cast<std::size_t>(currentProperties().preloadWindow);
+        std::lock_guard lock(mutex_);
+        window_ = window;
+        const auto taken = plan_.take(player, url, living);
+        if (!taken) return nullptr;
+        id = *taken;
+        const auto entry = entries_.find(id);
+        if (entry != entries_.end()) {
+            source = std::move(entry->second.source);
+            entries_.erase(entry);
+        }
+        rested_.clear();
+        if (!source) tell(id, -1);  // it came too early: the player opens by itself
+        if (window_ > 0 || running_) wake();
+    }
+    if (!source) return nullptr;
+    auto opened = source->take(options, decoderThreads, cancelled);
+    if (!opened) source->drop();
+    std::lock_guard lock(mutex_);
+    tell(id, opened ? 0 : -1);
+    return opened;
+}
+
+void PreloadQueue::run() {
+    for (;;) {
+        std::vector<std::shared_ptr<WarmSource>> dropped;
+        std::unique_lock lock(mutex_);
+        changedFlag_ = false;
+        const auto next = decide(dropped);
+        lock.unlock();
+        for (auto &source : dropped) source->drop();
+        dropped.clear();
+        lock.lock();
+        if (next == Clock::time_point::max()) {
+            changed_.wait(lock, [this] { return changedFlag_; });
+        } else {
+            changed_.wait_until(lock, next, [this] { return changedFlag_; });
+        }
+    }
+}
+
+// Answers when to look again if nothing happens before.
+PreloadQueue::Clock::time_point PreloadQueue::decide(std::vector<std::shared_ptr<WarmSource>> &dropped) {
+    const auto wanted = plan_.wanted(window_, kMostWarm);
+    cool(wanted, dropped);
+    std::size_t opening = 0;
+    auto next = Clock::time_point::max();
+    for (const auto &[id, entry] : entries_) {
+        opening += entry.source->opening() ? 1 : 0;
+        next = std::min(next, entry.since + kKeepWarm);
+        if (!entry.source->opening()) tell(id, 0);
+    }
+    for (const Id id : wanted) {
+        if (entries_.count(id) != 0) continue;
+        const bool rests = rested_.count(id) != 0;
+        if (rests && plan_.playerInFront(id)) next = std::min(next, Clock::now() + kLookAgain);
+        if ((rests && !endIsNear(id)) || opening >= kMostOpening) continue;
+        warmUp(id);
+        next = std::min(next, Clock::now() + kKeepWarm);
+        ++opening;
+    }
+    return next;
+}
+
+void PreloadQueue::cool(const std::vector<Id> &wanted, std::vector<std::shared_ptr<WarmSource>> &dropped) {
+    const auto now = Clock::now();
+    for (auto each = entries_.begin(); each != entries_.end();) {
+        const auto &[id, entry] = *each;
+        const bool needed = std::find(wanted.begin(), wanted.end(), id) != wanted.end();
+        const bool failed = entry.source->failed();
+        const bool old = now >= entry.since + kKeepWarm;
+        if (needed && !failed && old && endIsNear(id)) each->second.since = now;
+        if (needed && !failed && (!old || endIsNear(id))) {
+            ++each;
+            continue;
+        }
+        if (failed) tell(id, -1);
+        if (needed) rested_.insert(id);
+        dropped.push_back(entry.source);
+        each = entries_.erase(each);
+    }
+}
+
+void PreloadQueue::warmUp(Id id) {
+    const Properties properties = currentProperties();
+    const auto details = details_.find(id);
+    const int64_t kib = details == details_.end() ? kDefaultKib : details->second.kib;
+    auto source = std::make_shared<WarmSource>(plan_.url(id), DataSource::optionsOf(properties, userAgent_),
+                                               properties.decoderThreads, kib * 1024);
+    const auto stateChanged = [this] {
+        std::lock_guard lock(mutex_);
+        wake();
+    };
+    rested_.erase(id);
+    if (launch([=] { source->run(mayWork, stateChanged); })) {
+        entries_[id] = {source, Clock::now()};
+    } else {
+        rested_.insert(id);
+    }
+}
+
+bool PreloadQueue::endIsNear(Id id) const {
+    const auto player = plan_.playerInFront(id);
+    if (!player) return false;
+    const auto remaining = PlayerRegistry::instance().remainingUs(*player);
+    return remaining && *remaining <= kNearEndUs;
+}
+
+// With the lock, once a task.
+void PreloadQueue::tell(Id id, int result) {
+    const auto details = details_.find(id);
+    if (details == details_.end()) return;
+    callBack(std::exchange(details->second.callback, nullptr), details->second.context, details->second.url, result);
 }
 
 int addPreloadTask(const char *url, int64_t kib) {
-    return add(url, kib) ? 0 : -1;
+    if (!url || !*url) return -1;
+    PreloadQueue::instance().add({url, std::max<int64_t>(0, kib), nullptr, nullptr});
+    return 0;
 }
 
 int addPreloadTask(const char *url, const char *, PreloadCallback callback, void *context) {
-    const bool added = add(url, kDefaultKib);
-    if (!callback) return added ? 0 : -1;
-    try {
-        std::thread([callback, context, added, text = std::string(url ? url : "")] {
-            pthread_setname_np(pthread_self(), "ori-preload");
-            callback(context, added ? 0 : -1, 0, 0, text.c_str());
-        }).detach();
-    } catch (const std::system_error &) {
+    if (!url || !*url) {
+        callBack(callback, context, "", -1);
         return -1;
     }
-    return added ? 0 : -1;
+    PreloadQueue::instance().add({url, kDefaultKib, callback, context});
+    return 0;
 }
 
 }  // namespace oriplayer

@@ -13,6 +13,7 @@ struct Properties {
     std::string caFile;
     int decoderThreads = 0;  ///< 0: the machine's cores
     int networkTimeoutMs = 8000;
+    int preloadWindow = 3;      ///< sources kept warm behind the one that plays; 0: none
     std::string cacheFastMode;  ///< property 123: kept, no effect
 };
 

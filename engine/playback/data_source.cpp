@@ -74,12 +74,17 @@ std::vector<std::shared_ptr<ISource>> DataSource::sources() const {
 }
 
 InputOptions DataSource::inputOptions(const Properties &properties, std::string userAgent) const {
+    InputOptions options = optionsOf(properties, std::move(userAgent));
+    options.headers = requestHeaders();
+    options.expectHls = headerOr("qzrtp_enable_playlist", "") == "1";
+    return options;
+}
+
+InputOptions DataSource::optionsOf(const Properties &properties, std::string userAgent) {
     InputOptions options;
     options.userAgent = std::move(userAgent);
-    options.headers = requestHeaders();
     options.caFile = properties.caFile;
     options.timeoutMs = properties.networkTimeoutMs;
-    options.expectHls = headerOr("qzrtp_enable_playlist", "") == "1";
     options.wantVideo = !properties.pictureOff;
     options.wantAudio = !properties.soundOff;
     options.audioTrack = properties.audioTrack;

@@ -33,6 +33,8 @@ public:
     /// file.
     Programme::Item itemOf(ISource &source, bool wantsLength) const;
     InputOptions inputOptions(const Properties &properties, std::string userAgent) const;
+    /// The same for a source without headers.
+    static InputOptions optionsOf(const Properties &properties, std::string userAgent);
 
 private:
     using Pair = std::pair<std::string, std::string>;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 #include "decode/audio_decoder.h"
 #include "decode/video_decoder.h"
@@ -28,6 +29,10 @@ struct StreamItem {
     std::shared_ptr<VideoDecoder> video;
     std::shared_ptr<AudioDecoder> audio;
     PacketPtr packet;
+    /// kStream: pictures that `video` gave ahead. With `goesOn` it is to go on with what it has been fed since;
+    /// else it forgets that.
+    std::vector<FramePtr> pictures;
+    bool goesOn = false;
 };
 
 /// The packets between the reader and one decoder thread. It never blocks: the reader asks full() before it reads.

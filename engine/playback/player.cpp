@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "module/player_registry.h"
+#include "module/preload_queue.h"
 
 namespace oriplayer {
 namespace {
@@ -139,7 +140,9 @@ int PlayerImpl::getPlayerId() {
 }
 
 int PlayerImpl::setUserAgent(const char *userAgent) {
-    stage_.settings.setUserAgent(userAgent ? userAgent : "");
+    const std::string text = userAgent ? userAgent : "";
+    stage_.settings.setUserAgent(text);
+    PreloadQueue::instance().setUserAgent(text);
     return 0;
 }
 

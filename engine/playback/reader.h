@@ -8,6 +8,7 @@
 #include "base/oriplayer/source.h"
 #include "input/source_input.h"
 #include "playback/data_source.h"
+#include "playback/opened_source.h"
 #include "playback/stage.h"
 
 namespace oriplayer {
@@ -32,11 +33,12 @@ private:
     bool arrive(int64_t &target);
     int64_t withinProgramme(int64_t positionUs) const;
     bool open(int index);
-    bool openDecoders(MediaError &error);
+    bool openCold(const std::string &url, OpenedSource &source);
     bool goTo(int64_t positionUs);
     void landOnKeyFrame(int64_t targetUs);
     void beginGeneration(int64_t targetUs);
     void pushStreams();
+    void pushAhead();
     void pushEnd();
     void pushBoth(StreamItem::Kind kind, int64_t targetUs);
 
@@ -60,6 +62,7 @@ private:
     std::unique_ptr<SourceInput> input_;
     std::shared_ptr<VideoDecoder> video_;
     std::shared_ptr<AudioDecoder> audio_;
+    OpenedSource ahead_;      ///< of the source just opened: what was read of it ahead, and nothing else
     int index_ = -1;          ///< the source that input_ reads
     int64_t offsetUs_ = 0;    ///< its beginning on the programme's scale
     int64_t baseUs_ = 0;      ///< length of the rounds read before, when looping

@@ -36,8 +36,10 @@ void VideoPipe::handle(StreamItem item) {
         case StreamItem::Kind::kStream:
             drain();
             decoder_ = std::move(item.video);
+            if (decoder_ && !item.goesOn) decoder_->flush();
             if (decoder_) decoder_->skipBefore(landed_ ? INT64_MIN : targetUs_);
             baseUs_ = item.baseUs;
+            takeAhead(std::move(item.pictures));
             break;
         case StreamItem::Kind::kPacket:
             ++stage_.counters.videoPackets;
@@ -50,6 +52,14 @@ void VideoPipe::handle(StreamItem item) {
             drain();
             deliverEnd(item.end);
             break;
+    }
+}
+
+void VideoPipe::takeAhead(std::vector<FramePtr> pictures) {
+    for (FramePtr &picture : pictures) {
+        if (outdated()) return;
+        ++stage_.counters.picturesDecoded;
+        take(std::move(picture));
     }
 }
 

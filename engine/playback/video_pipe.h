@@ -19,6 +19,7 @@ public:
 private:
     void handle(StreamItem item);
     void beginGeneration(const StreamItem &item);
+    void takeAhead(std::vector<FramePtr> pictures);
     void decode(const AVPacket *packet);
     void receive();
     void drain();

@@ -21,6 +21,7 @@ enum EngineProperty : int {
     kPropertyCaFile = 9005,          ///< PEM file of certificate authorities to trust; default: the system's
     kPropertyDecoderThreads = 9006,  ///< threads a video decoder may use; default: the machine's cores
     kPropertyNetworkTimeout = 9007,  ///< milliseconds for opening and for each read; default 8000
+    kPropertyPreloadWindow = 9008,   ///< preload tasks kept open behind the one that plays; default 3, "0" turns it off
 };
 
 /// Sets a process-wide property. 0, or -1 for a number the engine does not know or a text it cannot read.

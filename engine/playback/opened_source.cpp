@@ -1,5 +1,6 @@
-#include "input/opened_source.h"
+#include "playback/opened_source.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace oriplayer {

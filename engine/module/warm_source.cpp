@@ -1,0 +1,115 @@
+#include "module/warm_source.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace oriplayer {
+namespace {
+
+constexpr int kNice = 10;
+constexpr std::chrono::milliseconds kPause{20};
+
+bool sameOpening(const InputOptions &a, const InputOptions &b, bool network) {
+    const bool same = a.expectHls == b.expectHls && a.wantVideo == b.wantVideo && a.wantAudio == b.wantAudio &&
+                      a.audioTrack == b.audioTrack;
+    const bool sameRequest = a.userAgent == b.userAgent && a.headers == b.headers && a.caFile == b.caFile;
+    return same && (!network || sameRequest);
+}
+
+}  // namespace
+
+WarmSource::WarmSource(std::string url, InputOptions options, int decoderThreads, int64_t mostBytes)
+    : url_(std::move(url)),
+      options_([&] {
+          options.cancel = &cancel_;
+          return std::move(options);
+      }()),
+      decoderThreads_(decoderThreads),
+      mostBytes_(mostBytes) {}
+
+WarmSource::~WarmSource() = default;
+
+void WarmSource::run(const std::function<bool()> &mayWork, const std::function<void()> &stateChanged) {
+    if (work(mayWork, stateChanged)) {
+        set(State::kReady);
+    } else {
+        source_.reset();
+        std::lock_guard lock(mutex_);
+        failed_ = true;
+        state_ = State::kGone;
+        changed_.notify_all();
+    }
+    stateChanged();
+}
+
+bool WarmSource::work(const std::function<bool()> &mayWork, const std::function<void()> &stateChanged) {
+    if (!pauseWhile(mayWork)) return false;
+    auto source = std::make_unique<OpenedSource>();
+    auto failure = SourceInput::Failure::kNone;
+    if (source->open(url_, options_, decoderThreads_, failure)) return false;
+    if (source->input->live()) return false;  // what waits here would be old when it is played
+    source_ = std::move(source);
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kNice);
+    for (bool told = false;;) {
+        if (!told && source_->picturesReady()) {
+            set(State::kReading);
+            stateChanged();
+            told = true;
+        }
+        if (!pauseWhile(mayWork)) return false;
+        if (wanted_) return true;
+        const auto step = source_->readAhead(mostBytes_);
+        if (step != OpenedSource::Step::kMore) return step == OpenedSource::Step::kEnough;
+    }
+}
+
+// False if nobody wants it any more.
+bool WarmSource::pauseWhile(const std::function<bool()> &mayWork) {
+    while (!cancel_ && !wanted_ && !mayWork()) {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, kPause, [this] { return cancel_ || wanted_; });
+    }
+    return !cancel_;
+}
+
+void WarmSource::set(State state) {
+    std::lock_guard lock(mutex_);
+    state_ = state;
+    changed_.notify_all();
+}
+
+bool WarmSource::opening() const {
+    std::lock_guard lock(mutex_);
+    return state_ == State::kOpening;
+}
+
+bool WarmSource::failed() const {
+    std::lock_guard lock(mutex_);
+    return failed_;
+}
+
+void WarmSource::drop() {
+    std::lock_guard lock(mutex_);
+    cancel_ = true;
+    changed_.notify_all();
+}
+
+std::unique_ptr<OpenedSource> WarmSource::take(const InputOptions &options, int decoderThreads,
+                                               const std::atomic<bool> &cancelled) {
+    std::unique_lock lock(mutex_);
+    wanted_ = true;
+    changed_.notify_all();
+    while (state_ == State::kOpening || state_ == State::kReading) {
+        if (cancelled) return nullptr;
+        changed_.wait_for(lock, kPause);
+    }
+    if (state_ != State::kReady || decoderThreads != decoderThreads_) return nullptr;
+    if (!sameOpening(options, options_, source_->input->network())) return nullptr;
+    state_ = State::kGone;
+    source_->input->watch(&cancelled);
+    return std::move(source_);
+}
+
+}  // namespace oriplayer
