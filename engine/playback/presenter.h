@@ -25,7 +25,6 @@ private:
     Next step();
     void followGeneration();
     void dropOutdated();
-    bool beginsToPresent();
     Next play();
     Next playUntimed();
     void finishUnprepared();
@@ -39,6 +38,7 @@ private:
     Next waitForMore();
     Next finish();
     Next conclude();
+    bool refilled();
     bool soundPlays() const;
     bool picturesEnded() const;
     bool everythingDecoded() const;
@@ -51,6 +51,7 @@ private:
     bool landed_ = false;
     uint32_t picturesEnd_ = 0;  ///< number of the last end that the pictures have come to
     bool stalled_ = false;
+    std::optional<SteadyTime> refillsSince_;  ///< the first new data behind a stall
     bool pictureShown_ = false;
     int64_t lastEndUs_ = INT64_MIN;  ///< play scale, end of the last picture shown
     int64_t accountedUs_ = 0;        ///< play scale, counted as presented so far

@@ -132,7 +132,7 @@ TEST(WholeProgramme, ASourceAddedWhilePlayingIsPlayedAndJoinsThePeriod) {
     player->start();
     ASSERT_TRUE(player.waitForEvent(1001));
     EXPECT_EQ(player.pictures().size(), 50u);
-    EXPECT_EQ(player.pictures().back().width, 160);
+    EXPECT_EQ(player.pictures().back().width, 161);
     EXPECT_EQ(player.period->getSourceCount(), 2);
 }
 
