@@ -5,6 +5,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -141,7 +142,8 @@ MediaError Demuxer::findStreams(const std::string &url) {
 void Demuxer::startRepair() {
     const int flags = container_->iformat->flags;
     const bool timeless = (flags & AVFMT_NOTIMESTAMPS) || container_->start_time == AV_NOPTS_VALUE;
-    const bool endKnown = container_->start_time != AV_NOPTS_VALUE && container_->duration > 0;
+    const bool endKnown = container_->start_time != AV_NOPTS_VALUE && container_->duration > 0 &&
+                          container_->duration < INT64_MAX / 8 && std::abs(container_->start_time) < INT64_MAX / 8;
     const int64_t endUs = endKnown ? container_->start_time + container_->duration : INT64_MAX;
     repair_.start(trackOf(video(), timeless), trackOf(audio(), timeless), (flags & AVFMT_TS_DISCONT) != 0, endUs);
 }

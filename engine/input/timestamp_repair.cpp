@@ -22,6 +22,21 @@ constexpr std::size_t kMaxEpochs = 4096;
 // A track that is behind this many packets still without a time has none.
 constexpr int kMaxHomeless = 100;
 
+// Beyond any honest time (36,000 years): sums of such numbers would overflow.
+constexpr int64_t kNoTimeFromUs = INT64_MAX / 8;
+constexpr int64_t kLongestPacketUs = 1'000'000'000'000;
+
+bool leaveOutAbsurd(AVPacket &packet) {
+    bool any = false;
+    for (int64_t *us : {&packet.pts, &packet.dts}) {
+        if (*us == AV_NOPTS_VALUE || (*us <= kNoTimeFromUs && *us >= -kNoTimeFromUs)) continue;
+        *us = AV_NOPTS_VALUE;
+        any = true;
+    }
+    if (packet.duration > kLongestPacketUs) packet.duration = 0;
+    return any;
+}
+
 }  // namespace
 
 void TimestampRepair::start(const Track &video, const Track &audio, bool jumpsExpected, int64_t endUs) {
@@ -34,6 +49,7 @@ void TimestampRepair::start(const Track &video, const Track &audio, bool jumpsEx
 bool TimestampRepair::apply(AVPacket &packet, std::size_t track) {
     State &state = states_[track];
     av_packet_rescale_ts(&packet, state.track.timeBase, kMicroseconds);
+    if (leaveOutAbsurd(packet)) state.track.countsFromZero = true;
     if (packet.duration <= 0) packet.duration = state.track.frameUs;
 
     const bool hasDts = packet.dts != AV_NOPTS_VALUE;
