@@ -1,0 +1,115 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+
+#include "engine/playback/watched_player.h"
+#include "module/preload_plan.h"
+#include "module/preload_queue.h"
+
+namespace test {
+namespace {
+
+using oriplayer::PreloadPlan;
+using oriplayer::PreloadQueue;
+using support::clip;
+using Ids = std::vector<PreloadPlan::Id>;
+
+bool allLive(int) {
+    return true;
+}
+
+// Letters are URLs, in the order in which the tasks came; each taking says which task it finds and what is warm then.
+TEST(PreloadPlan, TakesTheNearestTaskBehindTheFormerAndWantsWhatFollows) {
+    struct Taking {
+        int player;
+        const char *url;
+        PreloadPlan::Id task;
+        Ids wanted;
+    };
+    PreloadPlan plan;
+    for (const char *url : {"a", "b", "a", "c", "a", "d", "e"}) plan.add(url);
+    EXPECT_EQ(plan.wanted(3, 8), (Ids{0, 1, 2}));
+    const auto living = [](int player) { return player >= 3; };
+    const Taking takings[] = {{1, "a", 0, {1, 2, 3}},     // the first of its URL
+                              {2, "a", 2, {3, 4, 5}},     // then the one behind it; player 1 is gone
+                              {3, "d", 5, {6}},           // passed over: 3 and 4
+                              {4, "b", 1, {2, 3, 4, 6}},  // a seek back; player 3 lives
+                              {4, "e", 6, {6}}};          // the last one: 6 is still in front of player 3
+    for (const auto &taking : takings) {
+        EXPECT_EQ(plan.take(taking.player, taking.url, living), taking.task) << taking.url;
+        EXPECT_EQ(plan.wanted(3, 8), taking.wanted) << taking.url;
+    }
+    EXPECT_FALSE(plan.take(5, "unknown", allLive));
+    for (int i = 0; i < 5; ++i) plan.add("new");
+    EXPECT_EQ(plan.wanted(3, 8), (Ids{7, 8, 9, 6}));
+    EXPECT_EQ(plan.wanted(3, 2), (Ids{7, 8}));
+    EXPECT_EQ(plan.playerInFront(7), 4);
+}
+
+TEST(PreloadPlan, KeepsTheNewestTasksAndWhatWasTakenBeforeMayBePushedOut) {
+    PreloadPlan plan(3);
+    for (const char *url : {"a", "b", "c"}) EXPECT_FALSE(plan.add(url));
+    EXPECT_EQ(plan.take(1, "a", allLive), 0u);
+    EXPECT_EQ(plan.add("d"), 0u);
+    EXPECT_EQ(plan.add("e"), 1u);
+    EXPECT_EQ(plan.wanted(3, 8), (Ids{2, 3, 4}));
+    EXPECT_FALSE(plan.take(1, "a", allLive));
+}
+
+struct Told {
+    std::promise<int> result;
+    static void callback(void *context, int outcome, int, int, const char *) {
+        static_cast<Told *>(context)->result.set_value(outcome);
+    }
+};
+
+// Behind a taking, or what came before since the last one is warmed first.
+int preload(const std::string &url) {
+    Told told;
+    EXPECT_EQ(oriplayer::addPreloadTask(url.c_str(), "id", &Told::callback, &told), 0);
+    auto result = told.result.get_future();
+    return result.wait_for(std::chrono::seconds(20)) == std::future_status::ready ? result.get() : -2;
+}
+
+TEST(Preloading, APreloadedSourcePlaysTheSamePicturesFromWhereverItBegins) {
+    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
+    for (const char *name : {"h264_aac.mp4", "numbered.mp4"}) {
+        for (const int64_t startMs : {0, 400}) {
+            std::vector<int> cold;
+            {
+                WatchedPlayer player({clip(name)}, startMs);
+                ASSERT_TRUE(player.playToEnd());
+                cold = player.numbers();
+            }
+            ASSERT_EQ(preload(clip(name)), 0) << name;
+            WatchedPlayer player({clip(name), clip(name)}, startMs);
+            ASSERT_TRUE(player.playToEnd());
+            const auto warm = player.numbers();
+            ASSERT_GE(warm.size(), cold.size());
+            EXPECT_EQ(std::vector<int>(warm.begin(), warm.begin() + static_cast<std::ptrdiff_t>(cold.size())), cold)
+                << name << ' ' << startMs;
+        }
+    }
+}
+
+TEST(Preloading, ASeekRightBehindTheTakingLandsOnItsPicture) {
+    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
+    ASSERT_EQ(preload(clip("numbered.mp4")), 0);
+    WatchedPlayer player({clip("numbered.mp4")});
+    player->prepareAsync();
+    player->seekTo(400, 0);
+    player->start();
+    ASSERT_TRUE(player.waitForEvent(1001));
+    ASSERT_FALSE(player.numbers().empty());
+    EXPECT_EQ(player.numbers().front(), 10);
+}
+
+TEST(Preloading, WhatCannotBeOpenedIsToldAndTheWindowOfNoneWarmsNothing) {
+    EXPECT_EQ(preload("/no/such/file.mp4"), -1);
+    const PropertyGuard off(oriplayer::kPropertyPreloadWindow, "0");
+    EXPECT_EQ(preload(clip("numbered.mp4")), -1);
+}
+
+}  // namespace
+}  // namespace test
