@@ -11,17 +11,14 @@
 #include "json_lines.h"
 #include "probe_report.h"
 #include "steady_clock.h"
-#include "still_picture.h"
 
 namespace vexoplay {
 namespace {
 
 constexpr int kTickMs = 20;  // keys and the end of the programme are noticed that fast at the latest
 constexpr int64_t kLateProbeUs = 1'000'000;
-constexpr int64_t kNoteUs = 4'000'000;
 constexpr int kOutputPatienceMs = 2000;
 constexpr unsigned int kLastResortSeconds = 5;
-constexpr std::array kSpeeds{0.5, 0.75, 1.0, 1.25, 1.5, 1.75, 2.0, 2.5, 3.0, 4.0};
 
 void setEngineProperties(const Options &options) {
     const auto set = [](int number, const std::string &text) {
@@ -44,6 +41,9 @@ PlayerSession::Config sessionConfig(const Options &options, const WakeUp &wakeUp
     config.headers = options.headers;
     config.startMs = options.startMs.value_or(0);
     config.endMs = options.endMs;
+    config.interruptions = options.interruptions;
+    config.interruptWith = options.interruptWith;
+    config.infoKeys = options.infoKeys;
     config.wake = [&wakeUp] { wakeUp.wake(); };
     return config;
 }
@@ -119,6 +119,8 @@ void Application::openOutputs() {
     tap.playerId = [this] { return session_->playerId(); };
     tap.speed = [this] { return session_->speed(); };
     tap.cut = [this](int playerId, int64_t positionUs) { return session_->liesBehindEnd(playerId, positionUs); };
+    tap.pass = [this] { session_->passPicture(); };
+    tap.shown = [this](int playerId, int64_t positionUs) { session_->pictureShown(playerId, positionUs); };
     tap.wake = [this] { wakeUp_.wake(); };
     tap_ = std::make_shared<PictureTap>(std::move(tap), log_, slot_);
     session_->attach(tap_);
@@ -188,98 +190,24 @@ void Application::handleSignals() {
     if (pausing) session_->togglePause();
 }
 
-void Application::handleKey(Key key) {
-    switch (key) {
-        case Key::kPause:
-            session_->togglePause();
-            break;
-        case Key::kBack5:
-            noteSeek(session_->seekBy(-5'000));
-            break;
-        case Key::kForward5:
-            noteSeek(session_->seekBy(5'000));
-            break;
-        case Key::kBack60:
-            noteSeek(session_->seekBy(-60'000));
-            break;
-        case Key::kForward60:
-            noteSeek(session_->seekBy(60'000));
-            break;
-        case Key::kPrevious:
-            noteSeek(session_->previous());
-            break;
-        case Key::kNext:
-            if (!session_->next()) note("no next item");
-            break;
-        case Key::kSlower:
-            changeSpeed(-1);
-            break;
-        case Key::kFaster:
-            changeSpeed(1);
-            break;
-        case Key::kQuieter:
-            changeVolume(-0.05);
-            break;
-        case Key::kLouder:
-            changeVolume(0.05);
-            break;
-        case Key::kMute:
-            session_->toggleMute();
-            break;
-        case Key::kFullScreen:
-            if (window_) window_->toggleFullScreen();
-            break;
-        case Key::kStill:
-            saveStillPicture();
-            break;
-        case Key::kQuit:
-            ending_ = ending_ == Ending::kNone ? Ending::kQuit : ending_;
-            break;
-        case Key::kNone:
-            break;
-    }
-    if (status_.due(INT64_MAX)) showStatus();
-}
-
-void Application::changeSpeed(int direction) {
-    const double now = session_->speed();
-    const auto above = std::upper_bound(kSpeeds.begin(), kSpeeds.end(), now);
-    const auto atLeast = std::lower_bound(kSpeeds.begin(), kSpeeds.end(), now);
-    if (direction > 0 && above != kSpeeds.end()) session_->setSpeed(*above);
-    if (direction < 0 && atLeast != kSpeeds.begin()) session_->setSpeed(*(atLeast - 1));
-}
-
-void Application::changeVolume(double by) {
-    session_->setVolume(std::clamp(session_->volume() + by, 0.0, 1.0));
-}
-
-void Application::saveStillPicture() {
-    const StillResult still = saveStill(picture_, "");
-    status_.message(still.error.empty() ? "saved " + still.path : still.error);
-}
-
-void Application::noteSeek(const Programme::Place &place) {
-    if (!place.lengthUnknown || place.item + 1 == programme_.size()) return;
-    note("length of item " + std::to_string(place.item + 1) + " unknown: the seek stays in it");
-}
-
-void Application::note(std::string text) {
-    note_ = std::move(text);
-    noteUntilUs_ = steadyUs() + kNoteUs;
-}
-
 void Application::handleEvent(const PlayEvent &event) {
     const bool plays = event.number == kEventFirstPresented && ending_ == Ending::kNone;
     if (plays && std::exchange(probesLater_, false)) startProbes();
     if (options_.json) output_.add(eventLine(event, programme_, beganUs_));
+    for (const auto &[key, text] : event.infos) showInfo(event.item, key, text);
     if (event.number == kEventSoundFailed && !std::exchange(soundWarned_, true)) {
         status_.message("warning: no sound: " + event.text + " (event 505)");
     }
     if (!event.fatal()) return;
     errors_.push_back(event);
-    status_.message(itemName(event.item) + ": " + attemptOf(event.number) +
+    const std::string name = event.timeline == 1 ? "interrupting file \"" + event.url + "\"" : itemName(event.item);
+    status_.message(name + ": " + attemptOf(event.number) +
                     " failed: " + (event.text.empty() ? "no reason given" : event.text) + " (event " +
                     std::to_string(event.number) + ", error " + std::to_string(event.nativeError) + ")");
+}
+
+void Application::showInfo(int item, int key, const std::string &text) {
+    output_.add(options_.json ? infoLine(item, key, text, programme_) : text);
 }
 
 void Application::showPicture() {
@@ -293,7 +221,7 @@ void Application::showPicture() {
 
 void Application::showTitle() {
     const std::optional<BoundRecord> bound = log_.find(session_->playerId());
-    if (!bound || bound->item < 0) return;
+    if (!bound || bound->item < 0 || bound->timeline != 0) return;
     const std::string &title = programme_.title(bound->item);
     window_->setTitle((title.empty() ? programme_.url(bound->item) : title) + " - vexoplay");
 }
@@ -328,6 +256,8 @@ ExitCode Application::conclude() {
     armLastResort(kLastResortSeconds,
                   static_cast<int>(ending_ == Ending::kSignal ? ExitCode::kSignal : ExitCode::kInternal));
     const int64_t patientUntilUs = steadyUs() + kLateProbeUs;  // the summary tells the codec
+    // Untimed, the end can be here before the first picture was heard of.
+    if (options_.json && ending_ == Ending::kThrough && std::exchange(probesLater_, false)) startProbes();
     while (options_.json && ending_ == Ending::kThrough && probes_ && !probes_->finished() &&
            steadyUs() < patientUntilUs) {
         wait();
@@ -336,6 +266,11 @@ ExitCode Application::conclude() {
     if (session_) {
         for (const PlayEvent &event : session_->poll()) handleEvent(event);
         presentedEver_ = presentedEver_ || session_->presented();
+        // An item that is left in the middle brings no end.
+        const int item = ending_ == Ending::kThrough ? -1 : session_->item();
+        for (const int key : options_.infoKeys) {
+            if (item >= 0) showInfo(item, key, session_->info(key));
+        }
         session_->close();
         if (const std::string error = tap_->error(); !error.empty()) fault(error);
     }

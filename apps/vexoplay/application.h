@@ -44,9 +44,12 @@ private:
     void handleSignals();
     void handleKey(Key key);
     void handleEvent(const PlayEvent &event);
+    bool mayLeave();
+    void seekBy(int64_t milliseconds);
     void changeSpeed(int direction);
     void changeVolume(double by);
     void saveStillPicture();
+    void showInfo(int item, int key, const std::string &text);
     void showPicture();
     void showTitle();
     void showStatus();

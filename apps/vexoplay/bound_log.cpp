@@ -12,17 +12,35 @@ BoundRecord *BoundLog::record(int playerId) {
     return found == records_.rend() ? nullptr : &*found;
 }
 
+BoundRecord &BoundLog::recordOf(int playerId, int64_t nowUs) {
+    if (BoundRecord *known = record(playerId)) return *known;
+    BoundRecord fresh;
+    fresh.playerId = playerId;
+    fresh.enteredUs = nowUs;
+    return records_.emplace_back(std::move(fresh));
+}
+
 void BoundLog::entered(int playerId, int item, int64_t nowUs) {
     if (playerId < 0) return;
     std::lock_guard lock(mutex_);
+    BoundRecord &known = recordOf(playerId, nowUs);
+    if (known.item < 0) known.item = item;
+}
+
+void BoundLog::enteredAside(int playerId, int index, const std::string &url, int64_t nowUs) {
+    if (playerId < 0) return;
+    std::lock_guard lock(mutex_);
+    BoundRecord &known = recordOf(playerId, nowUs);
+    if (known.item >= 0) return;
+    known.timeline = 1;
+    known.item = index;
+    known.url = url;
+}
+
+void BoundLog::learnedAside(int playerId, int64_t lengthMs) {
+    std::lock_guard lock(mutex_);
     BoundRecord *known = record(playerId);
-    if (!known) {
-        records_.push_back({});
-        known = &records_.back();
-        known->playerId = playerId;
-        known->enteredUs = nowUs;
-    }
-    if (known->item < 0) known->item = item;
+    if (known && known->timeline == 1) known->lengthMs = lengthMs;
 }
 
 void BoundLog::prepared(int playerId) {

@@ -24,7 +24,10 @@ struct PictureFacts {
 /// An item's stay in the programme: from the creation of its engine player to the next one's.
 struct BoundRecord {
     int playerId = -1;
-    int item = -1;
+    int timeline = 0;      ///< 1: a file that interrupts the programme
+    int item = -1;         ///< in the programme, or among the interrupting files
+    std::string url;       ///< of an interrupting file
+    int64_t lengthMs = 0;  ///< of an interrupting file
     int64_t pictures = 0;
     int64_t late = 0;
     uint32_t dropped = 0;
@@ -50,6 +53,9 @@ public:
 
     /// Notes that the engine player `playerId` plays `item` (-1: not known yet).
     void entered(int playerId, int item, int64_t nowUs);
+    /// Notes that it plays the file `index` of an interruption.
+    void enteredAside(int playerId, int index, const std::string &url, int64_t nowUs);
+    void learnedAside(int playerId, int64_t lengthMs);
     void prepared(int playerId);
     void failed(int playerId);
     void picture(int playerId, const PictureFacts &facts, double speed);
@@ -64,6 +70,7 @@ public:
 
 private:
     BoundRecord *record(int playerId);
+    BoundRecord &recordOf(int playerId, int64_t nowUs);
 
     mutable std::mutex mutex_;
     std::vector<BoundRecord> records_;

@@ -4,6 +4,7 @@
 #include <json/writer.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace vexoplay {
 namespace {
@@ -18,17 +19,29 @@ void addPlace(Json::Value &value, const Programme &programme, int item) {
     value["source"] = known ? programme.sourceOf(item) : -1;
 }
 
+// Every interrupting file is a period of its own.
+void addPlaceAside(Json::Value &value, int item) {
+    value["period"] = item;
+    value["source"] = 0;
+}
+
+/// What is known of the file itself.
+void addFile(Json::Value &value, const BoundRecord &bound, const Programme &programme) {
+    const bool known = bound.timeline == 0 && bound.item >= 0;
+    const ProbeAnswer probe = known ? programme.probe(bound.item) : ProbeAnswer{};
+    value["url"] = known ? programme.url(bound.item) : bound.url;
+    value["duration_ms"] = Json::Int64{known ? programme.lengthMs(bound.item) : bound.lengthMs};
+    value["codec"] = probe.codec();
+}
+
 Json::Value boundValue(const BoundRecord &bound, const Programme &programme, bool hash) {
     Json::Value value;
-    value["timeline"] = 0;
-    addPlace(value, programme, bound.item);
+    value["timeline"] = bound.timeline;
+    bound.timeline == 1 ? addPlaceAside(value, bound.item) : addPlace(value, programme, bound.item);
     value["pictures"] = Json::Int64{bound.pictures};
     value["dropped"] = bound.dropped;
     value["late"] = Json::Int64{bound.late};
-    value["url"] = bound.item >= 0 ? programme.url(bound.item) : "";
-    value["duration_ms"] = Json::Int64{bound.item >= 0 ? programme.lengthMs(bound.item) : 0};
-    const ProbeAnswer probe = bound.item >= 0 ? programme.probe(bound.item) : ProbeAnswer{};
-    value["codec"] = probe.codec();
+    addFile(value, bound, programme);
     value["size"] = bound.width > 0 ? Json::Value(sizeText(bound.width, bound.height)) : Json::Value();
     if (hash) value["md5"] = bound.md5.empty() ? Json::Value() : Json::Value(bound.md5);
     return value;
@@ -44,8 +57,9 @@ Json::Value switchValue(const BoundSwitch &change) {
 
 Json::Value errorValue(const PlayEvent &error, const Programme &programme) {
     Json::Value value;
-    addPlace(value, programme, error.item);
-    value["url"] = error.item >= 0 ? programme.url(error.item) : "";
+    value["timeline"] = error.timeline;
+    error.timeline == 1 ? addPlaceAside(value, error.item) : addPlace(value, programme, error.item);
+    value["url"] = error.timeline == 1 ? error.url : error.item >= 0 ? programme.url(error.item) : "";
     value["event"] = error.number;
     value["native"] = error.nativeError;
     value["text"] = error.text;
@@ -91,7 +105,7 @@ std::string eventLine(const PlayEvent &event, const Programme &programme, int64_
     Json::Value value;
     value["event"] = event.number;
     value["timeline"] = event.timeline;
-    addPlace(value, programme, event.item);
+    event.timeline == 1 ? addPlaceAside(value, event.item) : addPlace(value, programme, event.item);
     value["position_ms"] = Json::Int64{event.positionMs};
     value["t_ms"] = static_cast<double>(event.wallUs - beganUs) / 1000.0;
     value["ext1"] = event.ext1;
@@ -107,12 +121,24 @@ std::string eventLine(const PlayEvent &event, const Programme &programme, int64_
     return oneLine(value);
 }
 
+std::string infoLine(int item, int key, const std::string &text, const Programme &programme) {
+    Json::Value value;
+    value["info"] = key;
+    addPlace(value, programme, item);
+    value["text"] = text;
+    return oneLine(value);
+}
+
 std::vector<BoundSwitch> switchesOf(const std::vector<BoundRecord> &bounds) {
     std::vector<BoundSwitch> switches;
-    for (std::size_t i = 1; i < bounds.size(); ++i) {
-        const BoundRecord &from = bounds[i - 1];
+    std::size_t before = bounds.size();
+    for (std::size_t i = 0; i < bounds.size(); ++i) {
+        if (bounds[i].timeline != 0) continue;
+        const std::size_t last = std::exchange(before, i);
+        if (last == bounds.size()) continue;
+        const BoundRecord &from = bounds[last];
         const BoundRecord &to = bounds[i];
-        BoundSwitch change{static_cast<int>(i) - 1, static_cast<int>(i), from.pictures > 0 && to.pictures > 0, 0.0};
+        BoundSwitch change{static_cast<int>(last), static_cast<int>(i), from.pictures > 0 && to.pictures > 0, 0.0};
         if (change.measured) {
             change.gapMs = static_cast<double>(to.firstPictureUs - from.lastPictureUs - from.lastIntervalUs) / 1000.0;
         }

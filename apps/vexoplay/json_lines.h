@@ -20,7 +20,10 @@ std::string oneLine(const Json::Value &value);
 /// An event as a line; `beganUs` is the start of the program.
 std::string eventLine(const PlayEvent &event, const Programme &programme, int64_t beganUs);
 
-/// A change from one bound to the next, by their places in the summary's list.
+/// One of the library's texts on the playback of an item.
+std::string infoLine(int item, int key, const std::string &text, const Programme &programme);
+
+/// A change from one bound of the programme to its next, by their places in the summary's list.
 struct BoundSwitch {
     int from = 0;
     int to = 0;

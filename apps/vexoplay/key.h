@@ -19,6 +19,9 @@ enum class Key {
     kMute,
     kFullScreen,
     kStill,
+    kInfo,
+    kInterrupt,
+    kNetwork,
     kQuit,
 };
 
@@ -45,6 +48,12 @@ constexpr Key keyOfCharacter(char character) {
             return Key::kFullScreen;
         case 's':
             return Key::kStill;
+        case 'i':
+            return Key::kInfo;
+        case 'a':
+            return Key::kInterrupt;
+        case 'n':
+            return Key::kNetwork;
         case 'q':
             return Key::kQuit;
         default:

@@ -9,7 +9,8 @@ namespace {
 constexpr const char *kKeys =
     "Keys, in the window and in the terminal:\n"
     "  space pause   left/right 5 s   down/up 60 s   < > previous/next item   [ ] speed\n"
-    "  9 0 volume    m mute   f full screen   s still picture as PNG   q quit\n\n"
+    "  9 0 volume    m mute   f full screen   s still picture as PNG   q quit\n"
+    "  a interrupt with --interrupt-with   i what the library tells   n wifi or mobile network\n\n"
     "Exit codes: 0 played, 1 usage, 2 nothing playable, 3 some items failed, 4 ended by a signal, 5 internal fault";
 
 CLI::Validator timeCheck() {
@@ -20,12 +21,17 @@ CLI::Validator headerCheck() {
     return {[](std::string &text) { return parseHeader(text) ? std::string() : "not \"Name: value\": " + text; }, ""};
 }
 
+CLI::Validator interruptionCheck() {
+    return {[](std::string &text) { return parseInterruption(text) ? std::string() : "not POS=FILE: " + text; }, ""};
+}
+
 // What CLI11 reads as text and the options keep as values.
 struct Texts {
     std::string start;
     std::string end;
     double volumePercent = 100.0;
     std::vector<std::string> headers;
+    std::vector<std::string> interruptions;
 };
 
 void declareProgramme(CLI::App &app, Options &options, Texts &texts) {
@@ -36,6 +42,15 @@ void declareProgramme(CLI::App &app, Options &options, Texts &texts) {
     app.add_option("--start", texts.start, "begin there: seconds or [h:]m:s")->check(timeCheck())->type_name("TIME");
     app.add_option("--end", texts.end, "end there")->check(timeCheck())->type_name("TIME");
     app.add_flag("--loop", options.loop, "begin anew when the whole list is through");
+    app.add_option("--interrupt", texts.interruptions, "pause there and play the files; may be repeated")
+        ->check(interruptionCheck())
+        ->type_name("POS=FILE[,FILE]")
+        ->take_all()
+        ->allow_extra_args(false);
+    app.add_option("--interrupt-with", options.interruptWith, "files for the key a")
+        ->delimiter(',')
+        ->type_name("FILE[,FILE]")
+        ->allow_extra_args(false);
     app.add_flag("--probe", options.probe, "print items, codecs and lengths, and exit");
 }
 
@@ -60,6 +75,21 @@ void declareNetwork(CLI::App &app, Options &options, Texts &texts) {
         ->type_name("NAME:VALUE")
         ->take_all()
         ->allow_extra_args(false);
+    app.add_option("--wifi-domains", options.wifiDomains, "hosts for wifi, host[:port] separated by ','")
+        ->type_name("LIST");
+    app.add_option("--mobile-domains", options.mobileDomains, "hosts for the mobile network")->type_name("LIST");
+}
+
+void declareReports(CLI::App &app, Options &options) {
+    app.add_option("--info", options.infoKeys,
+                   "print the library's text under KEY at the end of each item; -1: the record")
+        ->type_name("KEY")
+        ->take_all()
+        ->allow_extra_args(false);
+    app.add_option("--reports", options.reports, "write the reports of library and engine, a JSON object a line")
+        ->type_name("FILE");
+    app.add_option("--report", options.report, "write how well the buffer held, as JSON")->type_name("FILE");
+    app.add_option("--plot", options.plot, "draw it as SVG")->type_name("FILE");
 }
 
 void declareOutput(CLI::App &app, Options &options) {
@@ -83,6 +113,7 @@ void takeTexts(const Texts &texts, bool volumeGiven, Options &options) {
     options.startMs = parseTime(texts.start);
     options.endMs = parseTime(texts.end);
     if (volumeGiven) options.volume = texts.volumePercent / 100.0;
+    for (const std::string &text : texts.interruptions) options.interruptions.push_back(*parseInterruption(text));
     for (const std::string &header : texts.headers) options.headers.push_back(*parseHeader(header));
 }
 
@@ -98,6 +129,7 @@ ParsedOptions parseOptions(int argc, const char *const *argv) {
     declareSound(app, options, texts);
     declareNetwork(app, options, texts);
     declareOutput(app, options);
+    declareReports(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &success) {
@@ -138,6 +170,21 @@ std::optional<int64_t> parseTime(const std::string &text) {
         if (last) return std::llround(seconds * 1000.0);
         from = colon + 1;
     }
+}
+
+std::optional<InterruptionPoint> parseInterruption(const std::string &text) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos) return std::nullopt;
+    const std::optional<int64_t> position = parseTime(text.substr(0, equals));
+    if (!position) return std::nullopt;
+    InterruptionPoint point{*position, {}};
+    for (std::size_t from = equals; from != std::string::npos;) {
+        const std::size_t comma = text.find(',', from + 1);
+        point.urls.push_back(text.substr(from + 1, comma == std::string::npos ? comma : comma - from - 1));
+        if (point.urls.back().empty()) return std::nullopt;
+        from = comma;
+    }
+    return point;
 }
 
 std::optional<std::pair<std::string, std::string>> parseHeader(const std::string &text) {

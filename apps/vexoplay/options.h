@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "interruption.h"
+
 namespace vexoplay {
 
 /// What the process answers with.
@@ -24,6 +26,8 @@ struct Options {
     std::string playList;
     bool mixed = false;
     bool loop = false;
+    std::vector<InterruptionPoint> interruptions;
+    std::vector<std::string> interruptWith;
     std::optional<int64_t> startMs;
     std::optional<int64_t> endMs;
 
@@ -39,12 +43,19 @@ struct Options {
     std::string userAgent;
     std::vector<std::pair<std::string, std::string>> headers;
 
+    std::string wifiDomains;
+    std::string mobileDomains;
+
     bool probe = false;
     bool json = false;
     bool untimed = false;
     bool hash = false;
     bool noWindow = false;
     std::string raw;
+    std::vector<int> infoKeys;
+    std::string reports;  ///< files to write
+    std::string report;
+    std::string plot;
 };
 
 /// Either options, or a text to print and the code to leave with.
@@ -57,6 +68,9 @@ ParsedOptions parseOptions(int argc, const char *const *argv);
 
 /// "90", "90.5", "1:30", "1:02:03.25" as milliseconds; empty for anything else.
 std::optional<int64_t> parseTime(const std::string &text);
+
+/// "POS=FILE[,FILE...]"; empty without a place or a file.
+std::optional<InterruptionPoint> parseInterruption(const std::string &text);
 
 /// "Name: value" in its two halves, blanks round the value cut; empty without a name or with a line break.
 std::optional<std::pair<std::string, std::string>> parseHeader(const std::string &text);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -18,7 +19,8 @@ namespace vexoplay {
 /// where that is asked for, and leaves a copy for the window.
 ///
 /// Threads:  Process on the engine's picture threads, one after the other; finish() and error() on any.
-/// Lock:     a private mutex round the bound at hand, its hash and file. Neither the window nor a command holds it
+/// Lock:     a private mutex round the bounds at hand, their hashes and files. Neither the window nor a command holds
+/// it
 ///           for longer than a few instructions.
 class PictureTap final : public vexo::IRenderMiddleware {
 public:
@@ -29,7 +31,9 @@ public:
         std::function<int()> playerId;                              ///< whose picture it is; takes no lock
         std::function<double()> speed;                              ///< takes no lock
         std::function<bool(int playerId, int64_t positionUs)> cut;  ///< true: the picture lies behind the end
-        std::function<void()> wake;                                 ///< a picture is in the slot; does not wait
+        std::function<void()> pass = [] {};                         ///< may hold the picture up, with a bound
+        std::function<void(int playerId, int64_t positionUs)> shown = [](int, int64_t) {};  ///< the same behind it
+        std::function<void()> wake;  ///< a picture is in the slot; does not wait
     };
 
     /// Throws std::runtime_error if a hash is asked for and cannot be made.
@@ -44,17 +48,21 @@ public:
     std::string error() const;
 
 private:
-    void closeBound();
+    struct Output {
+        int64_t hashed = 0;
+        std::optional<PictureHash> hash;
+        std::optional<Y4mWriter> writer;
+    };
+    void close(int playerId, Output &output);
     void changeBound(int playerId);
+    bool lastsBeside(int playerId, int entered) const;
 
     const Config config_;
     BoundLog &log_;
     PictureSlot &slot_;
     mutable std::mutex mutex_;
     int playerId_ = -1;
-    int64_t hashed_ = 0;
-    std::optional<PictureHash> hash_;
-    std::optional<Y4mWriter> writer_;
+    std::map<int, Output> outputs_;  ///< by player id: of the bound at hand, and of the one that it interrupts
     std::string error_;
 };
 

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace vexoplay {
 
@@ -16,7 +18,8 @@ enum EventNumber : int {
     kEventPrepared = 1000,
     kEventEnd = 1001,
     kEventFirstPresented = 1017,
-    kEventNoAnswer = 0,  ///< our own: neither prepared nor failed in time
+    kEventHandedBack = 10240,  ///< the programme goes on behind an interruption
+    kEventNoAnswer = 0,        ///< our own: neither prepared nor failed in time
 };
 
 /// One event as it reached the player.
@@ -25,7 +28,7 @@ struct PlayEvent {
     int ext1 = 0;
     int ext2 = 0;
     int timeline = 0;
-    int item = -1;
+    int item = -1;  ///< in the programme, or on timeline 1 among the interrupting files
     int playerId = -1;
     int64_t positionMs = 0;
     int64_t wallUs = 0;
@@ -33,6 +36,8 @@ struct PlayEvent {
     int height = 0;
     int nativeError = 0;  ///< of the error events
     std::string text;
+    std::vector<std::pair<int, std::string>> infos;  ///< what the library tells, by key
+    std::string url;                                 ///< of an interrupting file
 
     /// The item cannot go on.
     bool fatal() const {

@@ -21,6 +21,7 @@ public:
         event.ext1 = ext1;
         event.ext2 = ext2;
         event.timeline = static_cast<int>(id >> 16 & 0xFF);
+        if (event.timeline == 1) event.item = static_cast<int>(id >> 8 & 0xFF);
         if (msg == kEventSize) {
             event.width = param.getInt32(0);
             event.height = param.getInt32(1);

@@ -31,6 +31,7 @@ PlayerSession::PlayerSession(Programme &programme, BoundLog &log, Config config)
       config_(std::move(config)),
       player_(vexo::MixedCodecsPlayer::create()),
       listener_(std::make_shared<PlayerListener>([this](PlayEvent event) { onEvent(std::move(event)); })),
+      interruption_(config_.interruptions, config_.interruptWith, config_.headers),
       speed_(config_.speed),
       volume_(config_.volume.value_or(-1.0)),
       muted_(config_.mute) {
@@ -51,10 +52,14 @@ void PlayerSession::attach(std::shared_ptr<PictureTap> tap) {
 
 void PlayerSession::begin() {
     player_->stop(true);
+    interruption_.rearm();
+    postponed_.clear();
+    pausedAside_ = -1;
     const auto component = std::make_shared<oriplayer::PlayComponent>();
     component->playList = programme_.build(config_.headers);
     player_->setDataSource({component}, 1, nullptr);
-    finished_ = paused_ = presented_ = endReached_ = false;
+    finished_ = false;
+    paused_ = presented_ = endReached_ = false;
     forgivenUs_ = steadyUs();
     // A seek chooses the first item by itself; preparing first would open one that is not wanted.
     if (config_.startMs > 0) {
@@ -69,6 +74,7 @@ void PlayerSession::begin() {
 
 void PlayerSession::close() {
     if (!player_) return;
+    interruption_.rearm();  // holds no picture up any more
     player_->stop(true);
     player_->setListener(nullptr);
     if (tap_) {
@@ -97,16 +103,19 @@ void PlayerSession::learnLengths(const Current &current) {
 }
 
 void PlayerSession::onEvent(PlayEvent event) {
-    const Current current = observe();
-    event.item = current.item;
-    event.playerId = current.playerId;
     event.wallUs = steadyUs();
+    place(event);
+    const Current current{event.playerId, event.timeline == 0 ? event.item : -1};
     player_->getCurrentPosition(&event.positionMs, 0);
     if (event.number == kEventPrepared) {
         log_.prepared(current.playerId);
         applySettings();
     } else {
         learnLengths(current);
+    }
+    if (event.number == kEventHandedBack) applySettings();
+    if (event.number == kEventEnd && event.timeline == 0) {
+        for (const int key : config_.infoKeys) event.infos.emplace_back(key, info(key));
     }
     if (event.number == kEventFirstPresented) presented_ = true;
     {
@@ -143,12 +152,23 @@ std::vector<PlayEvent> PlayerSession::poll() {
     }
     watch(events);
     for (PlayEvent &event : events) {
+        if (event.number == kEventHandedBack) handBack();
         if (!event.fatal()) continue;
+        if (event.timeline == 1) {
+            abandon(event);
+            continue;
+        }
+        if (interruption_.active()) {
+            postponed_.push_back(event);
+            continue;
+        }
         const std::optional<BoundRecord> bound = log_.find(event.playerId);
         // An item whose pictures are seen has been opened: this event was waiting when its own item was left.
         const bool stale = bound && bound->pictures > 0 && event.number < kEventReadFailed && event.number != 0;
         if (!stale && bound && !bound->failed) leave(event);
     }
+    interruptSound();
+    if (interruption_.waiting() && !interruption_.active()) beginInterruption();
     return events;
 }
 
@@ -201,7 +221,7 @@ void PlayerSession::keepPaused() {
 }
 
 bool PlayerSession::ended() {
-    if (!begun_) return false;
+    if (!begun_ || interruption_.active()) return false;
     if (config_.endMs && positionMs() >= *config_.endMs) endReached_ = true;
     // Behind the last item the timeline stops and has no current period any more.
     return finished_ || endReached_ || !player_->getActivePeriod();
@@ -210,10 +230,12 @@ bool PlayerSession::ended() {
 void PlayerSession::togglePause() {
     paused_ = !paused_;
     if (paused_) {
+        pausedAside_ = interruption_.active() ? player_->getActiveID() : -1;
         player_->pause();
-    } else {
-        player_->start();
+        return;
     }
+    player_->start(pausedAside_ < 0 ? 0 : 1);
+    if (pausedAside_.exchange(-1) >= 0) applySettings();
 }
 
 Programme::Place PlayerSession::seekBy(int64_t milliseconds) {
@@ -234,6 +256,7 @@ Programme::Place PlayerSession::seekTo(int64_t positionMs) {
 }
 
 bool PlayerSession::next() {
+    if (interruption_.active()) return skipInterruption();
     const int current = item();
     if (current < 0 || current + 1 >= programme_.size()) return false;
     if (programme_.shape() == Programme::Shape::kPeriodEach) return goToNextPeriod();
@@ -281,13 +304,15 @@ int PlayerSession::item() {
 }
 
 int PlayerSession::playerId() const {
-    return player_->getActiveID();
+    // A paused interruption is not the active one for the library.
+    const int pausedAside = pausedAside_;
+    return pausedAside >= 0 ? pausedAside : player_->getActiveID();
 }
 
 bool PlayerSession::liesBehindEnd(int playerId, int64_t positionUs) {
     if (!config_.endMs) return false;
     const std::optional<BoundRecord> bound = log_.find(playerId);
-    if (!bound || bound->item < 0) return false;
+    if (!bound || bound->item < 0 || bound->timeline != 0) return false;
     if (programme_.startMs(bound->item) * 1000 + positionUs < *config_.endMs * 1000) return false;
     endReached_ = true;
     config_.wake();

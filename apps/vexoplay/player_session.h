@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bound_log.h"
+#include "interruption.h"
 #include "play_event.h"
 #include "programme.h"
 
@@ -26,9 +27,9 @@ class PlayerListener;
 /// fails: it is left, the rest plays on.
 ///
 /// Threads:  commands and poll() on the main thread. The library's threads only note events and send settings; they
-///           wait for nobody. playerId(), speed() and liesBehindEnd() are for the picture thread and take no lock that
-///           a command holds.
-/// Lock:     events_mutex_, a leaf round the events not fetched yet.
+///           wait for nobody. playerId(), speed(), liesBehindEnd() and the two with pictures are for the picture thread
+///           and take no lock that a command holds.
+/// Lock:     events_mutex_, a leaf round the events not fetched yet and what is interrupted.
 class PlayerSession {
 public:
     /// An item that is neither prepared nor failed by then counts as failed; the engine's own bound for opening is 8 s.
@@ -43,6 +44,9 @@ public:
         Programme::Headers headers;
         int64_t startMs = 0;
         std::optional<int64_t> endMs;
+        std::vector<InterruptionPoint> interruptions;
+        std::vector<std::string> interruptWith;
+        std::vector<int> infoKeys;   ///< texts that each end of an item brings along
         std::function<void()> wake;  ///< something is to be polled; any thread, does not wait
     };
 
@@ -72,6 +76,12 @@ public:
     void setSpeed(double speed);
     void setVolume(double volume);
     void toggleMute();
+    /// Lets the files of interruptWith play at the next picture. False if that is not possible now.
+    bool interrupt();
+    /// An interruption plays; seeking has to wait for its end.
+    bool interrupted() const { return interruption_.active(); }
+    /// What the library tells of the playback at hand under `key`.
+    std::string info(int key) const;
     /// The process has been stopped meanwhile: time that passed counts against nobody.
     void forgive();
 
@@ -88,6 +98,9 @@ public:
     /// Sound or pictures have been presented since the last begin().
     bool presented() const { return presented_; }
     bool liesBehindEnd(int playerId, int64_t positionUs);
+    /// Both may hold the picture thread up while an interruption begins, for half a second at most.
+    void passPicture() { interruption_.gate().pass(); }
+    void pictureShown(int playerId, int64_t positionUs);
 
 private:
     struct Current {
@@ -105,17 +118,25 @@ private:
     bool goToNextPeriod();
     void keepPaused();
 
+    void place(PlayEvent &event);
+    void beginInterruption();
+    void interruptSound();
+    void handBack();
+    void abandon(const PlayEvent &event);
+    bool skipInterruption();
+
     Programme &programme_;
     BoundLog &log_;
     const Config config_;
     std::shared_ptr<vexo::MixedCodecsPlayer> player_;
     std::shared_ptr<PlayerListener> listener_;
     std::shared_ptr<PictureTap> tap_;
+    Interruption interruption_;
 
     // The main thread's own.
     bool begun_ = false;
     bool finished_ = false;
-    bool paused_ = false;
+    std::vector<PlayEvent> postponed_;  ///< items that failed while an interruption played
     int64_t lastSeekMs_ = 0;
     int64_t lastSeekUs_ = 0;
     int64_t forgivenUs_ = 0;
@@ -123,10 +144,13 @@ private:
     std::atomic<double> speed_;
     std::atomic<double> volume_;  ///< below 0: never set
     std::atomic<bool> muted_;
+    std::atomic<bool> paused_{false};
+    std::atomic<int> pausedAside_{-1};  ///< id of an interruption's engine player that stands paused
     std::atomic<bool> presented_{false};
     std::atomic<bool> endReached_{false};
 
-    std::mutex events_mutex_;
+    mutable std::mutex events_mutex_;
+    Current interrupted_;  ///< what waits for the end of the interruption
     std::vector<PlayEvent> events_;
 };
 
