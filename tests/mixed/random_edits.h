@@ -1,0 +1,192 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "base/oriplayer/play_list.h"
+#include "mixed/mixed_codecs_player.h"
+
+namespace random_edits {
+
+struct Clip {
+    std::string url;
+    int64_t durationMs;
+};
+
+/// Edits, skips and seeks both timelines of a player at random, and knows what they must hold then.
+/// Threads: one; what the seed makes of it differs from run to run by the engine's threads only.
+class Editor {
+public:
+    using PeriodPtr = std::shared_ptr<oriplayer::IPeriod>;
+
+    Editor(vexo::MixedCodecsPlayer &player, unsigned seed, std::vector<Clip> clips)
+        : player_(player), random_(seed), clips_(std::move(clips)) {
+        auto component = std::make_shared<oriplayer::PlayComponent>();
+        component->playList = list_;
+        player_.setDataSource({component}, 1, nullptr);
+        for (int id : {0, 1, 0, 1, 0, 1}) insert(id);
+        play(0);
+    }
+
+    /// One edit or command. What has ended or lost its last period begins again.
+    void step() {
+        const int id = pick(3) == 0 ? 1 : 0;
+        switch (pick(10)) {
+            case 0:
+            case 1:
+                held_[id].size() < 8 ? insert(id) : remove(id);
+                break;
+            case 2:
+                replace(id);
+                break;
+            case 3:
+                remove(id);
+                break;
+            case 4:
+                player_.goNext(coin());
+                break;
+            case 5:
+                player_.seekTo(pick(static_cast<int>(length(id)) + 1000), pick(2));
+                break;
+            case 6:
+                player_.seekCurrentPeriodTo(pick(30'000), pick(2));
+                break;
+            case 7:
+                coin() ? play(id) : static_cast<void>(player_.start(id));
+                break;
+            case 8:
+                coin() ? player_.pause() : player_.start(player_.getActiveIndex());
+                break;
+            default:
+                break;  // the engine's turn
+        }
+        if (!player_.getActivePeriod()) play(0);
+    }
+
+    /// The caller's play list holds period by period what the edits have made.
+    void checkList() {
+        ASSERT_EQ(list_->getPeriodCount(), static_cast<int>(held_[0].size()));
+        for (std::size_t i = 0; i < held_[0].size(); ++i) {
+            ASSERT_EQ(list_->getPeriod(static_cast<int>(i)), held_[0][i]) << "period " << i;
+        }
+    }
+
+    /// So does the timeline, bound by bound.
+    void checkTimeline(int id) {
+        while (held_[id].empty()) insert(id);
+        int64_t begin = 0;
+        for (const PeriodPtr &period : held_[id]) {
+            const int sources = period->isMixedCodecs() ? period->getSourceCount() : 1;
+            for (int i = 0; i < sources; ++i) {
+                const auto source = period->getSource(i);
+                const int64_t bound = sources > 1 ? length(*source) : length(*period);
+                ASSERT_TRUE(holdsAt(id, begin + bound / 2, source)) << begin << " ms of timeline " << id;
+                begin += bound;
+            }
+        }
+    }
+
+    int pick(int count) { return std::uniform_int_distribution<int>(0, count - 1)(random_); }
+
+private:
+    bool coin() { return pick(2) == 0; }
+
+    /// Whole or mixed, one to three sources; now and then a mixed one of none, which takes no place.
+    PeriodPtr make() {
+        auto period = oriplayer::IPeriod::create();
+        const bool mixed = coin();
+        const bool nothing = mixed && pick(8) == 0;
+        Clip clip = clips_[static_cast<std::size_t>(pick(static_cast<int>(clips_.size())))];
+        for (int i = nothing ? 0 : 1 + pick(3); i > 0; --i) {
+            if (mixed) clip = clips_[static_cast<std::size_t>(pick(static_cast<int>(clips_.size())))];
+            period->addSource(
+                oriplayer::ISource::create(clip.url.c_str(), static_cast<double>(clip.durationMs) / 1000.0));
+        }
+        period->setMixedCodecs(mixed);
+        return period;
+    }
+    void insert(int id) {
+        auto &held = held_[id];
+        const int position = pick(static_cast<int>(held.size()) + 2) - 1;
+        const PeriodPtr period = make();
+        player_.addPeriod(id, position, period, nullptr);
+        if (period->getSourceCount() > 0) held.insert(position < 0 ? held.end() : held.begin() + position, period);
+    }
+    void replace(int id) {
+        auto &held = held_[id];
+        const int index = pick(static_cast<int>(held.size()) + 1);  // also one too far
+        const PeriodPtr period = make();
+        player_.changePeriod(id, index, period, nullptr);
+        if (static_cast<std::size_t>(index) == held.size()) return;
+        held[static_cast<std::size_t>(index)] = period;
+        if (period->getSourceCount() == 0) held.erase(held.begin() + index);
+    }
+    void remove(int id) {
+        auto &held = held_[id];
+        const int index = pick(static_cast<int>(held.size()) + 1);
+        player_.delPeriod(id, index);
+        if (static_cast<std::size_t>(index) < held.size()) held.erase(held.begin() + index);
+    }
+    void play(int id) {
+        player_.prepareAsync(id);
+        player_.start(id);
+    }
+
+    /// An end that still waits in a queue may move the timeline on behind our back, hence some tries; where it holds
+    /// something else, all of them fail.
+    bool holdsAt(int id, int64_t positionMs, const std::shared_ptr<oriplayer::ISource> &source) {
+        for (int i = 0; i < 20; ++i) {
+            player_.start(id);
+            if (player_.getActiveIndex() != id || !player_.getActivePeriod()) play(id);
+            player_.seekTo(static_cast<int>(positionMs), 0);
+            const PeriodPtr played = player_.getActivePeriod();
+            int64_t duration = -1;
+            player_.getDuration(&duration);
+            if (played && played->getSource(0) == source && duration == length(id)) return true;
+            std::this_thread::yield();
+        }
+        return false;
+    }
+
+    static int64_t length(oriplayer::ISource &source) {
+        double seconds = 0.0;
+        source.getDuration(0, &seconds);
+        return static_cast<int64_t>(seconds * 1000.0);
+    }
+    static int64_t length(oriplayer::IPeriod &period) {
+        int64_t total = 0;
+        for (int i = 0; i < period.getSourceCount(); ++i) total += length(*period.getSource(i));
+        return total;
+    }
+    int64_t length(int id) const {
+        int64_t total = 0;
+        for (const PeriodPtr &period : held_[id]) total += length(*period);
+        return total;
+    }
+
+    vexo::MixedCodecsPlayer &player_;
+    std::mt19937 random_;
+    const std::vector<Clip> clips_;
+    const std::shared_ptr<oriplayer::IPlayList> list_ = oriplayer::IPlayList::create();
+    std::array<std::vector<PeriodPtr>, 2> held_;
+};
+
+/// Two seeds that stay and a fresh one, which is printed.
+inline std::array<unsigned, 3> seeds() {
+    const unsigned fresh = std::random_device()();
+    std::printf("fresh seed of the random edits: %u\n", fresh);
+    std::fflush(stdout);
+    return {1, 20'240'229, fresh};
+}
+
+}  // namespace random_edits

@@ -1,0 +1,52 @@
+#include "mixed/random_edits.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "mixed/player_fixture.h"
+
+namespace vexo {
+namespace {
+
+class RandomEdits : public PlayerTest {
+protected:
+    /// Everything anew, and the engine's players are counted from their creation to their stop: a query of another
+    /// thread may hold a stopped one a moment longer.
+    void restart() {
+        TearDown();
+        listener = std::make_shared<fake::RecordingListener>();
+        SetUp();
+        running_ = mostRunning_ = 0;
+        engine.autoPrepare = true;
+        engine.onCall([this](const std::string &entry) {
+            if (entry.ends_with(".stop")) --running_;
+            if (entry.ends_with(".create")) mostRunning_ = std::max(mostRunning_.load(), ++running_);
+        });
+    }
+
+    std::atomic<int> running_{0};
+    std::atomic<int> mostRunning_{0};
+};
+
+TEST_F(RandomEdits, OfAPlayingList_LeaveTimelineAndPlayListEqual) {
+    for (const unsigned seed : random_edits::seeds()) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        restart();
+        {
+            random_edits::Editor editor(*player, seed, {{"a", 10'000}, {"b", 7'000}, {"c", 500}});
+            for (int i = 0; i < 1000 && !HasFailure(); ++i) {
+                SCOPED_TRACE("edit " + std::to_string(i));
+                editor.step();
+                editor.checkList();
+                if (editor.pick(6) == 0) engine.postLater("p" + std::to_string(engine.created()), 1001);
+            }
+            for (const int timeline : {0, 1}) editor.checkTimeline(timeline);
+        }
+        EXPECT_LE(mostRunning_, 2) << "one a timeline";
+        player.reset();
+        EXPECT_EQ(engine.living(), 0);
+    }
+}
+
+}  // namespace
+}  // namespace vexo
