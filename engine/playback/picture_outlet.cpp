@@ -76,6 +76,7 @@ void PictureOutlet::render(const Picture &picture, int64_t lateUs) {
     std::array<PlaneEntry, 3> planes{};
     for (std::size_t i = 0; i < planes.size(); ++i) planes[i] = {frame.linesize[i], frame.data[i]};
     VideoPicture video{frame.width, frame.height, 0, {}, planes.data()};
+    stage_.settings.crop().apply(video);
     const auto positionUs = static_cast<uint64_t>(picture.playUs - picture.baseUs);
     RenderRecord record{};
     record.words[kRenderPositionLow] = static_cast<uint32_t>(positionUs);

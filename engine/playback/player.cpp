@@ -1,6 +1,7 @@
 #include "playback/player.h"
 
 #include <new>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -118,8 +119,11 @@ int PlayerImpl::setVideoSurface(void *, bool, int) {
     return 0;
 }
 
-int PlayerImpl::setRenderConfig(int number, const Param &, int) {
-    return result(number == kRenderCrop);
+int PlayerImpl::setRenderConfig(int number, const Param &value, int) {
+    if (number != kRenderCrop) return -1;
+    const std::optional<Crop> crop = Crop::read(value);
+    if (crop) stage_.settings.setCrop(*crop);
+    return result(crop.has_value());
 }
 
 int PlayerImpl::setFilter(int, StringMap &, int) {

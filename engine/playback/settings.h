@@ -7,6 +7,7 @@
 
 #include "base/oriplayer/listener.h"
 #include "base/oriplayer/render_pipeline.h"
+#include "playback/crop.h"
 
 namespace protocols {
 class IConfigure;
@@ -31,6 +32,8 @@ public:
     void setUserAgent(std::string userAgent) { put(userAgent_, userAgent); }
     std::string audioDevice() const { return get(audioDevice_); }
     void setAudioDevice(std::string name) { put(audioDevice_, name); }
+    Crop crop() const { return get(crop_); }
+    void setCrop(Crop crop) { put(crop_, crop); }
 
 private:
     template <typename T> T get(const T &slot) const {
@@ -50,6 +53,7 @@ private:
     std::shared_ptr<protocols::IReporter> reporter_;
     std::string userAgent_;
     std::string audioDevice_;
+    Crop crop_;
 };
 
 }  // namespace oriplayer

@@ -62,8 +62,10 @@ inline std::vector<std::shared_ptr<oriplayer::PlayComponent>> componentsOf(const
 /// The pictures of one engine player.
 struct Shown {
     int playerId = -1;
-    std::vector<int> numbers;  ///< as written into the clips' pictures
+    std::vector<int> numbers{};  ///< as written into the clips' pictures
     std::string md5;
+    int width = 0;  ///< of the last picture
+    int height = 0;
 };
 
 /// Sees every picture of the process while it is registered.
@@ -83,9 +85,11 @@ public:
         const int id = player->getActiveID();
         if (shown_.empty() || shown_.back().playerId != id) {
             closeSum();
-            shown_.push_back({id, {}, {}});
+            shown_.emplace_back().playerId = id;
         }
         shown_.back().numbers.push_back(support::pictureNumber(picture));
+        shown_.back().width = picture.width;
+        shown_.back().height = picture.height;
         add(picture);
         changed_.notify_all();
         return true;
