@@ -10,7 +10,8 @@ namespace oriplayer {
 namespace {
 
 constexpr int kRate = 48'000;
-constexpr Uint16 kBlockFrames = 1024;  // 21 ms: what desktop sound services take without crackling
+// 20 ms: what desktop sound services take without crackling, and whole milliseconds, which timer-driven drivers keep to.
+constexpr Uint16 kBlockFrames = 960;
 constexpr std::chrono::seconds kStall{2};
 
 int64_t nanoseconds(SoundTime time) {

@@ -153,6 +153,14 @@ void AudioRenderer::start() {
     if (impl_->current) impl_->current.voice->start();
 }
 
+void AudioRenderer::startAt(int64_t positionUs) {
+    const std::lock_guard lock(impl_->mutex);
+    const SoundTime now = steadyNow();
+    if (!impl_->running) impl_->runningSince = now;
+    impl_->running = true;
+    if (impl_->current) impl_->current.voice->startAt(positionUs, now, impl_->speed);
+}
+
 void AudioRenderer::pause() {
     const std::lock_guard lock(impl_->mutex);
     impl_->running = false;

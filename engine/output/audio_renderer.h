@@ -43,6 +43,9 @@ public:
     void uninterrupt();  ///< push may wait again
 
     void start();
+    /// Behind open or flush: `positionUs` is presented now, and sound falls in at its place when the device asks for
+    /// it.
+    void startAt(int64_t positionUs);
     void pause();
     void setVolume(float volume);  ///< 0..1
     float volume() const;

@@ -109,6 +109,7 @@ void AudioVoice::flush() {
     hasEnd_ = false;
     finished_ = false;
     restarts_ = true;
+    appointment_.reset();
     lastAnswerUs_ = INT64_MIN;
     transport_ = 0.0F;
     roomChanged_.notify_all();
@@ -147,9 +148,32 @@ void AudioVoice::start() {
     running_ = true;
 }
 
+void AudioVoice::startAt(int64_t positionUs, SoundTime at, double speed) {
+    const std::lock_guard lock(mutex_);
+    running_ = true;
+    appointment_ = Appointment{static_cast<double>(positionUs), at, speed};
+}
+
 void AudioVoice::pause() {
     const std::lock_guard lock(mutex_);
     running_ = false;
+    appointment_.reset();
+}
+
+// With the lock. The fade that every start has follows behind the cut.
+void AudioVoice::fallIn(SoundTime heardAt) {
+    if (!appointment_) return;
+    const auto appointment = *appointment_;
+    appointment_.reset();
+    if (!restarts_) return;
+    constexpr double kMostUs = 200'000.0;  // two buffers of a slow device
+    const std::chrono::duration<double, std::micro> waited = heardAt - appointment.at;
+    const double lateUs = appointment.positionUs + waited.count() * appointment.speed - positionOf(read_);
+    const double usPerFrame = markOf(read_).usPerFrame;
+    if (lateUs <= 0.0 || lateUs > kMostUs || usPerFrame <= 0.0) return;
+    const auto frames = static_cast<std::size_t>(lateUs / usPerFrame);
+    read_ += static_cast<int64_t>(std::min(frames, queued() - 1));
+    dropMarks();
 }
 
 void AudioVoice::setVolume(float volume) {
@@ -194,6 +218,7 @@ void AudioVoice::mix(float *out, std::size_t frames, SoundTime heardAt) {
         transport_ = 0.0F;
         return;
     }
+    fallIn(heardAt);
     const double startUs = positionOf(read_);
     const std::size_t count = mixQueue(out, frames);
     // The last frame's own length belongs to the block, also where the next frame's position jumps.

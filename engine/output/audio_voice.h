@@ -32,6 +32,9 @@ public:
     void uninterrupt();
 
     void start();
+    /// The same for sound of which nothing was heard yet: `positionUs` belongs to the moment `at`, and time does not
+    /// wait. What the device asks for later than that is cut, so that sound falls in at its place.
+    void startAt(int64_t positionUs, SoundTime at, double speed);
     void pause();
     void setVolume(float volume);
     void setMuted(bool muted);
@@ -75,6 +78,7 @@ private:
     void mixTail(float *out, std::size_t frames);
     void saveTail();
     void clearQueue();
+    void fallIn(SoundTime heardAt);
     float nextGain();
     std::size_t queued() const { return static_cast<std::size_t>(written_ - read_); }
     std::optional<int64_t> positionLocked(SoundTime now) const;
@@ -106,6 +110,12 @@ private:
     std::size_t tailFrames_ = 0;
     std::size_t tailRead_ = 0;
 
+    struct Appointment {
+        double positionUs = 0.0;
+        SoundTime at;
+        double speed = 1.0;
+    };
+    std::optional<Appointment> appointment_;
     std::optional<Block> block_;
     SoundTime firstHeardAt_;
     bool restarts_ = true;  ///< the next block is the first since a flush or since the queue ran dry

@@ -22,6 +22,7 @@ void PlayClock::setTo(int64_t playUs, uint32_t generation) {
     generation_ = generation;
     if (running_) sound_.pause();
     running_ = false;
+    fresh_ = true;
 }
 
 void PlayClock::soundIsOf(uint32_t generation) {
@@ -43,9 +44,14 @@ bool PlayClock::run(const std::atomic<bool> &wanted, bool awaitSound) {
     const auto now = steady_clock::now();
     running_ = true;
     anchorTime_ = now;
-    awaitingSound_ = awaitSound && !soundLost_;
+    awaitingSound_ = awaitSound && !soundLost_ && !fresh_;
     awaitUntil_ = now + kAwaitSound;
-    sound_.start();
+    if (fresh_) {
+        sound_.startAt(anchorUs_);
+    } else {
+        sound_.start();
+    }
+    fresh_ = false;
     return true;
 }
 
@@ -53,6 +59,7 @@ void PlayClock::hold() {
     std::lock_guard lock(mutex_);
     standLocked();
     running_ = false;
+    fresh_ = false;
     sound_.pause();
 }
 

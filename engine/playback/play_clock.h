@@ -25,8 +25,8 @@ public:
     void soundIsOf(uint32_t generation);
     /// The device is lost: the renderer's position counts no more.
     void abandonSound();
-    /// Lets time and sound run if `wanted` is still set. With `awaitSound` time stands until sound is heard, at most
-    /// 300 ms, so that it need not jump back.
+    /// Lets time and sound run if `wanted` is still set. With `awaitSound` behind a pause time stands until sound is
+    /// heard, at most 300 ms, so that it need not jump back; behind setTo() the sound falls in where time is by then.
     bool run(const std::atomic<bool> &wanted, bool awaitSound);
     void hold();
     void setSpeed(double speed);
@@ -67,6 +67,7 @@ private:
     SteadyTime awaitUntil_;
     double speed_ = 1.0;
     bool running_ = false;
+    bool fresh_ = false;  ///< set to a moment and not run since: sound falls in, time does not wait for it
     bool soundLost_ = false;
     uint32_t generation_ = 0;
     uint32_t soundGeneration_ = 0;
