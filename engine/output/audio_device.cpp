@@ -10,8 +10,7 @@ namespace oriplayer {
 namespace {
 
 constexpr int kRate = 48'000;
-// 20 ms: what desktop sound services take without crackling, and whole milliseconds, which timer-driven drivers keep to.
-constexpr Uint16 kBlockFrames = 960;
+constexpr Uint16 kBlockFrames = 1024;  // 21 ms: what desktop sound services take without crackling
 constexpr std::chrono::seconds kStall{2};
 
 int64_t nanoseconds(SoundTime time) {

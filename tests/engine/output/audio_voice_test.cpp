@@ -57,6 +57,20 @@ TEST_F(Voice, Position_IsWhatIsHeardAtThatMoment) {
     EXPECT_NEAR(static_cast<double>(voice.bufferedUs(begin + 40ms)), 60'000, 2);
 }
 
+TEST_F(Voice, StartAt_CutsWhatTheDeviceAsksForTooLate) {
+    write(9600, 700'000);
+    voice.startAt(700'000, heardAt - 50ms, 1.0);
+    const SoundTime begin = heardAt;
+    mix();
+    EXPECT_NEAR(static_cast<double>(*voice.positionUs(begin)), 750'000, 30);
+    voice.flush();
+    write(9600, 700'000);
+    voice.startAt(700'000, heardAt - 500ms, 1.0);
+    const SoundTime later = heardAt;
+    mix();
+    EXPECT_EQ(voice.positionUs(later), 700'000) << "too far behind for a device: nothing is cut";
+}
+
 TEST_F(Voice, Speed_PositionsCountTheSourcesTime) {
     write(4800, 0, 2.0);
     voice.start();
