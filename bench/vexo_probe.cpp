@@ -8,7 +8,7 @@
 //
 // Last line: {"t_main":ms, "t_ready":ms, "t_end":ms, "cpu_ready_s":s, "cpu_s":s, "rss_kb":n,
 // "pictures":[[ms,clip,frame],...], "seeks":[[ms,frame],...]}, or {"error":"..."}. Milliseconds are CLOCK_MONOTONIC.
-// With --preload the file is a preload task that is warm before t_ready: what a switch of bounds waits for.
+// With --preload the source is set and its preload task is warm before t_ready: the rest is what a switch waits for.
 #include <sys/resource.h>
 
 #include <bit>
@@ -214,11 +214,14 @@ int main(int count, char **arguments) {
     player->setListener(watch);
     vexo::RenderManager::Instance().AddMiddleware(watch);
     player->setVideoPipelineEnable(true);
-    if (order->preload && !preloadNow(order->files[0])) return fail("preload");
+    if (order->preload) {
+        player->setDataSource({programmeOf(*order)}, 1, nullptr);
+        if (!preloadNow(order->files[0])) return fail("preload");
+    }
 
     const double readyMs = nowMs();
     const double readyCpu = cpuSeconds();
-    player->setDataSource({programmeOf(*order)}, 1, nullptr);
+    if (!order->preload) player->setDataSource({programmeOf(*order)}, 1, nullptr);
     player->prepareAsync();
     player->start();
     std::vector<std::pair<double, int>> seeks;
