@@ -124,7 +124,7 @@ TEST(Parameters, TakeWhatFitsAndRefuseTheRest) {
     for (const int number : {3301, 3302, 3303, 3612, 3613, 5}) {
         EXPECT_EQ(set(number, [](Param &p) { p.putInt32(1); }), -1) << number;
     }
-    EXPECT_EQ(player->setRenderConfig(2011, Param(), 0), 0);
+    EXPECT_EQ(player->setRenderConfig(2011, Param(), 0), -1) << "no values are no crop";
     EXPECT_EQ(player->setRenderConfig(2014, Param(), 0), -1);
     oriplayer::StringMap map;
     EXPECT_EQ(player->setFilter(5, map, -1), -1);
