@@ -23,14 +23,17 @@ struct Clip {
     int64_t durationMs;
 };
 
+/// Whether the lengths that the periods declare are those that the engine tells, at any time.
+enum class Lengths { kAsDeclared, kOfTheEngine };
+
 /// Edits, skips and seeks both timelines of a player at random, and knows what they must hold then.
 /// Threads: one; what the seed makes of it differs from run to run by the engine's threads only.
 class Editor {
 public:
     using PeriodPtr = std::shared_ptr<oriplayer::IPeriod>;
 
-    Editor(vexo::MixedCodecsPlayer &player, unsigned seed, std::vector<Clip> clips)
-        : player_(player), random_(seed), clips_(std::move(clips)) {
+    Editor(vexo::MixedCodecsPlayer &player, unsigned seed, std::vector<Clip> clips, Lengths lengths)
+        : player_(player), random_(seed), clips_(std::move(clips)), lengths_(lengths) {
         auto component = std::make_shared<oriplayer::PlayComponent>();
         component->playList = list_;
         player_.setDataSource({component}, 1, nullptr);
@@ -81,19 +84,13 @@ public:
         }
     }
 
-    /// So does the timeline, bound by bound.
+    /// So does the timeline. An end that still waits in a queue may move it on behind our back, hence some tries; where
+    /// it holds something else, all of them fail.
     void checkTimeline(int id) {
         while (held_[id].empty()) insert(id);
-        int64_t begin = 0;
-        for (const PeriodPtr &period : held_[id]) {
-            const int sources = period->isMixedCodecs() ? period->getSourceCount() : 1;
-            for (int i = 0; i < sources; ++i) {
-                const auto source = period->getSource(i);
-                const int64_t bound = sources > 1 ? length(*source) : length(*period);
-                ASSERT_TRUE(holdsAt(id, begin + bound / 2, source)) << begin << " ms of timeline " << id;
-                begin += bound;
-            }
-        }
+        bool equal = false;
+        for (int i = 0; i < 50 && !equal; ++i) equal = walk(id);
+        EXPECT_TRUE(equal) << "timeline " << id;
     }
 
     int pick(int count) { return std::uniform_int_distribution<int>(0, count - 1)(random_); }
@@ -142,20 +139,20 @@ private:
         player_.start(id);
     }
 
-    /// An end that still waits in a queue may move the timeline on behind our back, hence some tries; where it holds
-    /// something else, all of them fail.
-    bool holdsAt(int id, int64_t positionMs, const std::shared_ptr<oriplayer::ISource> &source) {
-        for (int i = 0; i < 20; ++i) {
-            player_.start(id);
-            if (player_.getActiveIndex() != id || !player_.getActivePeriod()) play(id);
-            player_.seekTo(static_cast<int>(positionMs), 0);
+    /// From the first period to the last, and no further.
+    bool walk(int id) {
+        play(0);
+        if (id == 1) play(1);
+        int64_t duration = -1;
+        player_.getDuration(&duration);
+        if (lengths_ == Lengths::kAsDeclared && duration != length(id)) return false;
+        for (const PeriodPtr &period : held_[id]) {
             const PeriodPtr played = player_.getActivePeriod();
-            int64_t duration = -1;
-            player_.getDuration(&duration);
-            if (played && played->getSource(0) == source && duration == length(id)) return true;
-            std::this_thread::yield();
+            if (player_.getActiveIndex() != id || !played || played->getSource(0) != period->getSource(0)) return false;
+            if (period != held_[id].back()) player_.goNext(false);
         }
-        return false;
+        const int result = player_.goNext(false);  // behind the isolated timeline's last period the main one goes on
+        return id == 0 ? result == -1 : player_.getActiveIndex() == 0;
     }
 
     static int64_t length(oriplayer::ISource &source) {
@@ -177,6 +174,7 @@ private:
     vexo::MixedCodecsPlayer &player_;
     std::mt19937 random_;
     const std::vector<Clip> clips_;
+    const Lengths lengths_;
     const std::shared_ptr<oriplayer::IPlayList> list_ = oriplayer::IPlayList::create();
     std::array<std::vector<PeriodPtr>, 2> held_;
 };
