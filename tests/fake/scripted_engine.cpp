@@ -44,12 +44,10 @@ struct ScriptedEngine::State {
     std::vector<std::string> log;
     std::vector<ParameterCall> parameterCalls;
     std::vector<FilterCall> filterCalls;
-    std::vector<Report> reports;
     std::function<void(const std::string &)> hook;
 
     std::shared_ptr<const int> session = std::make_shared<int>(0);
     std::map<std::string, std::shared_ptr<PlayerScript>> scripts;
-    std::map<std::string, std::weak_ptr<ScriptedPlayer>> players;
     std::map<std::string, std::shared_ptr<Voice>> voices;
     int lastId = 100;
     int created = 0;
@@ -61,8 +59,6 @@ struct ScriptedEngine::State {
     std::map<int, int> results;
     std::map<int, std::any> infos;
     std::optional<Download> download;
-    std::map<std::string, double> localDurations;
-    std::map<std::string, oriplayer::ProbeResult> probes;
     oriplayer::NetworkSwitchDomainCB domainCallback = nullptr;
 
     std::condition_variable changed;
@@ -114,10 +110,8 @@ void ScriptedEngine::reset() {
     state_->log.clear();
     state_->parameterCalls.clear();
     state_->filterCalls.clear();
-    state_->reports.clear();
     state_->hook = nullptr;
     state_->scripts.clear();
-    state_->players.clear();
     state_->voices.clear();
     state_->created = 0;
     state_->maxLiving = state_->living;
@@ -126,8 +120,6 @@ void ScriptedEngine::reset() {
     state_->results.clear();
     state_->infos.clear();
     state_->download.reset();
-    state_->localDurations.clear();
-    state_->probes.clear();
 }
 
 std::string ScriptedEngine::takeLog() {
@@ -148,11 +140,6 @@ std::vector<ParameterCall> ScriptedEngine::takeParameterCalls() {
 std::vector<FilterCall> ScriptedEngine::takeFilterCalls() {
     const std::lock_guard<std::mutex> lock(state_->mutex);
     return takeAll(state_->filterCalls);
-}
-
-std::vector<Report> ScriptedEngine::takeReports() {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
-    return takeAll(state_->reports);
 }
 
 int ScriptedEngine::created() {
@@ -188,12 +175,6 @@ int ScriptedEngine::idOf(const std::string &name) {
     return found ? found->id : 0;
 }
 
-std::shared_ptr<oriplayer::IOriPlayer> ScriptedEngine::living(const std::string &name) {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
-    const auto found = state_->players.find(name);
-    return found == state_->players.end() ? nullptr : found->second.lock();
-}
-
 template <typename T>
 std::shared_ptr<T> ScriptedEngine::given(const std::string &name, std::shared_ptr<T> Voice::*what) {
     const auto found = voice(name);
@@ -210,10 +191,6 @@ std::shared_ptr<protocols::IReporter> ScriptedEngine::reporterOf(const std::stri
     return given(name, &Voice::reporter);
 }
 
-std::shared_ptr<protocols::IConfigure> ScriptedEngine::configureOf(const std::string &name) {
-    return given(name, &Voice::configure);
-}
-
 void ScriptedEngine::failCreates(int count) {
     const std::lock_guard<std::mutex> lock(state_->mutex);
     state_->failing = count;
@@ -222,11 +199,6 @@ void ScriptedEngine::failCreates(int count) {
 void ScriptedEngine::answerParameter(int number, const oriplayer::Param &value) {
     const std::lock_guard<std::mutex> lock(state_->mutex);
     state_->answers[number] = value;
-}
-
-void ScriptedEngine::forgetParameter(int number) {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
-    state_->answers.erase(number);
 }
 
 void ScriptedEngine::resultOf(int number, int result) {
@@ -242,16 +214,6 @@ void ScriptedEngine::answerInfo(int key, std::any value) {
 void ScriptedEngine::answerDownload(double bytesPerSecond, int status) {
     const std::lock_guard<std::mutex> lock(state_->mutex);
     state_->download = State::Download{bytesPerSecond, status};
-}
-
-void ScriptedEngine::answerLocalDuration(const std::string &path, double seconds) {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
-    state_->localDurations[path] = seconds;
-}
-
-void ScriptedEngine::answerProbe(const std::string &url, const oriplayer::ProbeResult &result) {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
-    state_->probes[url] = result;
 }
 
 oriplayer::NetworkSwitchDomainCB ScriptedEngine::domainCallback() {
@@ -294,7 +256,6 @@ std::shared_ptr<oriplayer::IOriPlayer> ScriptedEngine::create() {
             if (!script) script = std::make_shared<PlayerScript>();
             auto &voice = state_->voices[name] = std::make_shared<Voice>(++state_->lastId);
             player = std::make_shared<ScriptedPlayer>(name, voice, script, state_->session);
-            state_->players[name] = player;
             state_->maxLiving = std::max(state_->maxLiving, ++state_->living);
         }
     }
@@ -335,11 +296,6 @@ void ScriptedEngine::keep(FilterCall call) {
     state_->filterCalls.push_back(std::move(call));
 }
 
-void ScriptedEngine::report(Report report) {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
-    state_->reports.push_back(std::move(report));
-}
-
 bool ScriptedEngine::parameter(int number, oriplayer::Param &value) {
     const std::lock_guard<std::mutex> lock(state_->mutex);
     const auto found = state_->answers.find(number);
@@ -377,20 +333,6 @@ int ScriptedEngine::download(int playerId, oriplayer::cache_static_t *out) {
     *out = {};
     out->downloadSpeed = state_->download->speed;
     out->downloadStatus = state_->download->status;
-    return 0;
-}
-
-double ScriptedEngine::localDuration(const std::string &path) {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
-    const auto found = state_->localDurations.find(path);
-    return found == state_->localDurations.end() ? 0.0 : found->second;
-}
-
-int ScriptedEngine::probe(const std::string &url, oriplayer::ProbeResult &result) {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
-    const auto found = state_->probes.find(url);
-    if (found == state_->probes.end()) return -1;
-    result = found->second;
     return 0;
 }
 

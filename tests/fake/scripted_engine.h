@@ -70,12 +70,6 @@ struct FilterCall {
     int index;
 };
 
-struct Report {
-    std::string module;
-    std::string category;
-    std::string json;  ///< compact
-};
-
 class ScriptedPlayer;
 struct Voice;
 
@@ -93,7 +87,6 @@ public:
     std::atomic<bool> logQueries{false};
     std::vector<ParameterCall> takeParameterCalls();
     std::vector<FilterCall> takeFilterCalls();
-    std::vector<Report> takeReports();
     int created();
     int living();
     int maxLiving();  ///< the most that lived at one moment since reset()
@@ -103,22 +96,17 @@ public:
     PlayerScript &player(const std::string &name);
     /// The engine's own id of a player, 0 if it was not created yet. Never used again.
     int idOf(const std::string &name);
-    std::shared_ptr<oriplayer::IOriPlayer> living(const std::string &name);  ///< empty if it is gone
     /// What a living player was given last, or empty.
     std::shared_ptr<oriplayer::VideoRenderPipeline> pipelineOf(const std::string &name);
     std::shared_ptr<protocols::IReporter> reporterOf(const std::string &name);
-    std::shared_ptr<protocols::IConfigure> configureOf(const std::string &name);
     /// The next `count` creations give an empty pointer.
     void failCreates(int count);
     /// getParameter answers -1 for a number that has no answer, setters answer 0 unless a result is given here.
     void answerParameter(int number, const oriplayer::Param &value);
-    void forgetParameter(int number);
     void resultOf(int number, int result);
     /// What getInfoByPlayerId writes for a key: int64_t, int32_t, or std::string (a malloc'ed copy).
     void answerInfo(int key, std::any value);
     void answerDownload(double bytesPerSecond, int status);  ///< getDownloadStatisticInfo fails before
-    void answerLocalDuration(const std::string &path, double seconds);
-    void answerProbe(const std::string &url, const oriplayer::ProbeResult &result);
     oriplayer::NetworkSwitchDomainCB domainCallback();
     /// Runs inside each call, on its thread, behind its log entry; gets the entry.
     void onCall(std::function<void(const std::string &entry)> hook);
@@ -137,13 +125,10 @@ public:
     void writeQuery(const std::string &entry);
     void keep(ParameterCall call);
     void keep(FilterCall call);
-    void report(Report report);
     bool parameter(int number, oriplayer::Param &value);
     int result(int number);
     int info(int playerId, int key, void *out);
     int download(int playerId, oriplayer::cache_static_t *out);
-    double localDuration(const std::string &path);
-    int probe(const std::string &url, oriplayer::ProbeResult &result);
     void setDomainCallback(oriplayer::NetworkSwitchDomainCB callback);
 
 private:

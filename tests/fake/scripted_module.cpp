@@ -63,14 +63,12 @@ void setNetworkSwitchDomainCB(NetworkSwitchDomainCB callback) {
     engine().setDomainCallback(callback);
 }
 
-int probeUrl(const char *url, const ProbeOptions &, ProbeResult &result) {
-    engine().writeQuery("probeUrl(" + textOf(url) + ")");
-    return engine().probe(textOf(url), result);
+int probeUrl(const char *, const ProbeOptions &, ProbeResult &) {
+    return -1;
 }
 
-double probeLocalDuration(const std::string &path) {
-    engine().writeQuery("probeLocalDuration(" + path + ")");
-    return engine().localDuration(path);
+double probeLocalDuration(const std::string &) {
+    return 0.0;
 }
 
 }  // namespace oriplayer
@@ -79,9 +77,6 @@ namespace live_stream_sdk {
 
 void LiveStreamSDKSendReport(int, const char *module, const char *category, void *report, void *) {
     const auto *json = static_cast<const Json::Value *>(report);
-    Json::StreamWriterBuilder compact;
-    compact["indentation"] = "";
-    engine().report({textOf(module), textOf(category), json ? Json::writeString(compact, *json) : ""});
     ReportHandler handler;
     {
         const std::lock_guard<std::mutex> lock(sHandlerMutex);
