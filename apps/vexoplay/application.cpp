@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/oriplayer/module.h"
+#include "codec/media_keys.h"
 #include "json_lines.h"
 #include "probe_report.h"
 #include "steady_clock.h"
@@ -44,6 +45,9 @@ PlayerSession::Config sessionConfig(const Options &options, const WakeUp &wakeUp
     config.interruptions = options.interruptions;
     config.interruptWith = options.interruptWith;
     config.infoKeys = options.infoKeys;
+    const bool record = std::count(options.infoKeys.begin(), options.infoKeys.end(), vexo::KVPLAYER_INFO_KEY_ALL) > 0;
+    if (!options.report.empty() && !record) config.infoKeys.push_back(vexo::KVPLAYER_INFO_KEY_ALL);
+    config.reports = !options.reports.empty();
     config.wake = [&wakeUp] { wakeUp.wake(); };
     return config;
 }
@@ -55,6 +59,9 @@ Application::Application(Options options, std::vector<ListedItem> items, int out
       beganUs_(steadyUs()),
       output_(output),
       programme_(std::move(items), options_.mixed ? Programme::Shape::kOneMixedPeriod : Programme::Shape::kPeriodEach) {
+    if (!options_.wifiDomains.empty() || !options_.mobileDomains.empty()) {
+        configuration_ = std::make_shared<HostConfiguration>(options_.wifiDomains, options_.mobileDomains);
+    }
 }
 
 Application::~Application() {
@@ -111,7 +118,10 @@ void Application::openOutputs() {
         window_ = Window::create(why);
         if (!window_) status_.message("no display (" + why + "): playing without a window");
     }
-    session_ = std::make_unique<PlayerSession>(programme_, log_, sessionConfig(options_, wakeUp_));
+    openReports();
+    PlayerSession::Config config = sessionConfig(options_, wakeUp_);
+    config.configuration = configuration_;
+    session_ = std::make_unique<PlayerSession>(programme_, log_, std::move(config));
     PictureTap::Config tap;
     tap.hash = options_.hash;
     tap.rawStem = options_.raw;
@@ -145,6 +155,7 @@ bool Application::step() {
     for (const PlayEvent &event : session_->poll()) handleEvent(event);
     presentedEver_ = presentedEver_ || session_->presented();
     showPicture();
+    sampleReport();
     output_.pump();
     if (!output_.error().empty()) fault("cannot write to standard output: " + output_.error());
     if (const std::string error = tap_->error(); !error.empty()) fault(error);
@@ -206,10 +217,6 @@ void Application::handleEvent(const PlayEvent &event) {
                     std::to_string(event.number) + ", error " + std::to_string(event.nativeError) + ")");
 }
 
-void Application::showInfo(int item, int key, const std::string &text) {
-    output_.add(options_.json ? infoLine(item, key, text, programme_) : text);
-}
-
 void Application::showPicture() {
     if (!slot_.fetch(picture_) || !window_) return;
     showTitle();
@@ -266,12 +273,9 @@ ExitCode Application::conclude() {
     if (session_) {
         for (const PlayEvent &event : session_->poll()) handleEvent(event);
         presentedEver_ = presentedEver_ || session_->presented();
-        // An item that is left in the middle brings no end.
-        const int item = ending_ == Ending::kThrough ? -1 : session_->item();
-        for (const int key : options_.infoKeys) {
-            if (item >= 0) showInfo(item, key, session_->info(key));
-        }
+        showLastInfo();
         session_->close();
+        writeReports();
         if (const std::string error = tap_->error(); !error.empty()) fault(error);
     }
     window_.reset();

@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "bound_log.h"
+#include "buffer_report.h"
 #include "ending.h"
+#include "host_configuration.h"
 #include "line_output.h"
 #include "options.h"
 #include "picture_slot.h"
@@ -15,6 +17,7 @@
 #include "player_session.h"
 #include "probe_stage.h"
 #include "programme.h"
+#include "report_file.h"
 #include "signals.h"
 #include "status_line.h"
 #include "terminal_keys.h"
@@ -49,6 +52,11 @@ private:
     void changeSpeed(int direction);
     void changeVolume(double by);
     void saveStillPicture();
+    void openReports();
+    void sampleReport();
+    void showLastInfo();
+    void writeReports();
+    void toggleNetwork();
     void showInfo(int item, int key, const std::string &text);
     void showPicture();
     void showTitle();
@@ -73,6 +81,9 @@ private:
     std::optional<TerminalKeys> terminal_;
     std::unique_ptr<Window> window_;
     std::unique_ptr<ProbeStage> probes_;
+    std::unique_ptr<ReportFile> reports_;
+    std::unique_ptr<BufferReport> bufferReport_;
+    std::shared_ptr<HostConfiguration> configuration_;  ///< empty without hosts for both networks
     std::shared_ptr<PictureTap> tap_;
     std::unique_ptr<PlayerSession> session_;
 

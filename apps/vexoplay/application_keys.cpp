@@ -67,6 +67,7 @@ void Application::handleKey(Key key) {
             if (!session_->interrupt()) note("nothing to interrupt with, or nothing plays");
             break;
         case Key::kNetwork:
+            toggleNetwork();
             break;
         case Key::kQuit:
             ending_ = ending_ == Ending::kNone ? Ending::kQuit : ending_;

@@ -5,8 +5,10 @@
 
 #include "base/oriplayer/param.h"
 #include "base/oriplayer/play_component.h"
+#include "host_configuration.h"
 #include "mixed/mixed_codecs_player.h"
 #include "picture_tap.h"
+#include "player/vexo_reporter.h"
 #include "player_listener.h"
 #include "render/render_manager.h"
 #include "steady_clock.h"
@@ -36,6 +38,11 @@ PlayerSession::PlayerSession(Programme &programme, BoundLog &log, Config config)
       volume_(config_.volume.value_or(-1.0)),
       muted_(config_.mute) {
     player_->setListener(listener_);
+    if (config_.reports) player_->setReporter(std::make_shared<VexoPlayerNS::VexoReporter>());
+    if (config_.configuration) {
+        player_->setConfigure(config_.configuration);
+        config_.configuration->announceDomains();
+    }
     if (!config_.userAgent.empty()) player_->setUserAgent(config_.userAgent.c_str());
     if (config_.volume) player_->setVolume(static_cast<float>(*config_.volume));
 }
@@ -291,6 +298,12 @@ int64_t PlayerSession::positionMs() const {
     int64_t position = 0;
     player_->getCurrentPosition(&position, 0);
     return position;
+}
+
+int PlayerSession::bufferedMs() const {
+    int64_t end = 0;
+    player_->getCurrentPosition(&end, 1);
+    return static_cast<int>(std::clamp<int64_t>(end - positionMs(), 0, INT32_MAX));
 }
 
 int64_t PlayerSession::durationMs() const {

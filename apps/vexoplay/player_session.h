@@ -20,6 +20,7 @@ class MixedCodecsPlayer;
 
 namespace vexoplay {
 
+class HostConfiguration;
 class PictureTap;
 class PlayerListener;
 
@@ -46,8 +47,10 @@ public:
         std::optional<int64_t> endMs;
         std::vector<InterruptionPoint> interruptions;
         std::vector<std::string> interruptWith;
-        std::vector<int> infoKeys;   ///< texts that each end of an item brings along
-        std::function<void()> wake;  ///< something is to be polled; any thread, does not wait
+        std::shared_ptr<HostConfiguration> configuration;  ///< may be empty
+        bool reports = false;                              ///< the engine's reports go to the report channel
+        std::vector<int> infoKeys;                         ///< texts that each end of an item brings along
+        std::function<void()> wake;                        ///< something is to be polled; any thread, does not wait
     };
 
     PlayerSession(Programme &programme, BoundLog &log, Config config);
@@ -82,6 +85,9 @@ public:
     bool interrupted() const { return interruption_.active(); }
     /// What the library tells of the playback at hand under `key`.
     std::string info(int key) const;
+    const std::vector<int> &infoKeys() const { return config_.infoKeys; }
+    /// Milliseconds of what is buffered and not yet presented.
+    int bufferedMs() const;
     /// The process has been stopped meanwhile: time that passed counts against nobody.
     void forgive();
 
