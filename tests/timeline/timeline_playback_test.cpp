@@ -1,12 +1,24 @@
 // From bound to bound: the calls that the engine sees, and their order.
-#include <functional>
+#include <sstream>
 
 #include "timeline/timeline_fixture.h"
 
 namespace vexo {
 namespace {
 
-class TimelinePlayback : public TimelineFixture {};
+class TimelinePlayback : public TimelineFixture {
+protected:
+    void Command(const std::string &name) {
+        if (name == "forward") timeline_->SeekTo(15000, 0);
+        if (name == "back") timeline_->SeekTo(5000, 0);
+        if (name == "skip") timeline_->SkipToNext(false);
+        if (name == "pause") timeline_->Pause();
+        if (name == "start") timeline_->Start();
+        if (name == "stop") timeline_->Stop();
+        if (name == "prepare") timeline_->Prepare();
+        if (name == "remove") timeline_->RemoveBound(0);
+    }
+};
 
 struct NullReporter : protocols::IReporter {
     bool report(std::string, int64_t, int, std::map<std::string, std::string> &) override { return true; }
@@ -64,106 +76,50 @@ TEST_F(TimelinePlayback, AProgrammePlaysFromBoundToBoundWithOnePlayerAtATime) {
     EXPECT_EQ(engine_.maxLiving(), 1);
 }
 
-struct PrepareCase {
-    const char *name;
-    std::vector<int64_t> starts;
-    const char *calls;
-};
-class TimelinePrepare : public TimelineFixture, public ::testing::WithParamInterface<PrepareCase> {};
-
-TEST_P(TimelinePrepare, EntersTheFirstBoundWithAStartTime) {
-    const char *urls[] = {"a", "b", "c"};
-    for (std::size_t i = 0; i < GetParam().starts.size(); ++i) Add(urls[i], 10, GetParam().starts[i]);
-    timeline_->Prepare();
-    EXPECT_EQ(timeline_->Start(), 0);
-    EXPECT_EQ(Calls(), GetParam().calls);
+TEST_F(TimelinePlayback, PrepareEntersTheFirstBoundWithAStartTime) {
+    for (const auto &[starts, entered] : std::vector<std::pair<std::vector<int64_t>, const char *>>{
+             {{}, ""}, {{-1, -1}, ""}, {{0, 0}, "0"}, {{-1, 500, 0}, "1"}}) {
+        timeline_->Reset();
+        engine_.reset();
+        for (std::size_t i = 0; i < starts.size(); ++i) Add(std::to_string(i).c_str(), 10, starts[i]);
+        timeline_->Prepare();
+        EXPECT_EQ(timeline_->Start(), 0);
+        EXPECT_EQ(Calls(), *entered ? Entered("p1", entered) + " p1.start" : "");
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Starts, TimelinePrepare,
-    ::testing::Values(
-        PrepareCase{"Nothing", {}, ""}, PrepareCase{"NoStartAnywhere", {-1, -1}, ""},
-        PrepareCase{"First", {0, 0}, "p1.create p1.setListener p1.setDataSource(a) p1.prepareAsync p1.start"},
-        PrepareCase{"Later", {-1, 500, 0}, "p1.create p1.setListener p1.setDataSource(b) p1.prepareAsync p1.start"}),
-    [](const auto &test) { return std::string(test.param.name); });
-
-// A case plays in the first of three bounds, does something, and says what 1000 of the then current player makes.
+// A case plays in the first of three bounds, is given commands, and says what 1000 of the then current player makes.
 struct StartCase {
-    const char *name;
-    std::function<void(Timeline &)> before;  // in state started, first bound current
-    const char *player;                      // that reports 1000
-    const char *calls;                       // what the 1000 causes
+    const char *commands;
+    const char *player;  // that reports 1000
+    const char *calls;   // what the 1000 causes
     int state;
 };
-class TimelineStarting : public TimelineFixture, public ::testing::WithParamInterface<StartCase> {};
 
-TEST_P(TimelineStarting, ABoundStartsByItselfIfItWasEnteredStartedOrIsALaterOne) {
-    AddThree();
-    PlayFirst();
-    GetParam().before(*timeline_);
-    Forget();
-    Tell(GetParam().player, kEventPrepared);
-    EXPECT_EQ(Calls(), GetParam().calls);
-    EXPECT_EQ(timeline_->GetState(), GetParam().state);
+TEST_F(TimelinePlayback, ABoundStartsByItselfIfItWasEnteredStartedOrIsALaterOne) {
+    for (const StartCase &test : {StartCase{"forward", "p2", "p2.start", 1},
+                                  {"forward back", "p3", "p3.start", 1},
+                                  {"pause forward", "p2", "p2.start", 2},
+                                  {"skip pause", "p2", "p2.start p2.pause", 2},
+                                  {"skip pause start", "p2", "p2.start", 1},
+                                  {"skip stop prepare", "p3", "", 0},
+                                  {"skip prepare", "p3", "p3.start", 1},
+                                  {"stop forward", "p2", "", 0},
+                                  {"stop forward start", "p2", "", 1},
+                                  {"remove", "p2", "p2.start", 1}}) {
+        SCOPED_TRACE(test.commands);
+        timeline_->Reset();
+        engine_.reset();
+        AddThree();
+        PlayFirst();
+        std::istringstream commands(test.commands);
+        for (std::string command; commands >> command;) Command(command);
+        Forget();
+        Tell(test.player, kEventPrepared);
+        EXPECT_EQ(Calls(), test.calls);
+        EXPECT_EQ(timeline_->GetState(), test.state);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Starting, TimelineStarting,
-                         ::testing::Values(StartCase{"SoughtForward", [](Timeline &tl) { tl.SeekTo(15000, 0); }, "p2",
-                                                     "p2.start", 1},
-                                           StartCase{"SoughtBackIntoTheFirst",
-                                                     [](Timeline &tl) {
-                                                         tl.SeekTo(15000, 0);
-                                                         tl.SeekTo(5000, 0);
-                                                     },
-                                                     "p3", "p3.start", 1},
-                                           StartCase{"PausedBeforeTheSwitch",
-                                                     [](Timeline &tl) {
-                                                         tl.Pause();
-                                                         tl.SeekTo(15000, 0);
-                                                     },
-                                                     "p2", "p2.start", 2},
-                                           StartCase{"PausedBehindTheSwitch",
-                                                     [](Timeline &tl) {
-                                                         tl.SkipToNext(false);
-                                                         tl.Pause();
-                                                     },
-                                                     "p2", "p2.start p2.pause", 2},
-                                           StartCase{"PausedAndStartedBehindTheSwitch",
-                                                     [](Timeline &tl) {
-                                                         tl.SkipToNext(false);
-                                                         tl.Pause();
-                                                         tl.Start();
-                                                     },
-                                                     "p2", "p2.start", 1},
-                                           StartCase{"StoppedAndPreparedAnew",
-                                                     [](Timeline &tl) {
-                                                         tl.SkipToNext(false);
-                                                         tl.Stop();
-                                                         tl.Prepare();
-                                                     },
-                                                     "p3", "", 0},
-                                           StartCase{"PreparedAnewWhilePlayingElsewhere",
-                                                     [](Timeline &tl) {
-                                                         tl.SkipToNext(false);
-                                                         tl.Prepare();
-                                                     },
-                                                     "p3", "p3.start", 1},
-                                           StartCase{"SoughtBehindStop",
-                                                     [](Timeline &tl) {
-                                                         tl.Stop();
-                                                         tl.SeekTo(15000, 0);
-                                                     },
-                                                     "p2", "", 0},
-                                           StartCase{"SoughtAndStartedBehindStop",
-                                                     [](Timeline &tl) {
-                                                         tl.Stop();
-                                                         tl.SeekTo(15000, 0);
-                                                         tl.Start();
-                                                     },
-                                                     "p2", "", 1},
-                                           StartCase{"ThePlayingFirstPeriodRemoved",
-                                                     [](Timeline &tl) { tl.RemoveBound(0); }, "p2", "p2.start", 1}),
-                         [](const auto &test) { return std::string(test.param.name); });
 
 TEST_F(TimelinePlayback, StartTwiceAndStartWithoutAPlayerDoNothing) {
     EXPECT_EQ(timeline_->Start(), 0);
@@ -179,51 +135,39 @@ TEST_F(TimelinePlayback, StartTwiceAndStartWithoutAPlayerDoNothing) {
     EXPECT_EQ(Calls(), "p1.pause p1.start");
 }
 
-TEST_F(TimelinePlayback, ASecondPrepareOnlySeeksToTheStart) {
-    AddThree();
-    PlayFirst();
-    timeline_->Prepare();
-    EXPECT_EQ(Calls(), "p1.seekTo(0,0)");
-}
-
 struct SkipCase {
-    const char *name;
     bool withinPeriod;
     int64_t position;  // where it plays: a | b c d | e, 10 s each
     bool paused;
-    const char *entered;  // "" for a skip that finds nothing
+    const char *entered;  // "" for a skip that finds nothing and leaves playback alone
 };
-class TimelineSkip : public TimelineFixture, public ::testing::WithParamInterface<SkipCase> {};
 
-TEST_P(TimelineSkip, GoesOnFromThePeriodThatPlays) {
-    Add("a");
-    AddMixed({{"b", 10}, {"c", 10}, {"d", 10}});
-    Add("e");
-    PlayFirst();
-    if (GetParam().position > 0) timeline_->SeekTo(GetParam().position, 0);
-    if (GetParam().paused) timeline_->Pause();
-    const std::string url = CurrentUrl();
-    const bool goes = *GetParam().entered != 0;
-    EXPECT_EQ(timeline_->SkipToNext(GetParam().withinPeriod), goes);
-    EXPECT_EQ(CurrentUrl(), goes ? GetParam().entered : url);
-}
-
-INSTANTIATE_TEST_SUITE_P(Skips, TimelineSkip,
-                         ::testing::Values(SkipCase{"ToTheNextPeriod", false, 0, false, "b"},
-                                           SkipCase{"OverTheRestOfAMixedPeriod", false, 15000, false, "e"},
-                                           SkipCase{"PastTheEnd", false, 45000, false, ""},
-                                           SkipCase{"WhilePaused", false, 0, true, ""},
-                                           SkipCase{"WithinToTheSecondSource", true, 15000, false, "c"},
-                                           SkipCase{"WithinCountsFromThePeriodsFirst", true, 35000, false, "c"},
-                                           SkipCase{"WithinAWholePeriodToTheNext", true, 0, false, "b"},
-                                           SkipCase{"WithinPastTheEnd", true, 45000, false, ""}),
-                         [](const auto &test) { return std::string(test.param.name); });
-
-TEST_F(TimelinePlayback, ASkipPastTheEndLeavesPlaybackAlone) {
-    Add("a");
-    PlayFirst();
-    EXPECT_FALSE(timeline_->SkipToNext(false));
-    EXPECT_EQ(Calls(), "");
+TEST_F(TimelinePlayback, ASkipGoesOnFromThePeriodThatPlays) {
+    for (const SkipCase &test : {SkipCase{false, 0, false, "b"},
+                                 {false, 15000, false, "e"},
+                                 {false, 45000, false, ""},
+                                 {false, 0, true, ""},
+                                 {true, 15000, false, "c"},
+                                 {true, 35000, false, "c"},
+                                 {true, 0, false, "b"},
+                                 {true, 45000, false, ""}}) {
+        SCOPED_TRACE(std::to_string(test.position) + (test.withinPeriod ? " within" : "") +
+                     (test.paused ? " paused" : ""));
+        timeline_->Reset();
+        engine_.reset();
+        Add("a");
+        AddMixed({{"b", 10}, {"c", 10}, {"d", 10}});
+        Add("e");
+        PlayFirst();
+        if (test.position > 0) timeline_->SeekTo(test.position, 0);
+        if (test.paused) timeline_->Pause();
+        const std::string url = CurrentUrl();
+        const bool goes = *test.entered != 0;
+        Forget();
+        EXPECT_EQ(timeline_->SkipToNext(test.withinPeriod), goes);
+        EXPECT_EQ(CurrentUrl(), goes ? test.entered : url);
+        EXPECT_EQ(Calls().empty(), !goes);
+    }
 }
 
 struct VolumeCase {

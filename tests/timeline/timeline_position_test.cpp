@@ -104,16 +104,6 @@ TEST_F(TimelinePosition, ASeekBehindTheEndDoesNothing) {
     EXPECT_EQ(Calls(), "");
 }
 
-TEST_F(TimelinePosition, SeeksBeforePreparedGoToThePlayer_TheLastOneLands) {
-    AddThree();
-    PlayFirst();
-    timeline_->SeekTo(15000, 0);
-    Forget();
-    timeline_->SeekTo(16000, 0);
-    timeline_->SeekTo(17000, 1);
-    EXPECT_EQ(Calls(), "p2.seekTo(6000,0) p2.seekTo(7000,1)");
-}
-
 TEST_F(TimelinePosition, TheVideoSizeIsCachedUntilTheEndOfABound) {
     AddThree();
     PlayFirst();
