@@ -162,32 +162,6 @@ TEST_F(Playback, ACommandInACallbackDoesNotWaitForAStopThatWaitsForIt) {
     EXPECT_EQ(engine_.living(), 0);
 }
 
-TEST_F(Playback, TheLastReferenceMayGoOnALooperOrThePictureThread) {
-    for (const bool inPicture : {false, true}) {
-        SCOPED_TRACE(inPicture);
-        restartEngine();
-        create();
-        open("a.mp4");
-        settle();
-        std::promise<void> gone;
-        application_.onPicture = [&] {
-            player_.reset();
-            gone.set_value();
-        };
-        auto dropped = at(1000, [&] {
-            if (!inPicture) player_.reset();
-        });
-        auto pipeline = engine_.pipelineOf("p1");
-        engine_.post("p1", 1000);
-        dropped.wait();
-        if (inPicture) pipeline->Render(&picture_.record);
-        pipeline.reset();
-        awaitCall("p1.destroy");
-        application_.onPicture = nullptr;
-        while (engine_.living() > 0) std::this_thread::yield();
-    }
-}
-
 TEST_F(Playback, BehindTheDestructorTheApplicationHearsNothing) {
     for (int round = 0; round < 20; ++round) {
         restartEngine();

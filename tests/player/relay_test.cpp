@@ -76,13 +76,6 @@ TEST_F(Relay, ANotificationCarriesItsTexts) {
     EXPECT_THAT(reports_.takeLines(), ElementsAre("notify msg:[42] ext1:[1] ext2:[2] str:[] ovustr:[second]\n"));
 }
 
-TEST_F(Relay, WithoutACallbackOnlyTheLogHears) {
-    IOriPlayerListenerImpl listener(nullptr);
-    listener.notify(1, 1000, 0, 0, oriplayer::Param());
-    listener.notify(1000, 0, 0, "a", "b");
-    EXPECT_EQ(reports_.takeLines().size(), 2u);
-}
-
 TEST_F(Relay, ReportsGoOutUnderTheCategoryOfTheirNumber) {
     const std::map<int, std::string> categories = {{0, "ReportCategoryQZPLayerRtpAll"},
                                                    {1, "ReportCategoryQZPLayerRtpImpirement"},
