@@ -127,21 +127,14 @@ TEST_F(Controls, WhatIsOutOfRangeOrNotAsked_SendsNothing) {
 TEST_F(Controls, Readings_AreKeptWithTheirFailuresButNotAtZero) {
     EXPECT_EQ(processor.GetAvgVideoBitrate(false), -1.0);
     timeline->Prepare();
-    oriplayer::Param size;
-    size.putInt64(0);
-    engine.answerParameter(1602, size);
+    engine.answerParameter(1602, param(int64_t{0}));
     EXPECT_EQ(processor.GetAvgKeyFrameSize(false), 0.0);
     for (const int64_t bytes : {90'000, 80'000}) {
-        oriplayer::Param later;
-        later.putInt64(bytes);
-        engine.answerParameter(1602, later);
-        engine.answerParameter(1601, later);
+        for (const int number : {1601, 1602}) engine.answerParameter(number, param(bytes));
         EXPECT_EQ(processor.GetAvgKeyFrameSize(true), 90'000.0);
         EXPECT_EQ(processor.GetAvgVideoBitrate(true), -1.0);
     }
-    oriplayer::Param rate;
-    rate.putDouble(29.97);
-    engine.answerParameter(1600, rate);
+    engine.answerParameter(1600, param(29.97));
     EXPECT_EQ(processor.GetVideoFrameRate(false), 29.0);
 }
 

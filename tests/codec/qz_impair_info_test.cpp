@@ -21,26 +21,23 @@ struct CurveCase {
     const char *highest;
 };
 
-class ImpairCurve : public testing::TestWithParam<CurveCase> {};
-
-TEST_P(ImpairCurve, IsReducedToItsTurningPoints) {
-    QZImpairInfo info;
-    for (const int level : GetParam().levels) info.onBufferLevel(level);
-    const std::string text = info.getImpairInfoStr();
-    EXPECT_EQ(valueOf(text, "bufInflectPoints"), GetParam().points);
-    EXPECT_EQ(valueOf(text, "maxBufLevelInMs"), GetParam().highest);
-    const std::string times = valueOf(text, "timeIntervForInflectPoints");
-    const std::string points = valueOf(text, "bufInflectPoints");
-    EXPECT_EQ(std::count(times.begin(), times.end(), ','), std::count(points.begin(), points.end(), ','));
-    EXPECT_EQ(times.substr(0, 1), "0");
+TEST(ImpairInfo, ACurveIsReducedToItsTurningPoints) {
+    for (const CurveCase &test : {CurveCase{{4000}, "4000,0", "4000"},
+                                  {{5000, 5000, -1}, "5000,0", "5000"},
+                                  {{1000, 2000, 3000, 2500}, "1000,3000,2500,0", "3000"},
+                                  {{3000, 1000, 0}, "3000,0", "3000"},
+                                  {{9, 1, 5, 2, 5, 2, 5, 2, 5, 2, 5}, "1,5,2,5,2,5,2,5,2,5,0", "9"}}) {
+        QZImpairInfo info;
+        for (const int level : test.levels) info.onBufferLevel(level);
+        const std::string text = info.getImpairInfoStr();
+        const std::string points = valueOf(text, "bufInflectPoints");
+        const std::string times = valueOf(text, "timeIntervForInflectPoints");
+        EXPECT_EQ(points, test.points);
+        EXPECT_EQ(valueOf(text, "maxBufLevelInMs"), test.highest);
+        EXPECT_EQ(std::count(times.begin(), times.end(), ','), std::count(points.begin(), points.end(), ','));
+        EXPECT_EQ(times.substr(0, 1), "0");
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Curves, ImpairCurve,
-                         testing::Values(CurveCase{{4000}, "4000,0", "4000"},
-                                         CurveCase{{5000, 5000, -1}, "5000,0", "5000"},
-                                         CurveCase{{1000, 2000, 3000, 2500}, "1000,3000,2500,0", "3000"},
-                                         CurveCase{{3000, 1000, 0}, "3000,0", "3000"},
-                                         CurveCase{{9, 1, 5, 2, 5, 2, 5, 2, 5, 2, 5}, "1,5,2,5,2,5,2,5,2,5,0", "9"}));
 
 TEST(ImpairInfo, IsSilentWithoutInput) {
     QZImpairInfo info;
