@@ -107,15 +107,6 @@ TEST_F(Pictures, Y4mHeadersTellRateAspectAndRange) {
     EXPECT_THAT(y4mHeader(4, 2, facts), testing::HasSubstr(" It A16:11 C420jpeg XCOLORRANGE=FULL\n"));
 }
 
-TEST_F(Pictures, AFileThatCannotBeWritten_IsNamedOnce) {
-    const PaddedPicture picture(2, 2, {1, 2, 3});
-    Y4mWriter writer(path("no/such/folder"));
-    writer.write(picture.view(), factsOf(picture));
-    writer.write(picture.view(), factsOf(picture));
-    EXPECT_THAT(writer.close(),
-                testing::AllOf(testing::HasSubstr("no/such/folder.y4m"), testing::HasSubstr("No such")));
-}
-
 // Pure colours as the standards give them, rounded to 8 bits.
 TEST_F(Pictures, ColoursFollowMatrixAndRange) {
     const uint32_t known = oriplayer::kRenderMatrixKnown;

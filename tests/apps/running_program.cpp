@@ -63,7 +63,7 @@ RunningProgram::RunningProgram(std::vector<std::string> arguments, const Setting
     std::array<int, 2> err{-1, -1};
     if (pipe2(out.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     if (setting.terminal) {
-        winsize size{24, static_cast<unsigned short>(setting.columns), 0, 0};
+        winsize size{24, 100, 0, 0};
         child_ = forkpty(&errEnd_, nullptr, nullptr, &size);
     } else {
         if (pipe2(err.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");

@@ -29,10 +29,9 @@ struct Outcome {
 class RunningProgram {
 public:
     struct Setting {
-        bool terminal = false;  ///< standard input and error are a terminal of `columns`
-        int columns = 100;
-        std::string folder;   ///< to run in
-        std::string display;  ///< X display; empty: none
+        bool terminal = false;  ///< standard input and error are a terminal of 100 columns
+        std::string folder;     ///< to run in
+        std::string display;    ///< X display; empty: none
     };
 
     explicit RunningProgram(std::vector<std::string> arguments) : RunningProgram(std::move(arguments), Setting()) {}

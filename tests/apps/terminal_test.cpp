@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <sstream>
 
 #include "running_program.h"
 #include "support/clips.h"
@@ -16,10 +15,9 @@ using testing::HasSubstr;
 
 class Terminal : public testing::Test {
 protected:
-    RunningProgram::Setting setting(int columns = 100) const {
+    RunningProgram::Setting setting() const {
         RunningProgram::Setting setting;
         setting.terminal = true;
-        setting.columns = columns;
         return setting;
     }
     // A film of ten seconds, twice, so that nothing ends by itself.
@@ -103,17 +101,6 @@ TEST_F(Terminal, StoppingGivesTheTerminalBackUntilItGoesOn) {
     const Outcome outcome = program.finish();
     EXPECT_EQ(outcome.code, 0);
     EXPECT_EQ(outcome.summary["exit"], "quit");
-}
-
-TEST_F(Terminal, TheLineFitsANarrowTerminal) {
-    RunningProgram program(film(), setting(34));
-    ASSERT_TRUE(program.waitForErr("1/2"));
-    ASSERT_TRUE(program.waitUntil([&] { return program.err().size() > 300; }));
-    std::istringstream lines(program.err());
-    for (std::string line; std::getline(lines, line, '\r');) {
-        line = line.substr(0, line.find("\x1b"));
-        EXPECT_LE(line.size(), 33u) << line;
-    }
 }
 
 TEST_F(Terminal, AStillIsSavedWhereTheProgramRuns) {

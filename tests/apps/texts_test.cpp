@@ -160,13 +160,9 @@ TEST(StatusLine, FitsEveryWidthAndLosesTheLeastMissedFirst) {
     EXPECT_THAT(narrow, HasSubstr("playing 1:01 / 1:02:03"));
     EXPECT_THAT(narrow, HasSubstr("2/5"));
     EXPECT_THAT(narrow, testing::Not(HasSubstr("drop")));
-}
-
-TEST(StatusLine, AnUnknownLengthHasNoBarAndNoTotal) {
-    StatusFacts facts = richStatus();
-    facts.totalMs = 0;
-    EXPECT_THAT(formatStatus(facts, 200), testing::Not(HasSubstr("[")));
-    EXPECT_THAT(formatStatus(facts, 200), testing::Not(HasSubstr("/ ")));
+    StatusFacts unknown = richStatus();
+    unknown.totalMs = 0;
+    EXPECT_THAT(formatStatus(unknown, 200), testing::Not(testing::AnyOf(HasSubstr("["), HasSubstr("/ "))));
 }
 
 TEST(StatusLine, NamesOfItemsCannotCommandTheTerminal) {
