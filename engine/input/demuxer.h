@@ -43,6 +43,7 @@ public:
     /// Starts the time of a read or a seek.
     void beginReading(int timeoutMs) { interrupter_.begin(timeoutMs, bytes_); }
     const Medium &medium() const { return medium_; }
+    Medium &medium() { return medium_; }
 
 private:
     int seekByTime(int64_t us);

@@ -19,6 +19,8 @@ public:
 
     void waitUntil(std::chrono::steady_clock::time_point deadline) { deadline_ = deadline; }
     void waitForAsLongAsTheCaller() { deadline_ = std::chrono::steady_clock::time_point::max(); }
+    /// Another route, none of whose news are known yet.
+    void heed(const HostRoute *route) { route_ = route, version_ = 0; }
     /// The news up to `version` are known.
     void know(uint32_t version) { version_ = version; }
     uint32_t known() const { return version_; }
@@ -31,7 +33,7 @@ private:
     static int ask(void *self);
 
     const AVIOInterruptCB caller_;
-    const HostRoute *const route_;
+    const HostRoute *route_;
     std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
     uint32_t version_ = 0;
 };

@@ -34,6 +34,11 @@ public:
     HttpStream(const HttpStream &) = delete;
     HttpStream &operator=(const HttpStream &) = delete;
 
+    /// Another route, for a new owner; while nobody reads.
+    void takeRoute(std::shared_ptr<HostRoute> route) {
+        patience_.heed(route.get());
+        route_ = std::move(route);
+    }
     /// For demuxers; lives as long as the stream.
     AVIOContext *io() const { return io_; }
     /// Why the body cannot be read on, an AVERROR; 0 while it can. A seek tries anew.
@@ -63,7 +68,7 @@ private:
     const std::string url_;
     AVDictionary *options_ = nullptr;
     AVDictionary *otherOptions_ = nullptr;
-    const std::shared_ptr<HostRoute> route_;
+    std::shared_ptr<HostRoute> route_;
     const int timeoutMs_;
     HttpPatience patience_;
     std::unique_ptr<HttpConnection> connection_;  ///< null behind a seek, until there is something to read

@@ -63,6 +63,12 @@ void Medium::detach() {
     if (options_.route) options_.route->setUrl({});
 }
 
+void Medium::takeRoute(const std::string &url, const std::shared_ptr<HostRoute> &route) {
+    options_.route = route;
+    for (const auto &[io, stream] : streams_) stream->takeRoute(route);
+    if (route && isHttp(url)) route->setUrl(url);
+}
+
 std::string Medium::headersFor(const std::string &host) const {
     std::string block;
     for (const auto &[name, value] : options_.headers) {

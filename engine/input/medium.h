@@ -24,6 +24,8 @@ public:
     int64_t bytesRead() const;
     /// The demuxer is gone and its files with it.
     void detach();
+    /// Another route, for a new owner of what `url` has opened; while nobody reads.
+    void takeRoute(const std::string &url, const std::shared_ptr<HostRoute> &route);
     bool network() const { return network_; }
 
     /// The container is open: from now on a body that cannot be read on, or not be opened, breaks the medium, so that

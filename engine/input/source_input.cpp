@@ -158,6 +158,10 @@ void SourceInput::watch(const std::atomic<bool> *cancel) {
     impl_->demuxer.interrupter().watch(cancel);
 }
 
+void SourceInput::takeRoute(const std::string &url, const std::shared_ptr<HostRoute> &route) {
+    impl_->demuxer.medium().takeRoute(url, route);
+}
+
 const AVStream *SourceInput::video() const {
     return impl_->demuxer.video();
 }

@@ -57,6 +57,8 @@ public:
     void interrupt();
     /// Another flag in place of the options' `cancel`, for a new owner; while nobody reads.
     void watch(const std::atomic<bool> *cancel);
+    /// The same for where requests go; `url` is what was opened.
+    void takeRoute(const std::string &url, const std::shared_ptr<HostRoute> &route);
 
     /// The chosen streams; null where there is none. Attached pictures do not count as video.
     const AVStream *video() const;

@@ -109,6 +109,7 @@ std::unique_ptr<OpenedSource> WarmSource::take(const InputOptions &options, int 
     if (!sameOpening(options, options_, source_->input->network())) return nullptr;
     state_ = State::kGone;
     source_->input->watch(&cancelled);
+    source_->input->takeRoute(url_, options.route);
     return std::move(source_);
 }
 
