@@ -9,9 +9,9 @@
 //   EXPECT_EQ(player.numbers(), ...);
 
 extern "C" {
-#include <atomic>
 #include <libavutil/md5.h>
 #include <libavutil/mem.h>
+#include <atomic>
 }
 
 #include <chrono>

@@ -86,8 +86,8 @@ TEST(WholeProgramme, PlaysInTimeWithSound) {
         ASSERT_TRUE(player.playToEnd()) << name << ": " << player.events();
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
         EXPECT_EQ(player.events(), "306 1000 1017 1001") << name;
-        // The sound may outlast the end by what stays in the device, 100 ms. The silent driver sleeps 21 of 21.33 ms: it
-        // runs up to 1.6 % fast, 26 ms here.
+        // The sound may outlast the end by what stays in the device, 100 ms. The silent driver sleeps 21 of 21.33 ms:
+        // it runs up to 1.6 % fast, 26 ms here.
         EXPECT_GE(took.count(), static_cast<double>(expected(name).durationMs) / 1000 - 0.15) << name;
         EXPECT_NEAR(static_cast<double>(player.positionMs()), static_cast<double>(expected(name).durationMs), 130);
         const auto shown = player.pictures();
