@@ -6,8 +6,7 @@
 #include <mutex>
 
 #include "base/live_stream_sdk.h"
-#include "base/log.h"
-#include "base/log_report_sink.h"
+#include "interface/vexo_player.h"
 #include "json_lines.h"
 
 namespace vexoplay {
@@ -43,11 +42,11 @@ ReportFile::ReportFile(const std::string &path) : writer_(std::make_shared<Write
         [writer = writer_](const char *module, const char *category, const Json::Value &report) {
             writer->write(module, category, report);
         });
-    vexo::SetLogCallback(vexo::VexoLogReportSink);
+    // The library's log lines join the reports with the first player of the facade, and stay when it goes.
+    VexoPlayerNS::IVexoPlayer::create(nullptr, {{"videoPipelineEnable", false}});
 }
 
 ReportFile::~ReportFile() {
-    vexo::SetLogCallback(nullptr);
     live_stream_sdk::setReportHandler({});
 }
 

@@ -140,7 +140,7 @@ MediaError SourceInput::open(const std::string &url, const InputOptions &options
     impl_->originUs = 0;
     Interrupter &interrupter = impl_->demuxer.interrupter();
     interrupter.watch(options.cancel);
-    interrupter.begin(options.timeoutMs);
+    interrupter.begin(std::max(options.timeoutMs - options.waitedMs, 0));
     if (MediaError error = impl_->demuxer.open(url, options, impl_->failure)) return error;
     const int result = impl_->findFirstMoment();
     if (result >= 0) return {};

@@ -19,6 +19,7 @@ struct InputOptions {
     std::vector<std::pair<std::string, std::string>> headers;  ///< request headers, also on sub-requests
     std::string caFile;                                        ///< empty: the system's authorities
     int timeoutMs = 8000;    ///< for opening in all (redirects, probing), and without a byte in each read or seek
+    int waitedMs = 0;        ///< of the time for opening, what waiting for this source has used up already
     bool expectHls = false;  ///< the container is an HLS play list whatever the URL looks like
     bool wantVideo = true;
     bool wantAudio = true;

@@ -168,10 +168,11 @@ bool Reader::open(int index) {
         return false;
     }
     const std::atomic<bool> &stopped = stage_.control.stoppedFlag();
+    const auto begin = std::chrono::steady_clock::now();
     auto source = PreloadQueue::instance().take(stage_.id, url, options_, decoderThreads_, stopped);
     if (!source) {
         source = std::make_unique<OpenedSource>();
-        if (!openCold(url, *source)) return false;
+        if (!openCold(url, begin, *source)) return false;
     }
     input_ = std::move(source->input);
     video_ = std::move(source->video);
@@ -186,9 +187,13 @@ bool Reader::open(int index) {
     return true;
 }
 
-bool Reader::openCold(const std::string &url, OpenedSource &source) {
+// The time-out counts from `begin`: a source opened ahead may have been waited for, in vain.
+bool Reader::openCold(const std::string &url, std::chrono::steady_clock::time_point begin, OpenedSource &source) {
     auto failure = SourceInput::Failure::kNone;
-    const MediaError error = source.open(url, options_, decoderThreads_, failure);
+    InputOptions options = options_;
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    options.waitedMs = static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(waited).count());
+    const MediaError error = source.open(url, options, decoderThreads_, failure);
     if (!error) return true;
     const bool unplayable = failure == SourceInput::Failure::kNothingPlayable;
     if (unplayable) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -33,7 +34,7 @@ private:
     bool arrive(int64_t &target);
     int64_t withinProgramme(int64_t positionUs) const;
     bool open(int index);
-    bool openCold(const std::string &url, OpenedSource &source);
+    bool openCold(const std::string &url, std::chrono::steady_clock::time_point begin, OpenedSource &source);
     bool goTo(int64_t positionUs);
     void landOnKeyFrame(int64_t targetUs);
     void beginGeneration(int64_t targetUs);

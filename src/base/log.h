@@ -1,7 +1,5 @@
 #pragma once
 
-#include "interface/export.h"
-
 namespace vexo {
 
 /// Severities of VEXO_PRINT: a lower number is chattier.
@@ -22,7 +20,7 @@ void SetLogLevel(int level);
 
 /// At the start a function that does nothing; null is allowed and silences as well. Threads: any.
 LogFunction GetLogCallback();
-VEXO_API void SetLogCallback(LogFunction function);
+void SetLogCallback(LogFunction function);
 
 /// Writes one framed line to standard output; the statement below is its only caller.
 [[gnu::format(printf, 3, 4)]] void PrintLog(const char *function, int line, const char *format, ...);
