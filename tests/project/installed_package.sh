@@ -19,8 +19,8 @@ done
 ls "$work"/alone/*.cpp | xargs -P 2 -n 8 "$cxx" -std=c++20 -Wall -Wextra -Werror -fsyntax-only \
     -I "$prefix/include/vexo" $json
 
-"$cmake" -S "$source/examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Debug \
-    -DCMAKE_CXX_COMPILER="$cxx" >"$work/configure.log" || { cat "$work/configure.log"; exit 1; }
+"$cmake" -G Ninja -S "$source/examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER="$cxx" >"$work/configure.log" || { cat "$work/configure.log"; exit 1; }
 "$cmake" --build "$work/examples" -j 2 >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/examples/embed" >/dev/null 2>"$work/usage" && { echo "embed without a file should end with an error"; exit 1; }
 grep -q usage "$work/usage"
