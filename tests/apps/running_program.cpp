@@ -29,7 +29,8 @@ void setEnvironment(const RunningProgram::Setting &setting) {
     setenv("SDL_AUDIODRIVER", "dummy", 1);
     unsetenv("SDL_VIDEODRIVER");
 #ifdef __SANITIZE_THREAD__
-    setenv("SDL_RENDER_DRIVER", "software", 1);  // Mesa's drawing threads race with each other
+    setenv("SDL_RENDER_DRIVER", "software", 1);      // Mesa's drawing threads race with each other
+    setenv("SDL_FRAMEBUFFER_ACCELERATION", "0", 1);  // nor may the software renderer end in a texture of Mesa's
 #endif
     unsetenv("WAYLAND_DISPLAY");
     if (setting.display.empty()) {
