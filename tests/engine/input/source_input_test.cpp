@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -30,7 +31,8 @@ protected:
     void make(const std::string &name, const std::string &text) { std::ofstream(folder_ / name) << text; }
     std::string path(const std::string &name) const { return (folder_ / name).string(); }
 
-    const std::filesystem::path folder_ = std::filesystem::path(testing::TempDir()) / "source_input_test";
+    const std::filesystem::path folder_ =
+        std::filesystem::path(testing::TempDir()) / ("source_input_test_" + std::to_string(getpid()));
 };
 
 TEST_F(BadFiles, EachIsRefusedWithItsReason) {

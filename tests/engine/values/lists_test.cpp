@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <filesystem>
@@ -32,7 +33,8 @@ protected:
         std::ofstream(folder_ / "a clip.mp4") << "x";
     }
     void TearDown() override { std::filesystem::remove_all(folder_); }
-    const std::filesystem::path folder_ = std::filesystem::path(testing::TempDir()) / "lists_test";
+    const std::filesystem::path folder_ =
+        std::filesystem::path(testing::TempDir()) / ("lists_test_" + std::to_string(getpid()));
     const std::string clip_ = (folder_ / "a clip.mp4").string();
 };
 
