@@ -103,12 +103,15 @@ void AudioPipe::beginGeneration(const StreamItem &item) {
 }
 
 void AudioPipe::decode(const AVPacket *packet) {
-    if (!decoder_) return;
-    for (;;) {
-        const int result = decoder_->send(packet);
+    const auto decoder = decoder_;  // receive() may give it up
+    if (!decoder) return;
+    const int64_t damaged = decoder->damagedPackets();
+    while (decoder->send(packet) == AVERROR(EAGAIN)) {
         receive();
-        if (result != AVERROR(EAGAIN) || outdated()) return;
+        if (outdated() || !decoder_) break;
     }
+    receive();
+    stage_.counters.soundsDamaged += decoder->damagedPackets() - damaged;
 }
 
 void AudioPipe::receive() {

@@ -29,9 +29,13 @@ struct Counters {
     Count audioPackets{0};
     Count soundsDecoded{0};
     Count soundsDropped{0};  ///< too late to be heard
+    Count soundsDamaged{0};  ///< packets of which the decoder could make nothing
     // playing
-    Count presentedUs{0};  ///< programme time presented
-    Count stalls{0};       ///< times that playing stood because nothing was read
+    Count presentedUs{0};    ///< programme time presented
+    Count stalls{0};         ///< times that playing stood because nothing was read
+    Count apart{0};          ///< times that pictures began to come too late for the sound
+    Count picturesStuck{0};  ///< times that a picture stood while the sound went on
+    Count soundsMissing{0};  ///< times that the sound failed while pictures went on, a lost device included
     // the streams
     std::atomic<int> videoCodec{0};
     std::atomic<int> width{0};

@@ -164,25 +164,26 @@ void Parameters::getStatistics(Param &answer) const {
     const Counters &c = session_.stage().counters;
     const int64_t dropped = c.picturesDropped;
     const int64_t skipped = c.picturesSkipped;
+    const int64_t stalls = c.stalls;
     const std::array<int64_t, 28> ints{
         0,                                                                  // eventType
         c.videoCodec,                                                       // videoCodec
         0,                                                                  // decodingType: software
         c.presentedUs / 1000,                                               // playTimeTotal, ms
-        0,                                                                  // avUnSynchronizedTotal
+        c.apart,                                                            // avUnSynchronizedTotal
         skipped,                                                            // videoDecodeDroppedFramesTotal
         dropped,                                                            // videoRenderDroppedFramesTotal
-        0,                                                                  // audioDecodeDroppedFramesTotal
+        c.soundsDamaged,                                                    // audioDecodeDroppedFramesTotal
         c.soundsDropped,                                                    // audioRenderDroppedFramesTotal
         c.audioPackets,                                                     // audioDecodeInputTotal
         c.soundsDecoded,                                                    // audioDecodeOutputTotal
         c.videoPackets,                                                     // videoDecodeInputTotal
         c.picturesDecoded,                                                  // videoDecodeOutputTotal
-        c.stalls,                                                           // videoStuckTotal
-        c.hasAudio ? c.stalls.load() : 0,                                   // audioStuckTotal
-        0,                                                                  // noAudioTotal
-        0,                                                                  // noVideoAudioTotal
-        0,                                                                  // imageStuckTotal
+        c.hasVideo ? stalls : 0,                                            // videoStuckTotal
+        c.hasAudio ? stalls : 0,                                            // audioStuckTotal
+        c.soundsMissing,                                                    // noAudioTotal
+        c.hasVideo && c.hasAudio ? stalls : 0,                              // noVideoAudioTotal
+        c.picturesStuck,                                                    // imageStuckTotal
         0,                                                                  // blackScreenTotal
         0,                                                                  // greenScreenTotal
         0,                                                                  // blurredScreenTotal

@@ -12,8 +12,8 @@ using std::chrono::steady_clock;
 
 namespace {
 
-constexpr int64_t kInTimeUs = 500;           // closer than this a picture is shown at once
-constexpr int64_t kLateUs = 40'000;          // sound and picture stay within this
+constexpr int64_t kInTimeUs = 500;  // closer than this a picture is shown at once
+constexpr int64_t kLateUs = Impairments::kApartUs;
 constexpr int64_t kLandingUs = 50'000;       // a first picture further behind the landing place waits for its time
 constexpr int kMostDropped = 7;              // in a row: a machine too slow for the programme still shows something
 constexpr int64_t kDeviceTailUs = 100'000;   // sound beyond the last picture that plays out in the device's mix
@@ -131,6 +131,7 @@ Presenter::Next Presenter::letRun() {
     }
     if (soundDue && !stage_.soundLost && steady_clock::now() < landedAt_ + kAwaitSound) return landedAt_ + kAwaitSound;
     if (stage_.clock.run(stage_.control.playingFlag(), soundPlays())) stage_.audioWake.notify();
+    impairments_.restart();
     return std::nullopt;
 }
 
@@ -148,6 +149,12 @@ bool Presenter::soundPlays() const {
     return stage_.soundReady == generation_ && !stage_.soundLost && stage_.sound.bufferedUs() > 0;
 }
 
+Impairments::Sound Presenter::soundNow() const {
+    if (stage_.clock.soundLeads()) return Impairments::Sound::kHeard;
+    const bool due = stage_.expectAudio && !stage_.soundLost && stage_.soundEnded != generation_;
+    return due ? Impairments::Sound::kMissing : Impairments::Sound::kNotDue;
+}
+
 Presenter::Next Presenter::showDue(const Front &front) {
     const int64_t now = stage_.clock.nowUs();
     if (front.playUs > now + kInTimeUs) {
@@ -161,6 +168,7 @@ Presenter::Next Presenter::showDue(const Front &front) {
         lastEndUs_ = picture->playUs + picture->durationUs;
         outlet_.drop();
     } else {
+        impairments_.shown(now - front.playUs, soundNow());
         present(std::move(*picture), now - front.playUs);
     }
     return steady_clock::now();

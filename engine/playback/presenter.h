@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "playback/impairments.h"
 #include "playback/picture_outlet.h"
 #include "playback/stage.h"
 
@@ -43,9 +44,11 @@ private:
     bool picturesEnded() const;
     bool everythingDecoded() const;
     void account();
+    Impairments::Sound soundNow() const;
 
     Stage &stage_;
     PictureOutlet outlet_;
+    Impairments impairments_{stage_.counters};
     // of the generation
     uint32_t generation_ = 0;
     bool landed_ = false;

@@ -49,6 +49,7 @@ void Stage::fail(PlayerEvent event, const MediaError &error) {
 
 void Stage::loseSound(const MediaError &error) {
     if (soundLost.exchange(true)) return;
+    ++counters.soundsMissing;
     clock.abandonSound();
     notifier.post(kEventSoundFailed, error);
     sound.interrupt();

@@ -1,12 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
+#include <condition_variable>
 #include <filesystem>
+#include <fstream>
 #include <map>
 
 #include "base/protocols/reporter.h"
 #include "engine/playback/loopback_server.h"
+#include "engine/playback/range_server.h"
 #include "engine/playback/watched_player.h"
+#include "playback/impairments.h"
 
 namespace test {
 namespace {
@@ -67,6 +72,53 @@ TEST(Statistics, ADownloadCountsTheBytesOfTheWholeBody) {
     }
 }
 
+TEST(Statistics, SoundThatCannotBeDecodedIsCounted) {
+    const std::string damaged = testing::TempDir() + "damaged_sound.m4a";
+    std::filesystem::copy_file(clip("cover.m4a"), damaged, std::filesystem::copy_options::overwrite_existing);
+    std::fstream file(damaged, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(std::filesystem::file_size(damaged) / 2));
+    file << std::string(600, '\0');  // over two packets at least, over five at most
+    file.close();
+    WatchedPlayer player({damaged});
+    ASSERT_TRUE(player.playToEnd()) << player.events();
+    const auto record = player.parameter(2019);
+    EXPECT_GE(record.getInt32(7), 2);
+    EXPECT_LE(record.getInt32(7), 5);
+    EXPECT_GE(record.getInt32(9), record.getInt32(10) + record.getInt32(7));
+}
+
+TEST(Impairments, AreCountedWhenTheyBegin) {
+    using Sound = oriplayer::Impairments::Sound;
+    struct Shown {
+        int64_t lateUs;
+        Sound sound;
+        int apart, stuck, silent;  // so far
+    };
+    oriplayer::Counters counters;
+    oriplayer::Impairments impairments(counters);
+    for (const Shown &shown : {Shown{0, Sound::kMissing, 0, 0, 0},  // not heard yet
+                               {600'000, Sound::kNotDue, 0, 0, 0},  // apart from what?
+                               {40'000, Sound::kHeard, 0, 0, 0},
+                               {40'001, Sound::kHeard, 1, 0, 0},
+                               {600'000, Sound::kHeard, 1, 1, 0},
+                               {500'001, Sound::kHeard, 1, 1, 0},
+                               {0, Sound::kHeard, 1, 1, 0},
+                               {600'000, Sound::kHeard, 2, 2, 0},
+                               {0, Sound::kMissing, 2, 2, 1},
+                               {0, Sound::kMissing, 2, 2, 1},
+                               {0, Sound::kHeard, 2, 2, 1},
+                               {0, Sound::kNotDue, 2, 2, 1},
+                               {0, Sound::kMissing, 2, 2, 2}}) {
+        impairments.shown(shown.lateUs, shown.sound);
+        EXPECT_EQ(counters.apart, shown.apart);
+        EXPECT_EQ(counters.picturesStuck, shown.stuck);
+        EXPECT_EQ(counters.soundsMissing, shown.silent);
+    }
+    impairments.restart();
+    impairments.shown(0, Sound::kMissing);
+    EXPECT_EQ(counters.soundsMissing, 2);
+}
+
 class Reporter : public protocols::IReporter {
 public:
     struct Report {
@@ -78,15 +130,21 @@ public:
     bool report(std::string module, int64_t id, int kind, std::map<std::string, std::string> &values) override {
         const std::lock_guard lock(mutex_);
         reports_.push_back({module, id, kind, values});
+        changed_.notify_all();
         return true;
     }
     std::vector<Report> reports() {
         const std::lock_guard lock(mutex_);
         return reports_;
     }
+    bool waitFor(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return reports_.size() >= count; });
+    }
 
 private:
     std::mutex mutex_;
+    std::condition_variable changed_;
     std::vector<Report> reports_;
 };
 
@@ -113,6 +171,51 @@ TEST(Reports, ASummaryComesBeforeTheEndAndTheErrorBeforeItsSummary) {
     EXPECT_EQ(failing->reports()[0].kind, 2);
     EXPECT_EQ(failing->reports()[0].values.at("event"), "501");
     EXPECT_EQ(failing->reports()[1].kind, 0);
+}
+
+TEST(Reports, AStallIsReportedAndCountedAndTheDownloadHasItsSpeed) {
+    using Clock = std::chrono::steady_clock;
+    const auto begin = Clock::now();
+    RangeServer server(clip("sound_longer.mkv"));
+    server.limit = server.size() / 2;
+    const auto reporter = std::make_shared<Reporter>();
+    WatchedPlayer player({server.url()});
+    player->setReporter(reporter);
+    player->prepareAsync();
+    player->start();
+    ASSERT_TRUE(reporter->waitFor(1)) << player.events();
+    const auto report = reporter->reports()[0];
+    EXPECT_EQ(report.kind, 1);
+    EXPECT_EQ(report.values.at("stalls"), "1");
+    EXPECT_EQ(report.values.at("networkBytes"), std::to_string(player.parameter(1707).getInt64(-1)));
+    const int64_t position = std::stoll(report.values.at("positionMs"));
+    EXPECT_GT(position, 0);
+    EXPECT_NEAR(static_cast<double>(player.positionMs()), static_cast<double>(position), 1) << "time stands";
+
+    // The first answer is over all the time since the player was made, half a second at least.
+    oriplayer::cache_static_t download{};
+    const int id = player->getPlayerId();
+    while (download.downloadSpeed == 0.0 && Clock::now() < begin + std::chrono::seconds(20)) {
+        ASSERT_EQ(oriplayer::getDownloadStatisticInfo(id, &download), 0);
+        std::this_thread::yield();
+    }
+    const auto bytes = static_cast<double>(player.parameter(1707).getInt64(-1));
+    EXPECT_LE(download.downloadSpeed * 0.5, bytes);
+    EXPECT_GE(download.downloadSpeed * std::chrono::duration<double>(Clock::now() - begin).count(), bytes);
+    EXPECT_EQ(download.downloadStatus, 1);
+
+    server.limit = SIZE_MAX;
+    ASSERT_TRUE(player.waitForEvent(1001)) << player.events();
+    // Sound is read a little ahead of pictures and plays on as far as it reaches: some pictures are late behind it.
+    EXPECT_EQ(static_cast<int>(player.pictures().size()) + player.dropped(), 25);
+    const auto record = player.parameter(2019);
+    for (const int index : {13, 14, 16}) EXPECT_EQ(record.getInt32(index), 1) << index;
+    EXPECT_TRUE(std::string(player.parameter(4003).getCString(-1)).ends_with("stalls:1,"));
+    oriplayer::getDownloadStatisticInfo(id, &download);
+    EXPECT_EQ(download.downloadStatus, 0);
+    ASSERT_TRUE(reporter->waitFor(2));
+    EXPECT_EQ(reporter->reports()[1].kind, 0);
+    EXPECT_EQ(reporter->reports()[1].values.at("stalls"), "1");
 }
 
 }  // namespace
