@@ -5,6 +5,10 @@ target_compile_options(vexo_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wsha
 if(VEXO_WERROR)
   target_compile_options(vexo_build_flags INTERFACE -Werror)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # g++ 12 takes "text" + string for overlapping copies once it is optimised (GCC bug 105329).
+  target_compile_options(vexo_build_flags INTERFACE -Wno-restrict)
+endif()
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(vexo_build_flags INTERFACE -Wthread-safety)
 endif()
