@@ -30,6 +30,7 @@ void setEngineProperties(const Options &options) {
     set(oriplayer::kPropertyPictureOff, options.noVideo ? "1" : "");
     set(oriplayer::kPropertyAudioTrack, options.audioTrack);
     set(oriplayer::kPropertyCaFile, options.caFile);
+    set(oriplayer::kPropertyPreloadWindow, options.prefetch ? std::to_string(*options.prefetch) : "");
 }
 
 PlayerSession::Config sessionConfig(const Options &options, const WakeUp &wakeUp) {
@@ -44,6 +45,7 @@ PlayerSession::Config sessionConfig(const Options &options, const WakeUp &wakeUp
     config.endMs = options.endMs;
     config.interruptions = options.interruptions;
     config.interruptWith = options.interruptWith;
+    config.preload = options.prefetch == 0 ? Programme::Preload::kOff : Programme::Preload::kOn;
     config.infoKeys = options.infoKeys;
     const bool record = std::count(options.infoKeys.begin(), options.infoKeys.end(), vexo::KVPLAYER_INFO_KEY_ALL) > 0;
     if (!options.report.empty() && !record) config.infoKeys.push_back(vexo::KVPLAYER_INFO_KEY_ALL);

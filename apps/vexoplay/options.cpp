@@ -51,6 +51,9 @@ void declareProgramme(CLI::App &app, Options &options, Texts &texts) {
         ->delimiter(',')
         ->type_name("FILE[,FILE]")
         ->allow_extra_args(false);
+    app.add_option("--prefetch", options.prefetch, "items kept ready behind the one that plays, 3 unless said; 0: none")
+        ->check(CLI::Range(0, 8))
+        ->type_name("N");
     app.add_flag("--probe", options.probe, "print items, codecs and lengths, and exit");
 }
 

@@ -46,6 +46,7 @@ struct Options {
     std::string wifiDomains;
     std::string mobileDomains;
 
+    std::optional<int> prefetch;  ///< items kept ready behind the one that plays; the engine's own number if absent
     bool probe = false;
     bool json = false;
     bool untimed = false;

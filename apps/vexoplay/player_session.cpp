@@ -63,7 +63,7 @@ void PlayerSession::begin() {
     postponed_.clear();
     pausedAside_ = -1;
     const auto component = std::make_shared<oriplayer::PlayComponent>();
-    component->playList = programme_.build(config_.headers);
+    component->playList = programme_.build(config_.headers, config_.preload);
     player_->setDataSource({component}, 1, nullptr);
     finished_ = false;
     paused_ = presented_ = endReached_ = false;

@@ -43,6 +43,7 @@ public:
         std::string audioDevice;
         std::string userAgent;
         Programme::Headers headers;
+        Programme::Preload preload = Programme::Preload::kOn;
         int64_t startMs = 0;
         std::optional<int64_t> endMs;
         std::vector<InterruptionPoint> interruptions;

@@ -45,7 +45,7 @@ int64_t Programme::plannedLength(const Item &item) const {
     return shape_ == Shape::kOneMixedPeriod ? kNominalMs : 0;
 }
 
-std::shared_ptr<oriplayer::IPlayList> Programme::build(const Headers &headers) {
+std::shared_ptr<oriplayer::IPlayList> Programme::build(const Headers &headers, Preload preload) {
     auto map = std::make_shared<oriplayer::StringMap>();
     for (const auto &[name, value] : headers) map->add(("http_header:" + name).c_str(), value.c_str());
     auto list = oriplayer::IPlayList::create();
@@ -61,7 +61,7 @@ std::shared_ptr<oriplayer::IPlayList> Programme::build(const Headers &headers) {
             period = oriplayer::IPeriod::create();
             period->setHeaders(map);
             period->setSourceKind(1);
-            period->setPreloadMask(1);
+            period->setPreloadMask(preload == Preload::kOn ? 1 : 0);
             period->setMixedCodecs(shape_ == Shape::kOneMixedPeriod);
             if (shape_ == Shape::kPeriodEach) list->addPeriod(period, -1);
         }

@@ -38,6 +38,8 @@ struct Item {
 class Programme {
 public:
     enum class Shape { kPeriodEach, kOneMixedPeriod };
+    /// Whether the library is to ask for items to be opened ahead.
+    enum class Preload { kOff, kOn };
     using Headers = std::vector<std::pair<std::string, std::string>>;
 
     /// Where a position lies.
@@ -51,7 +53,7 @@ public:
 
     /// A play list for the library from what is known now; what was learned while playing counts. `headers` travel
     /// with every request.
-    std::shared_ptr<oriplayer::IPlayList> build(const Headers &headers);
+    std::shared_ptr<oriplayer::IPlayList> build(const Headers &headers, Preload preload = Preload::kOn);
 
     int size() const { return static_cast<int>(items_.size()); }
     const std::string &url(int item) const { return items_[static_cast<std::size_t>(item)].url; }

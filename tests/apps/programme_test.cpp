@@ -50,6 +50,8 @@ TEST(Programme, PeriodsCarryLengthsHeadersAndSources) {
     const auto foreign = oriplayer::IPeriod::create();
     foreign->addSource(oriplayer::ISource::create("http://host/1", 0.0));
     EXPECT_EQ(programme.itemOf(*foreign), -1) << "the object counts, not the URL";
+    EXPECT_EQ(second->getPreloadMask(), 1);
+    EXPECT_EQ(programme.build({}, Programme::Preload::kOff)->getPeriod(1)->getPreloadMask(), 0);
 }
 
 TEST(Programme, AMixedPeriodNumbersItsSourcesAndKnowsThemByTheirSource) {

@@ -56,7 +56,7 @@ TEST(Options, HeadersAreSplitAndCannotSmuggleInLines) {
 TEST(Options, EverythingAsked_Arrives) {
     const ParsedOptions parsed =
         parse({"--mixed", "--start", "1:00", "--end", "90", "--speed", "1.5", "--volume", "50", "--header", "A: 1",
-               "--header", "B: 2", "--audio-track", "deu", "one.mp4", "http://host/two.webm"});
+               "--header", "B: 2", "--audio-track", "deu", "--prefetch=0", "one.mp4", "http://host/two.webm"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options &options = *parsed.options;
     EXPECT_THAT(options.inputs, ElementsAre("one.mp4", "http://host/two.webm"));
@@ -67,6 +67,7 @@ TEST(Options, EverythingAsked_Arrives) {
     EXPECT_EQ(options.volume, 0.5);
     EXPECT_THAT(options.headers, ElementsAre(testing::Pair("A", "1"), testing::Pair("B", "2")));
     EXPECT_EQ(options.audioTrack, "deu");
+    EXPECT_EQ(options.prefetch, 0);
 }
 
 TEST(Options, WhatMakesNoSense_IsAUsageErrorWithItsReason) {
@@ -74,6 +75,7 @@ TEST(Options, WhatMakesNoSense_IsAUsageErrorWithItsReason) {
         {{}, "nothing to play"},
         {{"--speed", "5", "a"}, "--speed"},
         {{"--volume", "101", "a"}, "--volume"},
+        {{"--prefetch", "9", "a"}, "--prefetch"},
         {{"--start", "soon", "a"}, "not a time"},
         {{"--start", "10", "--end", "5", "a"}, "--end"},
         {{"--header", "nonsense", "a"}, "nonsense"},
