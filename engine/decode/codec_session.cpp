@@ -12,7 +12,21 @@ constexpr int64_t kDamagedBeforeGivingUp = 100;
 }  // namespace
 
 MediaError CodecSession::open(const AVStream &stream, int threads) {
-    const AVCodecParameters &parameters = *stream.codecpar;
+    return open(*stream.codecpar, stream.avg_frame_rate, threads);
+}
+
+MediaError CodecSession::openLike(const CodecSession &other) {
+    struct Free {
+        void operator()(AVCodecParameters *parameters) const { avcodec_parameters_free(&parameters); }
+    };
+    const std::unique_ptr<AVCodecParameters, Free> parameters(avcodec_parameters_alloc());
+    if (!other.codec_ || !parameters) return {AVERROR(EINVAL), "there is no decoder to take after"};
+    if (const int result = avcodec_parameters_from_context(parameters.get(), other.codec_.get()); result < 0)
+        return {result, "cannot copy the parameters of a decoder: " + avErrorText(result)};
+    return open(*parameters, other.codec_->framerate, 1);
+}
+
+MediaError CodecSession::open(const AVCodecParameters &parameters, AVRational frameRate, int threads) {
     const std::string name = avcodec_get_name(parameters.codec_id);
     const AVCodec *decoder = avcodec_find_decoder(parameters.codec_id);
     if (!decoder) return {AVERROR_DECODER_NOT_FOUND, "there is no decoder for " + name};
@@ -21,7 +35,7 @@ MediaError CodecSession::open(const AVStream &stream, int threads) {
     if (result >= 0) {
         codec_->opaque = FfmpegLog::mark();
         codec_->pkt_timebase = {1, 1'000'000};
-        codec_->framerate = stream.avg_frame_rate;
+        codec_->framerate = frameRate;
         codec_->thread_count = threads;
         codec_->max_pixels = kMostPixels;
         codec_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;

@@ -15,6 +15,8 @@ class CodecSession {
 public:
     /// `threads` 0: the machine's cores.
     MediaError open(const AVStream &stream, int threads);
+    /// A decoder of one thread for the stream of another session.
+    MediaError openLike(const CodecSession &other);
     /// 0, also for a damaged packet; AVERROR(EAGAIN): receive first; AVERROR_EOF behind a null packet.
     int send(const AVPacket *packet);
     /// 0 and a frame, AVERROR(EAGAIN), AVERROR_EOF, or AVERROR_INVALIDDATA when nothing ever decodes.
@@ -26,6 +28,7 @@ public:
     int64_t damagedPackets() const { return damaged_; }
 
 private:
+    MediaError open(const AVCodecParameters &parameters, AVRational frameRate, int threads);
     bool isDamage(int result);
 
     std::unique_ptr<AVCodecContext, CodecFree> codec_;

@@ -88,6 +88,20 @@ int VideoDecoder::receive(AVFrame *frame) {
     return result;
 }
 
+FramePtr VideoDecoder::decodeAlone(const AVPacket &packet) const {
+    CodecSession alone;
+    if (alone.openLike(impl_->session) || alone.send(&packet) < 0) return nullptr;
+    alone.send(nullptr);
+    FramePtr frame(av_frame_alloc());
+    if (!frame || alone.receive(frame.get()) != 0) return nullptr;
+    // A field of its own is half a picture.
+    const bool whole = frame->decode_error_flags == 0 && (frame->flags & AV_FRAME_FLAG_CORRUPT) == 0;
+    if (!whole || frame->interlaced_frame) return nullptr;
+    frame->pts = packet.pts;
+    if (frame->pkt_duration <= 0) frame->pkt_duration = impl_->pictureUs;
+    return frame;
+}
+
 void VideoDecoder::flush() {
     impl_->session.flush();
     impl_->sawPts = false;

@@ -24,6 +24,10 @@ public:
     /// The frame's pts (best effort, microseconds) and pkt_duration are always set; an unknown duration is taken from
     /// the stream's frame rate.
     int receive(AVFrame *frame);
+    /// The picture of this one packet, by a decoder of its own with one thread: a key frame is seen at once, where the
+    /// decoder proper first fills its threads and the pictures that overtake each other. Null if the packet does not
+    /// give one whole picture. What is under way in the decoder proper is not touched.
+    FramePtr decodeAlone(const AVPacket &packet) const;
     /// Behind a seek: forgets everything that is under way.
     void flush();
     /// Pictures that end at or before this position are only needed as references: the decoder may leave out what no

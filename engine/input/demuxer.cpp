@@ -9,6 +9,8 @@ extern "C" {
 #include <cstring>
 #include <vector>
 
+#include "input/header_facts.h"
+#include "input/variant_set.h"
 #include "playlist/local_file.h"
 
 namespace oriplayer {
@@ -71,6 +73,11 @@ int probe(AVFormatContext &container, const std::string &url, const AVInputForma
     return std::strcmp(format->name, "concat") == 0 ? AVERROR(EPERM) : 0;
 }
 
+// More than 3,000 years is no length but damage; programmes add lengths up.
+int64_t honest(int64_t us) {
+    return us < 100'000'000'000'000'000 ? us : 0;
+}
+
 /// The decoders that look into the first packets keep to the same limit of size as those that play.
 int findStreamInfo(AVFormatContext &container) {
     std::vector<AVDictionary *> options(container.nb_streams, nullptr);
@@ -95,9 +102,6 @@ MediaError Demuxer::open(const std::string &url, const InputOptions &options, So
                                               container_->iformat->name + ")"};
     }
     startRepair();
-    // MPEG streams keep what a search by time has come across in the same place: no table of key frames.
-    const bool searched = (container_->iformat->flags & AVFMT_TS_DISCONT) != 0;
-    indexed_ = !searched && avformat_index_get_entries_count(video() ? video() : audio()) > 0;
     failure = SourceInput::Failure::kNone;
     medium_.settle();
     return {};
@@ -120,6 +124,7 @@ MediaError Demuxer::openContainer(const std::string &url, const InputOptions &op
         // Connections of HLS segments are the medium's to keep and to take up again.
         av_dict_set(&demuxing, "http_persistent", "0", 0);
         av_dict_set(&demuxing, "http_multiple", "0", 0);
+        if (options.variants && options.variants->cut()) av_dict_set(&demuxing, "live_start_index", "0", 0);
         result = avformat_open_input(&container_, target.c_str(), format, &demuxing);
         av_dict_free(&demuxing);
     } else {
@@ -132,6 +137,7 @@ MediaError Demuxer::openContainer(const std::string &url, const InputOptions &op
 }
 
 MediaError Demuxer::findStreams(const std::string &url) {
+    if (headerTells(*container_)) return {};
     const int result = findStreamInfo(*container_);
     // An interrupted probe may end as if it had seen all there is.
     const int meaning = interrupter_.meaning(result < 0 ? result : AVERROR_BUG);
@@ -141,11 +147,18 @@ MediaError Demuxer::findStreams(const std::string &url) {
 
 void Demuxer::startRepair() {
     const int flags = container_->iformat->flags;
-    const bool timeless = (flags & AVFMT_NOTIMESTAMPS) || container_->start_time == AV_NOPTS_VALUE;
-    const bool endKnown = container_->start_time != AV_NOPTS_VALUE && container_->duration > 0 &&
-                          container_->duration < INT64_MAX / 8 && std::abs(container_->start_time) < INT64_MAX / 8;
-    const int64_t endUs = endKnown ? container_->start_time + container_->duration : INT64_MAX;
+    const int64_t startUs = beginningOf(*container_, {video(), audio()});
+    const bool timeless = (flags & AVFMT_NOTIMESTAMPS) || startUs == AV_NOPTS_VALUE;
+    const bool endKnown = startUs != AV_NOPTS_VALUE && container_->duration > 0 &&
+                          container_->duration < INT64_MAX / 8 && std::abs(startUs) < INT64_MAX / 8;
+    const int64_t endUs = endKnown ? startUs + container_->duration : INT64_MAX;
     repair_.start(trackOf(video(), timeless), trackOf(audio(), timeless), (flags & AVFMT_TS_DISCONT) != 0, endUs);
+}
+
+bool Demuxer::indexed() const {
+    // MPEG streams keep what a search by time has come across in the same place: no table of key frames.
+    const bool searched = (container_->iformat->flags & AVFMT_TS_DISCONT) != 0;
+    return !searched && avformat_index_get_entries_count(video() ? video() : audio()) > 0;
 }
 
 void Demuxer::close() {
@@ -204,6 +217,17 @@ MediaError Demuxer::rewind(int64_t us) {
         return {};
     }
     return seek(us);
+}
+
+int64_t Demuxer::durationUs() const {
+    if (container_->duration > 0) return honest(container_->duration);
+    int64_t longest = 0;
+    for (unsigned i = 0; i < container_->nb_streams; ++i) {
+        const AVStream &stream = *container_->streams[i];
+        if (stream.duration <= 0) continue;
+        longest = std::max(longest, av_rescale_q(stream.duration, stream.time_base, {1, 1'000'000}));
+    }
+    return honest(longest);
 }
 
 bool Demuxer::live() const {

@@ -36,7 +36,9 @@ public:
     const AVStream *video() const { return stream(choice_.video); }
     const AVStream *audio() const { return stream(choice_.audio); }
     /// The container has a table of its key frames: a seek by time lands on the nearest of them.
-    bool indexed() const { return indexed_; }
+    bool indexed() const;
+    /// The container's length, else the longest stream's, else 0.
+    int64_t durationUs() const;
     /// No end that could be known, and more to come.
     bool live() const;
     Interrupter &interrupter() { return interrupter_; }
@@ -57,7 +59,6 @@ private:
     const std::function<int64_t()> bytes_ = [this] { return medium_.bytesRead(); };
     AVFormatContext *container_ = nullptr;
     StreamChoice choice_;
-    bool indexed_ = false;
     TimestampRepair repair_;
 };
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "input/bounded_call.h"
-#include "input/source_input.h"
+#include "input/demuxer.h"
 
 namespace oriplayer {
 
@@ -17,8 +17,11 @@ double probeLocalDuration(const std::string &path) {
         InputOptions options;
         options.timeoutMs = kTimeoutMs;
         options.cancel = &giveUp;
-        SourceInput input;
-        if (!input.open(path, options)) *seconds = static_cast<double>(input.durationUs()) / 1e6;
+        Demuxer demuxer;
+        demuxer.interrupter().watch(options.cancel);
+        demuxer.interrupter().begin(options.timeoutMs);
+        auto failure = SourceInput::Failure::kNone;
+        if (!demuxer.open(path, options, failure)) *seconds = static_cast<double>(demuxer.durationUs()) / 1e6;
     };
     return boundedCall(ask, kTimeoutMs, nullptr) ? *seconds : 0.0;
 }

@@ -19,22 +19,6 @@ constexpr int kLivePatience = 4;
 // Reading for the first moment ends here even if a stream has not shown up.
 constexpr std::size_t kMaxHeldBytes = 64u << 20;
 
-// More than 3,000 years is no length but damage; programmes add lengths up.
-int64_t honest(int64_t us) {
-    return us < 100'000'000'000'000'000 ? us : 0;
-}
-
-int64_t lengthOf(const AVFormatContext &container) {
-    if (container.duration > 0) return honest(container.duration);
-    int64_t longest = 0;
-    for (unsigned i = 0; i < container.nb_streams; ++i) {
-        const AVStream &stream = *container.streams[i];
-        if (stream.duration <= 0) continue;
-        longest = std::max(longest, av_rescale_q(stream.duration, stream.time_base, {1, 1'000'000}));
-    }
-    return honest(longest);
-}
-
 }  // namespace
 
 struct SourceInput::Impl {
@@ -173,7 +157,7 @@ const AVFormatContext *SourceInput::container() const {
 }
 
 int64_t SourceInput::durationUs() const {
-    return container() ? lengthOf(*container()) : 0;
+    return container() ? impl_->demuxer.durationUs() : 0;
 }
 
 bool SourceInput::seekable() const {

@@ -33,6 +33,8 @@ struct StreamItem {
     /// else it forgets that.
     std::vector<FramePtr> pictures;
     bool goesOn = false;
+    /// kStream: the source is read from its beginning, and this is its first moment.
+    std::optional<int64_t> beginsUs;
 };
 
 /// The packets between the reader and one decoder thread. It never blocks: the reader asks full() before it reads.

@@ -19,6 +19,7 @@ constexpr int kMostDropped = 7;              // in a row: a machine too slow for
 constexpr int64_t kDeviceTailUs = 100'000;   // sound beyond the last picture that plays out in the device's mix
 constexpr milliseconds kLookAgain{100};      // the sound may lead differently than extrapolated
 constexpr milliseconds kAwaitSound{500};     // for sound decoded behind the first picture
+constexpr milliseconds kAwaitSecond{150};    // a first picture stands for this long until its successor is decoded
 constexpr int64_t kRefillUs = 500'000;       // read ahead before playing goes on behind a stall, ...
 constexpr milliseconds kRefillTime{1000};    // ... unless it comes so slowly
 constexpr int64_t kEndPatienceUs = 500'000;  // for a device that does not say that it has played everything
@@ -130,6 +131,7 @@ Presenter::Next Presenter::letRun() {
         landedAt_ = steady_clock::now();
     }
     if (soundDue && !stage_.soundLost && steady_clock::now() < landedAt_ + kAwaitSound) return landedAt_ + kAwaitSound;
+    if (stage_.catchesUp && steady_clock::now() < landedAt_ + kAwaitSecond) return landedAt_ + kAwaitSecond;
     if (stage_.clock.run(stage_.control.playingFlag(), soundPlays())) stage_.audioWake.notify();
     impairments_.restart();
     return std::nullopt;

@@ -236,6 +236,7 @@ void Reader::pushStreams() {
     other.baseUs = item.baseUs;
     item.video = video_;
     other.audio = audio_;
+    if (untouched_) item.beginsUs = offsetUs_ + baseUs_;
     if (offsetUs_ + baseUs_ != 0) ahead_.undoDecoding();  // the decoder knows these pictures by other times
     item.pictures = std::move(ahead_.pictures);
     item.goesOn = !ahead_.decoding.empty();

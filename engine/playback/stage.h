@@ -96,6 +96,7 @@ struct Stage {
     std::atomic<uint32_t> soundReady{0};        ///< generation of which sound waits in the renderer
     std::atomic<uint32_t> soundEnded{0};        ///< generation whose sound has been decoded to its end
     std::atomic<int64_t> soundEndUs{0};         ///< play scale, end of the sound decoded last
+    std::atomic<bool> catchesUp{false};         ///< the picture shown first was decoded alone; the next is under way
     std::atomic<bool> soundLost{false};         ///< no device: what is decoded is paced and goes nowhere
     std::atomic<uint32_t> shownGeneration{0};   ///< generation of what is presented
 

@@ -39,6 +39,7 @@ void VideoPipe::handle(StreamItem item) {
             if (decoder_ && !item.goesOn) decoder_->flush();
             if (decoder_) decoder_->skipBefore(landed_ ? INT64_MIN : targetUs_);
             baseUs_ = item.baseUs;
+            beginsUs_ = item.pictures.empty() ? item.beginsUs : std::nullopt;
             takeAhead(std::move(item.pictures));
             break;
         case StreamItem::Kind::kPacket:
@@ -46,6 +47,7 @@ void VideoPipe::handle(StreamItem item) {
             stage_.counters.decoderBytes += item.packet->size;
             if (item.packet->pts != AV_NOPTS_VALUE) awaited_.insert(item.packet->pts);
             keepPace(*item.packet);
+            showFirst(*item.packet);
             decode(item.packet.get());
             break;
         case StreamItem::Kind::kEnd:
@@ -63,6 +65,35 @@ void VideoPipe::takeAhead(std::vector<FramePtr> pictures) {
     }
 }
 
+// The first picture need not wait for those behind it. The decoder proper gives it once more.
+void VideoPipe::showFirst(const AVPacket &packet) {
+    const auto beginsUs = std::exchange(beginsUs_, std::nullopt);
+    const bool first = beginsUs && packet.pts == *beginsUs && (packet.flags & AV_PKT_FLAG_KEY) != 0;
+    if (!first || !decoder_ || landed_ || stage_.untimed || targetUs_ > packet.pts) return;
+    FramePtr frame;
+    {
+        Stopwatch watch(stage_.counters.decodeUs);
+        frame = decoder_->decodeAlone(packet);
+    }
+    if (!frame || outdated()) return;
+    twinUs_ = frame->pts;
+    stage_.catchesUp = true;
+    ++stage_.counters.picturesDecoded;
+    take(std::move(frame));
+}
+
+bool VideoPipe::isTwin(const AVFrame &frame) {
+    if (!twinUs_) return false;
+    const bool twin = frame.pts <= *twinUs_;
+    forgetTwin();
+    return twin;
+}
+
+void VideoPipe::forgetTwin() {
+    twinUs_.reset();
+    if (stage_.catchesUp.exchange(false)) stage_.showWake.notify();
+}
+
 void VideoPipe::beginGeneration(const StreamItem &item) {
     generation_ = item.generation;
     targetUs_ = item.targetUs;
@@ -72,6 +103,8 @@ void VideoPipe::beginGeneration(const StreamItem &item) {
     hasSkipped_ = false;
     awaited_.clear();
     skipped_.reset();
+    beginsUs_.reset();
+    forgetTwin();
     if (decoder_) decoder_->flush();
 }
 
@@ -122,8 +155,9 @@ void VideoPipe::receive() {
             const std::string what = std::string("decoding ") + decoder_->codecName() + ": " + avErrorText(result);
             return stage_.fail(kEventDecodeFailed, {result, what});
         }
-        ++stage_.counters.picturesDecoded;
         countSkipped(frame->pts);
+        if (isTwin(*frame)) continue;
+        ++stage_.counters.picturesDecoded;
         take(std::move(frame));
     }
 }
@@ -132,6 +166,7 @@ void VideoPipe::drain() {
     if (!decoder_) return;
     decode(nullptr);
     decoder_->flush();
+    forgetTwin();
     if (!outdated()) countSkipped(INT64_MAX);
 }
 

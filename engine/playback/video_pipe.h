@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <set>
 
 #include "decode/picture_converter.h"
@@ -20,6 +21,9 @@ private:
     void handle(StreamItem item);
     void beginGeneration(const StreamItem &item);
     void takeAhead(std::vector<FramePtr> pictures);
+    void showFirst(const AVPacket &packet);
+    bool isTwin(const AVFrame &frame);
+    void forgetTwin();
     void decode(const AVPacket *packet);
     void receive();
     void drain();
@@ -38,10 +42,12 @@ private:
     uint32_t generation_ = 0;
     int64_t targetUs_ = INT64_MIN;
     int64_t baseUs_ = 0;
-    bool landed_ = false;        ///< a picture of this generation was delivered
-    bool skipping_ = false;      ///< the decoder was told to leave pictures out
-    bool hasSkipped_ = false;    ///< it was, at least once in this generation
-    std::set<int64_t> awaited_;  ///< play times of pictures that went into the decoder and did not yet come out
+    std::optional<int64_t> beginsUs_;  ///< the next packet is the source's first, and that its first moment
+    std::optional<int64_t> twinUs_;    ///< a picture that was decoded alone, and will come out of the decoder as well
+    bool landed_ = false;              ///< a picture of this generation was delivered
+    bool skipping_ = false;            ///< the decoder was told to leave pictures out
+    bool hasSkipped_ = false;          ///< it was, at least once in this generation
+    std::set<int64_t> awaited_;        ///< play times of pictures that went into the decoder and did not yet come out
 };
 
 }  // namespace oriplayer

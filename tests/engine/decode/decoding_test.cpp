@@ -133,6 +133,30 @@ TEST(Decoding, ClipsGiveWhatTheFfmpegProgramDecodes) {
     }
 }
 
+TEST(Decoding, AKeyFrameAloneGivesThePictureThatComesFirst) {
+    for (const char *name : {"h264_aac.mp4", "bframes.mkv", "vp9_opus.webm", "av1_opus.mkv", "interlaced.ts"}) {
+        SCOPED_TRACE(name);
+        Decoding decoding(support::clip(name));
+        PacketPtr packet(av_packet_alloc());
+        SourceInput::Stream stream = SourceInput::Stream::kAudio;
+        while (stream != SourceInput::Stream::kVideo) ASSERT_EQ(decoding.input.read(packet.get(), stream), 0);
+        const FramePtr alone = decoding.video.decodeAlone(*packet);
+        FramePtr first(av_frame_alloc());
+        do {
+            if (stream == SourceInput::Stream::kVideo) decoding.video.send(packet.get());
+            av_packet_unref(packet.get());
+        } while (decoding.video.receive(first.get()) != 0 && decoding.input.read(packet.get(), stream) == 0);
+        ASSERT_EQ(alone != nullptr, !first->interlaced_frame) << "it may be one field of two";
+        if (!alone) continue;
+        EXPECT_EQ(alone->pts, first->pts);
+        PictureDigest one;
+        PictureDigest other;
+        one.add(*alone);
+        other.add(*first);
+        EXPECT_EQ(one.text(), other.text());
+    }
+}
+
 TEST(Decoding, PicturesStandOneBehindTheOtherFromZero) {
     // All have 25 pictures a second; those that jump last two seconds. FLV counts in whole milliseconds.
     for (const char *name : {"h264_aac.mp4", "mpeg2_mp2.ts", "bframes.mkv", "late_start.ts", "wrap.ts", "jump_back.ts",
