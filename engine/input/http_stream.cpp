@@ -8,7 +8,9 @@ extern "C" {
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <thread>
+#include <utility>
 
 namespace oriplayer {
 
@@ -51,7 +53,11 @@ void *HttpStream::connectionOf(void *io, void *previous) {
 }
 
 HttpStream::HttpStream(const Setup &setup)
-    : url_(setup.url), route_(setup.route), timeoutMs_(setup.timeoutMs), patience_(setup.interrupt, setup.route.get()) {
+    : url_(setup.url),
+      route_(setup.route),
+      timeoutMs_(setup.timeoutMs),
+      speed_(setup.speed),
+      patience_(setup.interrupt, setup.route.get()) {
     av_dict_copy(&options_, setup.options, 0);
     av_dict_copy(&otherOptions_, setup.otherOptions, 0);
 }
@@ -111,6 +117,45 @@ int64_t HttpStream::seek(void *self, int64_t offset, int whence) {
 }
 
 int HttpStream::read(uint8_t *buffer, int size) {
+    if (shown_) return readShown(buffer, size);
+    if (!speed_) return download(buffer, size);
+    const LineSpeed::Waiting waiting(*speed_);
+    const int result = download(buffer, size);
+    if (result > 0) speed_->came(result);
+    return result;
+}
+
+int HttpStream::readShown(uint8_t *buffer, int size) {
+    const auto place = static_cast<std::size_t>(position_);
+    const std::size_t count = std::min(shown_->size() - place, static_cast<std::size_t>(size));
+    if (count == 0) return AVERROR_EOF;
+    std::memcpy(buffer, shown_->data() + place, count);
+    position_ += static_cast<int64_t>(count);
+    return static_cast<int>(count);
+}
+
+std::optional<std::string> HttpStream::restOfBody(std::size_t most) {
+    std::string body;
+    char piece[8192];
+    while (body.size() <= most) {
+        const int count = avio_read_partial(io_, reinterpret_cast<unsigned char *>(piece), sizeof piece);
+        if (count == 0 || count == AVERROR_EOF) return body;
+        if (count < 0) return std::nullopt;
+        body.append(piece, static_cast<std::size_t>(count));
+    }
+    return std::nullopt;
+}
+
+void HttpStream::show(std::string text) {
+    shown_ = std::move(text);
+    position_ = 0;
+    io_->buf_ptr = io_->buf_end = io_->buffer;
+    io_->pos = 0;
+    io_->eof_reached = 0;
+    io_->error = 0;
+}
+
+int HttpStream::download(uint8_t *buffer, int size) {
     silentFrom_ = steady_clock::now();
     while (failure_ == 0) {
         if (!connection_ && complete()) return AVERROR_EOF;
@@ -216,7 +261,15 @@ bool HttpStream::connectTo(const std::string &url, const AVDictionary *options, 
     return true;
 }
 
+int64_t HttpStream::seekShown(int64_t offset, int whence) {
+    const auto size = static_cast<int64_t>(shown_->size());
+    if (whence == AVSEEK_SIZE) return size;
+    if (whence != SEEK_SET || offset < 0 || offset > size) return AVERROR(EINVAL);
+    return position_ = offset;
+}
+
 int64_t HttpStream::seek(int64_t offset, int whence) {
+    if (shown_) return seekShown(offset, whence);
     if (whence == AVSEEK_SIZE) return size_ >= 0 ? size_ : AVERROR(ENOSYS);
     if (whence != SEEK_SET || offset < 0) return AVERROR(EINVAL);
     if (offset == position_ && failure_ == 0) return offset;

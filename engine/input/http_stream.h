@@ -3,11 +3,13 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "ffmpeg.h"
 #include "input/host_route.h"
 #include "input/http_connection.h"
+#include "input/line_speed.h"
 
 namespace oriplayer {
 
@@ -26,7 +28,8 @@ public:
         AVIOInterruptCB interrupt{};                 ///< the caller's; outlives the stream
         std::shared_ptr<HostRoute> route;            ///< may be null
         int timeoutMs = 8000;
-        int tries = 1;  ///< for the first connection
+        int tries = 1;               ///< for the first connection
+        LineSpeed *speed = nullptr;  ///< is told what comes, and how long it is waited for; outlives the stream
     };
     /// Null, and an AVERROR in `result`.
     static std::unique_ptr<HttpStream> open(const Setup &setup, int &result);
@@ -41,6 +44,10 @@ public:
     }
     /// For demuxers; lives as long as the stream.
     AVIOContext *io() const { return io_; }
+    /// What a demuxer has not read yet; nothing if that is more than `most` bytes or cannot be read.
+    std::optional<std::string> restOfBody(std::size_t most);
+    /// From now on demuxers read this text, from its beginning, in place of the body.
+    void show(std::string text);
     /// Why the body cannot be read on, an AVERROR; 0 while it can. A seek tries anew.
     int failure() const { return failure_; }
 
@@ -55,7 +62,10 @@ private:
     static int read(void *self, uint8_t *buffer, int size);
     static int64_t seek(void *self, int64_t offset, int whence);
     int read(uint8_t *buffer, int size);
+    int readShown(uint8_t *buffer, int size);
+    int download(uint8_t *buffer, int size);
     int64_t seek(int64_t offset, int whence);
+    int64_t seekShown(int64_t offset, int whence);
     int receive(uint8_t *buffer, int size);
     void follow();
     bool replace(int why);
@@ -70,6 +80,7 @@ private:
     AVDictionary *otherOptions_ = nullptr;
     std::shared_ptr<HostRoute> route_;
     const int timeoutMs_;
+    LineSpeed *const speed_;
     HttpPatience patience_;
     std::unique_ptr<HttpConnection> connection_;  ///< null behind a seek, until there is something to read
     AVIOContext *io_ = nullptr;
@@ -80,6 +91,7 @@ private:
     int tries_ = 0;           ///< since there was progress
     int64_t progressAt_ = 0;  ///< position from which on the tries begin anew
     int failure_ = 0;
+    std::optional<std::string> shown_;  ///< in place of the body
 };
 
 }  // namespace oriplayer

@@ -16,6 +16,8 @@ class Interrupter {
 public:
     /// `cancel` may be null; it is watched as long as the object lives.
     void watch(const std::atomic<bool> *cancel) { cancel_ = cancel; }
+    /// Is aborted whenever this one is; null or outlives the object.
+    void follow(const Interrupter *leader) { leader_ = leader; }
     /// Starts the time of one call.
     void begin(int timeoutMs) {
         last_ = deadline_ = Clock::now() + std::chrono::milliseconds(timeoutMs);
@@ -34,7 +36,8 @@ public:
     void abort() { aborted_.store(true, std::memory_order_relaxed); }
 
     bool aborted() const {
-        return aborted_.load(std::memory_order_relaxed) || (cancel_ && cancel_->load(std::memory_order_relaxed));
+        return aborted_.load(std::memory_order_relaxed) || (cancel_ && cancel_->load(std::memory_order_relaxed)) ||
+               (leader_ && leader_->aborted());
     }
     AVIOInterruptCB callback() { return {&Interrupter::ask, this}; }
 
@@ -66,6 +69,7 @@ private:
     }
 
     const std::atomic<bool> *cancel_ = nullptr;
+    const Interrupter *leader_ = nullptr;
     std::atomic<bool> aborted_{false};
     Clock::time_point deadline_ = Clock::time_point::max();
     Clock::time_point last_ = Clock::time_point::max();

@@ -7,12 +7,21 @@ extern "C" {
 #include <libavutil/mem.h>
 }
 
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+#include "input/variant_set.h"
+
 namespace oriplayer {
 
 namespace {
 
 constexpr char kNetworkProtocols[] = "http,https,tls,tcp,httpproxy,crypto,data";
 constexpr char kLocalProtocols[] = "file,http,https,tls,tcp,httpproxy,crypto,data";
+
+// A list of a day in segments of a second is half as long.
+constexpr std::size_t kMostListBytes = 16u << 20;
 
 bool beginsWith(const std::string &text, const char *head, std::size_t length) {
     return strncasecmp(text.c_str(), head, length) == 0;
@@ -28,6 +37,11 @@ std::string oneLine(std::string text) {
 
 void setDefault(AVDictionary **options, const char *key, const std::string &value) {
     if (!value.empty()) av_dict_set(options, key, value.c_str(), AV_DICT_DONT_OVERWRITE);
+}
+
+/// FFmpeg takes an empty block of headers for one without its last line's end, and says so.
+void setHeaders(AVDictionary **options, const std::string &block) {
+    av_dict_set(options, "headers", block.empty() ? nullptr : block.c_str(), 0);
 }
 
 }  // namespace
@@ -95,7 +109,7 @@ int Medium::open(AVFormatContext *container, AVIOContext **io, const char *url, 
     const bool encrypted = beginsWith(url, "crypto", 6);
     if (encrypted) {
         self->addRequestOptions(all);
-        av_dict_set(all, "headers", self->headersFor(hostOf(url)).c_str(), 0);
+        setHeaders(all, self->headersFor(hostOf(url)));
     }
     const int result = self->defaultOpen_(container, io, url, flags, all);
     av_dict_free(&own);
@@ -110,14 +124,16 @@ int Medium::openHttp(AVIOContext **io, const char *url, const AVDictionary *give
     addRequestOptions(&all);
     if (!protocols_.empty()) av_dict_set(&all, "protocol_whitelist", protocols_.c_str(), 0);
     av_dict_copy(&other, all, 0);
-    av_dict_set(&all, "headers", headersFor(hostOf(url)).c_str(), 0);
-    av_dict_set(&other, "headers", headersFor({}).c_str(), 0);
+    setHeaders(&all, headersFor(hostOf(url)));
+    setHeaders(&other, headersFor({}));
     constexpr int kTries = 3;
     int result = 0;
-    auto stream = HttpStream::open(
-        {url, all, other, interrupt_, options_.route, options_.timeoutMs, settled_ ? kTries : 1}, result);
+    auto stream = HttpStream::open({url, all, other, interrupt_, options_.route, options_.timeoutMs,
+                                    settled_ ? kTries : 1, options_.variants ? &options_.variants->speed() : nullptr},
+                                   result);
     av_dict_free(&all);
     av_dict_free(&other);
+    if (stream && options_.variants) present(*stream, url, given);
     if (!stream) {
         // A missing piece of a list is the demuxer's to go over; a server that is gone is not.
         const bool gone = settled_ && HttpStream::mayPass(result) && result != AVERROR_EXIT;
@@ -127,6 +143,23 @@ int Medium::openHttp(AVIOContext **io, const char *url, const AVDictionary *give
     *io = stream->io();
     streams_[*io] = std::move(stream);
     return 0;
+}
+
+/// A play list passes through the set of variants, all else is a segment of one.
+void Medium::present(HttpStream &stream, const char *url, const AVDictionary *given) {
+    std::array<unsigned char, 7> head{};
+    const int count = avio_read(stream.io(), head.data(), static_cast<int>(head.size()));
+    const auto *text = reinterpret_cast<const char *>(head.data());
+    if (count > 0 && isHlsList({text, static_cast<std::size_t>(count)})) {
+        auto rest = stream.restOfBody(kMostListBytes);
+        if (rest) {
+            std::string list(text, static_cast<std::size_t>(count));
+            return stream.show(options_.variants->present(url, std::move(list.append(*rest))));
+        }
+    }
+    avio_seek(stream.io(), 0, SEEK_SET);
+    const AVDictionaryEntry *offset = av_dict_get(given, "offset", nullptr, 0);
+    options_.variants->opened(url, offset ? std::strtoll(offset->value, nullptr, 10) : 0);
 }
 
 int Medium::close(AVFormatContext *container, AVIOContext *io) {

@@ -40,6 +40,7 @@ private:
     static int open(AVFormatContext *container, AVIOContext **io, const char *url, int flags, AVDictionary **options);
     static int close(AVFormatContext *container, AVIOContext *io);
     int openHttp(AVIOContext **io, const char *url, const AVDictionary *given);
+    void present(HttpStream &stream, const char *url, const AVDictionary *given);
     void addRequestOptions(AVDictionary **options) const;
     std::string headersFor(const std::string &host) const;
 

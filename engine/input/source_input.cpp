@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "input/demuxer.h"
+#include "input/adaptive_demuxer.h"
 #include "input/first_moment.h"
 #include "input/held_packets.h"
 
@@ -24,7 +24,7 @@ constexpr std::size_t kMaxHeldBytes = 64u << 20;
 struct SourceInput::Impl {
     enum class Landing { kFound, kBehindTarget, kFailed };
 
-    Demuxer demuxer;
+    AdaptiveDemuxer demuxer;
     InputOptions options;
     Failure failure = Failure::kNone;
     HeldPackets held;
@@ -122,10 +122,8 @@ MediaError SourceInput::open(const std::string &url, const InputOptions &options
     impl_->options = options;
     impl_->held.clear();
     impl_->originUs = 0;
-    Interrupter &interrupter = impl_->demuxer.interrupter();
-    interrupter.watch(options.cancel);
-    interrupter.begin(std::max(options.timeoutMs - options.waitedMs, 0));
-    if (MediaError error = impl_->demuxer.open(url, options, impl_->failure)) return error;
+    const int timeoutMs = std::max(options.timeoutMs - options.waitedMs, 0);
+    if (MediaError error = impl_->demuxer.open(url, options, timeoutMs, impl_->failure)) return error;
     const int result = impl_->findFirstMoment();
     if (result >= 0) return {};
     impl_->failure = result == AVERROR_EOF ? Failure::kNothingPlayable : Failure::kCannotOpen;
@@ -143,7 +141,7 @@ void SourceInput::watch(const std::atomic<bool> *cancel) {
 }
 
 void SourceInput::takeRoute(const std::string &url, const std::shared_ptr<HostRoute> &route) {
-    impl_->demuxer.medium().takeRoute(url, route);
+    impl_->demuxer.takeRoute(url, route);
 }
 
 const AVStream *SourceInput::video() const {
@@ -195,11 +193,18 @@ MediaError SourceInput::seek(int64_t positionUs) {
     return impl_->seek(std::clamp<int64_t>(positionUs, 0, last));
 }
 
+void SourceInput::adapt() {
+    impl_->demuxer.adapt();
+}
+SourceInput::Variants SourceInput::variants() const {
+    return impl_->demuxer.variants();
+}
+
 int64_t SourceInput::bytesRead() const {
-    return impl_->demuxer.medium().bytesRead();
+    return impl_->demuxer.bytesRead();
 }
 bool SourceInput::network() const {
-    return impl_->demuxer.medium().network();
+    return impl_->demuxer.network();
 }
 
 }  // namespace oriplayer

@@ -12,6 +12,7 @@
 namespace oriplayer {
 
 class HostRoute;
+class VariantSet;
 
 /// How a source is opened; filled from the process's properties, the player's settings and the period's headers.
 struct InputOptions {
@@ -25,6 +26,7 @@ struct InputOptions {
     bool wantAudio = true;
     std::string audioTrack;                     ///< number among the audio streams, or a language; empty: FFmpeg's best
     std::shared_ptr<HostRoute> route;           ///< where requests go after a change of network; may be null
+    VariantSet *variants = nullptr;             ///< what is shown of an HLS set; may be null; outlives the demuxer
     const std::atomic<bool> *cancel = nullptr;  ///< true is as good as interrupt(); it outlives the SourceInput
 };
 
@@ -50,6 +52,14 @@ public:
     ~SourceInput();
     SourceInput(const SourceInput &) = delete;
     SourceInput &operator=(const SourceInput &) = delete;
+
+    /// Of the HLS set that is read; the slowest variant is 0.
+    struct Variants {
+        int count = 0;  ///< 0: no HLS source
+        int start = 0;
+        int current = 0;
+        uint32_t changes = 0;  ///< grows when the streams are those of another variant from the last packet on
+    };
 
     /// On failure failure() says which kind: 501 or 502 of the events.
     MediaError open(const std::string &url, const InputOptions &options);
@@ -78,6 +88,9 @@ public:
     /// Goes to the key frame at or before the position; the next read() is there. Behind a failure the place to read
     /// from is not known; another seek may mend it.
     MediaError seek(int64_t positionUs);
+    /// From now on the variant of an HLS set follows the measured speed, at borders of segments.
+    void adapt();
+    Variants variants() const;
     /// Bytes read from the medium so far; from the network if network() is true.
     int64_t bytesRead() const;
     bool network() const;
