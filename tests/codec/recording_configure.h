@@ -1,7 +1,7 @@
 #pragma once
 
 #include <map>
-#include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -18,44 +18,31 @@ public:
     std::string getLocalConfig(std::string, std::string key, std::string defaultValue) override {
         return get(key, std::move(defaultValue));
     }
-    void addListener(std::string, std::string key, protocols::ConfigureListener *) override { write('+', key, 1); }
-    void removeListener(std::string, std::string key, protocols::ConfigureListener *) override { write('-', key, -1); }
-
-    void set(const std::string &key, std::string value) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        values_[key] = std::move(value);
+    void addListener(std::string, std::string key, protocols::ConfigureListener *) override {
+        listened_.insert(key);
+        write('+', key);
+    }
+    void removeListener(std::string, std::string key, protocols::ConfigureListener *) override {
+        if (const auto found = listened_.find(key); found != listened_.end()) listened_.erase(found);
+        write('-', key);
     }
 
+    void set(const std::string &key, std::string value) { values_[key] = std::move(value); }
     /// How many keys are listened to; removing what was not added does not count.
-    int listeners() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        int sum = 0;
-        for (const auto &[key, count] : counts_) sum += count;
-        return sum;
-    }
-
-    std::string takeCalls() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        return std::exchange(calls_, {});
-    }
+    int listeners() const { return static_cast<int>(listened_.size()); }
+    std::string takeCalls() { return std::exchange(calls_, {}); }
 
 private:
     std::string get(const std::string &key, std::string defaultValue) {
-        const std::lock_guard<std::mutex> lock(mutex_);
         const auto found = values_.find(key);
         return found == values_.end() ? defaultValue : found->second;
     }
-
-    void write(char sign, const std::string &key, int change) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        calls_ += (calls_.empty() ? "" : " ") + std::string(1, sign) + key;
-        int &count = counts_[key];
-        if (count + change >= 0) count += change;
+    void write(char sign, const std::string &key) {
+        calls_.append(calls_.empty() ? "" : " ").append(1, sign).append(key);
     }
 
-    std::mutex mutex_;
     std::map<std::string, std::string> values_;
-    std::map<std::string, int> counts_;
+    std::multiset<std::string> listened_;
     std::string calls_;
 };
 

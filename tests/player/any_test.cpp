@@ -36,9 +36,8 @@ TEST(Any, CopiesAreIndependentAndMovesCopyNothing) {
     nonstd::any_cast<std::string &>(copy) = "b";
     EXPECT_EQ(nonstd::any_cast<std::string>(text), "a");
     text = copy;
-    EXPECT_EQ(nonstd::any_cast<const std::string &>(std::as_const(text)), "b");
     text = *&text;
-    EXPECT_EQ(nonstd::any_cast<std::string>(std::move(text)), "b");
+    EXPECT_EQ(nonstd::any_cast<const std::string &>(std::as_const(text)), "b");
 
     int copies = 0;
     nonstd::any counted = Counted(&copies);
@@ -50,7 +49,7 @@ TEST(Any, CopiesAreIndependentAndMovesCopyNothing) {
     counted = moved;
     EXPECT_EQ(copies, 1);
     counted.reset();
-    EXPECT_TRUE(counted.type() == typeid(void));
+    EXPECT_FALSE(counted.has_value());
 }
 
 }  // namespace

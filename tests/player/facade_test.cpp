@@ -50,15 +50,11 @@ protected:
     std::unique_ptr<vexo::VideoRenderPipelineWrapper> pipeline_;
 };
 
-TEST_F(Facade, TheConstructionLineShowsIntsAndTexts) {
+TEST_F(Facade, TheConstructionLineShowsIntsAndTexts_WithoutACallbackWhatHappensIsDropped) {
     create({{"audio_volume", 0.5f}, {"flag", true}, {"number", -3}, {"text", std::string("a b")}});
     EXPECT_THAT(reports_.takeLines(),
                 Contains("VexoPlayer construct callback:1 params:audio_volume:\nflag:\nnumber:-3\ntext:a b\n\n"));
-}
-
-TEST_F(Facade, WithoutACallbackWhatHappensIsDropped) {
     player_ = IVexoPlayer::create(nullptr, {});
-    pipeline_ = std::make_unique<vexo::VideoRenderPipelineWrapper>();
     EXPECT_THAT(reports_.takeLines(), Contains("VexoPlayer construct callback:0 params:\n"));
     raiseEvent(1000);
     EXPECT_THAT(reports_.takeLines(),
@@ -90,20 +86,18 @@ TEST_F(Facade, EachCommandWritesItsLineAndItsTaskLine) {
     reports_.takeLines();
     player_->setMediaSource(nullptr);
     EXPECT_THAT(reports_.takeLines(), ElementsAre("setMediaSource call\n"));
-    struct Row {
-        std::function<void()> command;
-        std::string call;
-        std::string task;
+    const auto told = [&](const std::vector<std::string> &callAndTask) {
+        reports_.awaitLine(callAndTask[1]);
+        EXPECT_EQ(takeThoseOf(callAndTask), callAndTask);
     };
-    int window = 0;
-    for (const Row &row : {Row{[&] { player_->prepareAsync(); }, "prepareAsyn call\n", "prepareAsyn impl call\n"},
-                           Row{[&] { player_->start(); }, "start call\n", "startImpl call\n"},
-                           Row{[&] { player_->stop(); }, "stop call\n", "stop impl call\n"},
-                           Row{[&] { player_->setDisplay(&window); }, "setDisplay call\n", "setDisplay impl call\n"}}) {
-        row.command();
-        reports_.awaitLine(row.task);
-        EXPECT_THAT(takeThoseOf({row.call, row.task}), ElementsAre(row.call, row.task));
-    }
+    player_->prepareAsync();
+    told({"prepareAsyn call\n", "prepareAsyn impl call\n"});
+    player_->start();
+    told({"start call\n", "startImpl call\n"});
+    player_->stop();
+    told({"stop call\n", "stop impl call\n"});
+    player_->setDisplay(nullptr);
+    told({"setDisplay call\n", "setDisplay impl call\n"});
 }
 
 TEST_F(Facade, AnOrdinaryCommandReturnsBehindTheTaskThatRuns) {
@@ -179,19 +173,6 @@ TEST_F(Facade, TheLastReferenceMayGoInACallbackOrATask) {
         EXPECT_THAT(takeThoseOf(laterTasks), testing::IsEmpty());
         reports_.onLine = nullptr;
     }
-}
-
-TEST_F(Facade, PicturesGoToTheEarliestPlayerThatLives) {
-    create();
-    Application later;
-    auto laterPlayer = IVexoPlayer::create(&later, {});
-    vexo::VideoRenderPipelineWrapper laterPipeline;
-    laterPipeline.Render(&picture_.record);
-    EXPECT_EQ(application_.pictures, 1);
-    drop();
-    laterPipeline.Render(&picture_.record);
-    EXPECT_EQ(application_.pictures, 1);
-    EXPECT_EQ(later.pictures, 1);
 }
 
 }  // namespace

@@ -36,25 +36,18 @@ TEST(MediaSource, AUrlBecomesAListOfOnePeriodWithOneSource) {
 }
 
 TEST(MediaSource, OptionsBecomeHeadersInKeyOrderWithOurOwnBehind) {
-    struct Row {
-        const char *name;
-        VexoParams params;
-        Headers headers;
-    };
-    const std::vector<Row> rows = {
-        {"none", {}, {}},
-        {"types",
-         {{"int", 12345}, {"float", 0.5f}, {"text", std::string("a:b")}, {"bool", true}, {"double", 0.5}, {"void", {}}},
+    const std::vector<std::pair<VexoParams, Headers>> rows = {
+        {{}, {}},
+        {{{"int", 12345}, {"float", 0.5f}, {"text", std::string("a:b")}, {"bool", true}, {"double", 0.5}, {"void", {}}},
          {{"bool", ""}, {"double", ""}, {"float", "0.5"}, {"int", "12345"}, {"text", "a:b"}, {"void", ""}}},
-        {"our own key twice",
-         {{"datasource_live_type", std::string("9")}, {kQzrtpDownloadIp, std::string("10.0.0.1")}},
+        {{{"datasource_live_type", std::string("9")}, {kQzrtpDownloadIp, std::string("10.0.0.1")}},
          {{"datasource_live_type", "9"}, {"qzrtp_download_ip", "10.0.0.1"}}},
     };
-    for (const Row &row : rows) {
-        const auto source = IVexoMediaSource::create(row.params);
-        Headers expected = row.headers;
+    for (const auto &[params, headers] : rows) {
+        const auto source = IVexoMediaSource::create(params);
+        Headers expected = headers;
         expected.insert(expected.end(), {{"datasource_live_type", "3"}, {"no_need_surface", "1"}});
-        EXPECT_EQ(headersOf(*source), expected) << row.name;
+        EXPECT_EQ(headersOf(*source), expected);
         const auto period = source->getPlayList()->getPeriod(0);
         ASSERT_EQ(period->getSourceCount(), 1);
         EXPECT_STREQ(period->getSource(0)->getUrl(0), "");

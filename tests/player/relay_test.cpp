@@ -43,57 +43,45 @@ protected:
     EventLog log_;
 };
 
-TEST_F(Relay, AnEventCarriesItsParamAndLosesItsExtras) {
+TEST_F(Relay, AnEventCarriesItsParamOrItsTextsAndLosesItsExtras) {
     IOriPlayerListenerImpl listener(&log_);
     oriplayer::Param param;
     param.putInt32(640);
     param.putCString("text", true);
     listener.notify(0x1'0001'0203LL, 306, 7, -8, param);
-    ASSERT_EQ(log_.events.size(), 1u);
-    const Event &event = log_.events[0];
-    EXPECT_EQ(event.sid, 0x10203) << "cut to 32 bits";
-    EXPECT_EQ(event.code, 306);
-    EXPECT_EQ(event.msg, "notify_win_ios_android");
-    ASSERT_EQ(event.params.size(), 1u);
-    const auto *copy = nonstd::any_cast<oriplayer::Param>(&event.params.at("1"));
+    listener.notify(42, 1, 2, "", "second");
+    ASSERT_EQ(log_.events.size(), 2u);
+    const auto &[sid, code, msg, params] = log_.events[0];
+    EXPECT_EQ(sid, 0x10203) << "cut to 32 bits";
+    EXPECT_EQ(std::to_string(code) + msg, "306notify_win_ios_android");
+    ASSERT_EQ(params.size(), 1u);
+    const auto *copy = nonstd::any_cast<oriplayer::Param>(&params.at("1"));
     ASSERT_NE(copy, nullptr);
     EXPECT_EQ(copy->getInt32(-1), 640);
     EXPECT_STREQ(copy->getCString(-1), "text");
-    EXPECT_THAT(reports_.takeLines(), ElementsAre("notify id:[66051] msg:[306] ext1:[7] ext2:[-8]\n"));
-}
-
-TEST_F(Relay, ANotificationCarriesItsTexts) {
-    IOriPlayerListenerImpl listener(&log_);
-    listener.notify(42, 1, 2, "", "second");
-    ASSERT_EQ(log_.events.size(), 1u);
-    const Event &event = log_.events[0];
-    EXPECT_EQ(event.sid, 0);
-    EXPECT_EQ(event.code, 42);
-    EXPECT_EQ(event.msg, "notify_win");
-    ASSERT_EQ(event.params.size(), 2u);
-    EXPECT_EQ(nonstd::any_cast<std::string>(event.params.at("1")), "");
-    EXPECT_EQ(nonstd::any_cast<std::string>(event.params.at("2")), "second");
-    EXPECT_THAT(reports_.takeLines(), ElementsAre("notify msg:[42] ext1:[1] ext2:[2] str:[] ovustr:[second]\n"));
+    const Event &texts = log_.events[1];
+    EXPECT_EQ(texts.sid, 0);
+    EXPECT_EQ(std::to_string(texts.code) + texts.msg, "42notify_win");
+    ASSERT_EQ(texts.params.size(), 2u);
+    EXPECT_EQ(nonstd::any_cast<std::string>(texts.params.at("1")), "");
+    EXPECT_EQ(nonstd::any_cast<std::string>(texts.params.at("2")), "second");
+    EXPECT_THAT(reports_.takeLines(), ElementsAre("notify id:[66051] msg:[306] ext1:[7] ext2:[-8]\n",
+                                                  "notify msg:[42] ext1:[1] ext2:[2] str:[] ovustr:[second]\n"));
 }
 
 TEST_F(Relay, ReportsGoOutUnderTheCategoryOfTheirNumber) {
-    const std::map<int, std::string> categories = {{0, "ReportCategoryQZPLayerRtpAll"},
-                                                   {1, "ReportCategoryQZPLayerRtpImpirement"},
-                                                   {2, "ReportCategoryQZPLayerRtpError"}};
     VexoReporter reporter;
-    for (int msgId = -1; msgId <= 3; ++msgId) {
-        std::map<std::string, std::string> values;
+    std::map<std::string, std::string> values;
+    for (const int msgId : {-1, 3}) EXPECT_FALSE(reporter.report("module", 1, msgId, values)) << msgId;
+    EXPECT_TRUE(reports_.take().empty());
+    for (const auto &[msgId, category] : {std::pair{0, "ReportCategoryQZPLayerRtpAll"},
+                                          {1, "ReportCategoryQZPLayerRtpImpirement"},
+                                          {2, "ReportCategoryQZPLayerRtpError"}}) {
         if (msgId == 1) values = {{"key", "value"}, {"msgId", "text"}};
-        const auto category = categories.find(msgId);
-        EXPECT_EQ(reporter.report("module", 0x1'0000'0002LL, msgId, values), category != categories.end());
+        EXPECT_TRUE(reporter.report("module", 0x1'0000'0002LL, msgId, values));
         const auto entries = reports_.take();
-        if (category == categories.end()) {
-            EXPECT_TRUE(entries.empty()) << msgId;
-            continue;
-        }
         ASSERT_EQ(entries.size(), 1u);
-        EXPECT_EQ(entries[0].module, "download");
-        EXPECT_EQ(entries[0].category, category->second);
+        EXPECT_EQ(entries[0].module + entries[0].category, std::string("download") + category);
         Json::Value expected;
         expected["moduleName"] = "module";
         expected["periodId"] = Json::Int64{0x1'0000'0002LL};
