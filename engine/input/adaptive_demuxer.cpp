@@ -1,6 +1,7 @@
 #include "input/adaptive_demuxer.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -19,6 +20,16 @@ int64_t timeOf(const AVPacket &packet) {
     return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
 }
 
+/// One decoder can go on from the one to the other.
+bool sameSound(const AVStream *one, const AVStream *other) {
+    if (!one || !other) return one == other;
+    const AVCodecParameters &a = *one->codecpar;
+    const AVCodecParameters &b = *other->codecpar;
+    return a.codec_id == b.codec_id && a.profile == b.profile && a.sample_rate == b.sample_rate &&
+           a.ch_layout.nb_channels == b.ch_layout.nb_channels && a.extradata_size == b.extradata_size &&
+           (a.extradata_size == 0 || std::memcmp(a.extradata, b.extradata, a.extradata_size) == 0);
+}
+
 }  // namespace
 
 std::unique_ptr<Demuxer> AdaptiveDemuxer::make() {
@@ -35,9 +46,15 @@ MediaError AdaptiveDemuxer::open(const std::string &url, const InputOptions &opt
     variants_ = {};
     interrupter_.watch(options.cancel);
     forgetPlace();
-    demuxer_ = make();
-    demuxer_->interrupter().begin(timeoutMs);
-    return demuxer_->open(url, options_, failure);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        demuxer_ = make();
+        demuxer_->interrupter().begin(static_cast<int>(left.count()));
+        MediaError error = demuxer_->open(url, options_, failure);
+        const bool over = error.native == AVERROR_EXIT || error.native == AVERROR(ETIMEDOUT);
+        if (!error || over || !variants_.startElsewhere()) return error;
+    }
 }
 
 void AdaptiveDemuxer::forgetPlace() {
@@ -80,6 +97,7 @@ bool AdaptiveDemuxer::change(int variant, int64_t fromUs) {
     other->interrupter().begin(std::min(options_.timeoutMs / 2, kMostOpenMs));
     auto failure = SourceInput::Failure::kNone;
     if (!other->open(url_, options_, failure) && beginsAt(*other, fromUs)) {
+        if (!sameSound(demuxer_->audio(), other->audio())) ++soundChanges_;
         takeOver(std::move(other));
         soundFromUs_ = soundEndUs_;
         seenPieces_ = variants_.pieces();
@@ -173,10 +191,12 @@ void AdaptiveDemuxer::takeRoute(const std::string &url, const std::shared_ptr<Ho
 SourceInput::Variants AdaptiveDemuxer::variants() const {
     const bool list = container() && std::strncmp(container()->iformat->name, "hls", 3) == 0;
     if (!list) return {};
-    if (variants_.count() > 0) return {variants_.count(), variants_.start(), variants_.current(), changes_};
+    if (variants_.count() > 0) {
+        return {variants_.count(), variants_.start(), variants_.current(), changes_, soundChanges_};
+    }
     // FFmpeg's own choice among the variants of a local file: the best.
     const int programs = std::max(1, static_cast<int>(container()->nb_programs));
-    return {programs, programs - 1, programs - 1, 0};
+    return {programs, programs - 1, programs - 1, 0, 0};
 }
 
 }  // namespace oriplayer

@@ -57,6 +57,7 @@ private:
     HeldPackets joined_;  ///< what was read of another variant to see whether it fits
     bool adapts_ = false;
     uint32_t changes_ = 0;
+    uint32_t soundChanges_ = 0;
     int64_t lengthUs_ = 0;
     int64_t closedBytes_ = 0;
     bool landed_ = false;  ///< behind a seek, the first key frame need not begin a segment

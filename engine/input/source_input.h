@@ -58,7 +58,8 @@ public:
         int count = 0;  ///< 0: no HLS source
         int start = 0;
         int current = 0;
-        uint32_t changes = 0;  ///< grows when the streams are those of another variant from the last packet on
+        uint32_t changes = 0;       ///< grows when the streams are those of another variant from the last packet on
+        uint32_t soundChanges = 0;  ///< the same, where the sound needs another decoder
     };
 
     /// On failure failure() says which kind: 501 or 502 of the events.

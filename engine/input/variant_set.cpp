@@ -108,6 +108,14 @@ int VariantSet::wanted() const {
     return rate > speed * kRoomToStay && lower < current_ ? lower : current_;
 }
 
+bool VariantSet::startElsewhere() {
+    if (count() == 0) return false;
+    failures_[static_cast<std::size_t>(current_)] = kMostFailures;
+    start_ = best(static_cast<double>(master_->variants()[static_cast<std::size_t>(current_)].bitsPerSecond));
+    showWhole(start_);
+    return failures_[static_cast<std::size_t>(start_)] < kMostFailures;
+}
+
 void VariantSet::showFromHere(int variant) {
     begins_ = true;
     cutAt_ = place_;

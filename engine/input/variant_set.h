@@ -35,6 +35,8 @@ public:
     /// Changing over to it has failed; a second time is the last.
     void blame(int variant) { ++failures_[static_cast<std::size_t>(variant)]; }
 
+    /// The variant to begin with is not there: another one. False if all have been tried.
+    bool startElsewhere();
     /// The next demuxer is shown this variant: from the present segment on, or with all it has.
     void showFromHere(int variant);
     void showWhole(int variant);

@@ -18,10 +18,12 @@ enum Number : int {
     kFrameRate = 1600,
     kVideoBitRate = 1601,
     kKeyFrameBytes = 1602,
+    kHlsState = 1610,
     kNetworkBytes = 1707,
     kConsumed = 1709,
     kStatistics = 2019,
     kCurrentVolume = 3005,
+    kHlsVariant = 3904,
     kNoSchedule = 4001,
     kSchedule = 4002,
     kBufferMonitor = 4003,
@@ -111,6 +113,8 @@ int Parameters::get(int number, Param &value) const {
     Param answer;
     const bool aboutVideo = number == kFrameRate || number == kVideoBitRate || number == kKeyFrameBytes;
     if (aboutVideo && lacksVideo()) return -1;
+    const bool aboutHls = number == kHlsState || number == kHlsVariant;
+    if (aboutHls && counters.opened && hlsReport().variants == 0) return -1;
     switch (number) {
         case kFrameRate:
             answer.putDouble(counters.frameRate);
@@ -134,6 +138,12 @@ int Parameters::get(int number, Param &value) const {
         case kCurrentVolume:
             answer.putFloat(volume_);
             break;
+        case kHlsState:
+            getHlsState(answer);
+            break;
+        case kHlsVariant:
+            answer.putInt32(hlsReport().playing);
+            break;
         case kNoSchedule:
             answer.putInt32(1);
             break;
@@ -148,6 +158,29 @@ int Parameters::get(int number, Param &value) const {
     }
     value = answer;
     return 0;
+}
+
+VariantTimes::Report Parameters::hlsReport() const {
+    const Stage &stage = session_.stage();
+    return stage.variants.report(stage.clock.nowUs());
+}
+
+// 39 ints in the order that reports expect; what has no meaning here is 0.
+void Parameters::getHlsState(Param &answer) const {
+    const VariantTimes::Report hls = hlsReport();
+    std::array<int64_t, 39> ints{};
+    if (hls.variants > 0) ints[1] = hls.live ? 2 : 1;  // streamTypeCode
+    ints[2] = hls.start;                               // startGearIndex
+    ints[19] = Reader::kMostBytes;                     // maxBufBytes
+    ints[20] = std::max(hls.variants - 1, 0);          // highestGear
+    for (int i = 0; i < VariantTimes::kMostVariants; ++i) {
+        const int gear = VariantTimes::kMostVariants - 1 - i;
+        ints[static_cast<std::size_t>(22 + i)] = hls.playedUs[static_cast<std::size_t>(gear)] / 1'000'000;
+    }
+    ints[36] = hls.switchesDown;  // downGearCount
+    ints[37] = hls.switchesUp;    // upGearCount
+    ints[38] = hls.variants;      // gearCount
+    for (const int64_t value : ints) answer.putInt32(toInt(value));
 }
 
 void Parameters::getBuffer(Param &answer) const {

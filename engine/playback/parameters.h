@@ -22,6 +22,8 @@ private:
     int setDevice(const char *name);
     int setSpeed(double speed);
     int setShowPictures(bool show);
+    VariantTimes::Report hlsReport() const;
+    void getHlsState(Param &answer) const;
     void getBuffer(Param &answer) const;
     void getStatistics(Param &answer) const;
     bool lacksVideo() const;

@@ -258,6 +258,7 @@ Presenter::Next Presenter::playUntimed() {
         stage_.shownGeneration = generation_;
         stage_.clock.setTo(picture->playUs, generation_);
         stage_.counters.presentedUs += picture->durationUs;
+        stage_.variants.presented(picture->playUs, picture->durationUs);
         present(std::move(*picture), 0);
         return steady_clock::now();
     }
@@ -271,6 +272,7 @@ void Presenter::account() {
     const int64_t now = stage_.clock.nowUs();
     if (stage_.untimed || now <= accountedUs_) return;
     stage_.counters.presentedUs += now - accountedUs_;
+    stage_.variants.presented(now, now - accountedUs_);
     accountedUs_ = now;
 }
 

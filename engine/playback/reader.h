@@ -20,6 +20,10 @@ namespace oriplayer {
 /// Threads: add() from any, all else on the thread "ori-read". Lock: mutex_, for what add() leaves behind.
 class Reader {
 public:
+    /// A stream that is interleaved far away may let the other's queue grow to this, once more if it has nothing at
+    /// all.
+    static constexpr int64_t kMostBytes = 48 << 20;
+
     Reader(Stage &stage, const DataSource &source) : stage_(stage), source_(source) {}
 
     void run();
@@ -50,6 +54,8 @@ private:
     void count(const AVPacket &packet, SourceInput::Stream stream);
     void countMedium();
     void describeStreams();
+    bool followVariant();
+    void announceVariant(int64_t playUs);
     void finishSource();
     bool startNext(int index);
     bool startOver();
@@ -63,12 +69,14 @@ private:
     std::unique_ptr<SourceInput> input_;
     std::shared_ptr<VideoDecoder> video_;
     std::shared_ptr<AudioDecoder> audio_;
-    OpenedSource ahead_;      ///< of the source just opened: what was read of it ahead, and nothing else
-    int index_ = -1;          ///< the source that input_ reads
-    int64_t offsetUs_ = 0;    ///< its beginning on the programme's scale
-    int64_t baseUs_ = 0;      ///< length of the rounds read before, when looping
-    int64_t endUs_ = 0;       ///< end of what was read of it, on its own scale
-    bool untouched_ = false;  ///< input_ stands at its beginning
+    OpenedSource ahead_;    ///< of the source just opened: what was read of it ahead, and nothing else
+    int index_ = -1;        ///< the source that input_ reads
+    int64_t offsetUs_ = 0;  ///< its beginning on the programme's scale
+    int64_t baseUs_ = 0;    ///< length of the rounds read before, when looping
+    int64_t endUs_ = 0;     ///< end of what was read of it, on its own scale
+    uint32_t changes_ = 0, soundChanges_ = 0;   ///< of the source's variant, as they are known
+    bool newVideo_ = false, newAudio_ = false;  ///< another variant's: the decoder threads have not got them yet
+    bool untouched_ = false;                    ///< input_ stands at its beginning
     uint32_t generation_ = 0;
     int64_t closedBytes_ = 0;         ///< read from sources that are closed
     int64_t closedNetworkBytes_ = 0;  ///< the same, from the network

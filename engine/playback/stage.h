@@ -20,6 +20,7 @@
 #include "playback/programme.h"
 #include "playback/settings.h"
 #include "playback/signal.h"
+#include "playback/variant_times.h"
 
 namespace oriplayer {
 
@@ -67,6 +68,7 @@ struct Stage {
     CallbackGate pictureGate;
     DeferredFailure failure;
     DownloadSpeed downloadSpeed;
+    VariantTimes variants;
     const std::shared_ptr<HostRoute> route = std::make_shared<HostRoute>();
 
     PacketQueue videoPackets;

@@ -99,6 +99,12 @@ vod.m3u8) # its segments lie beside it in one file, vod.ts
     seconds=4
     silent $x264 -g 25 -keyint_min 25 -f hls -hls_time 1 -hls_playlist_type vod -hls_flags single_file "$out"
     cp "$work/vod.ts" "$dir/vod.ts" ;;
+variant_low.m3u8 | variant_high.m3u8) # one programme at two sizes; segment i beside them is variant_low{i}.ts
+    seconds=6
+    test "$name" = variant_low.m3u8 && size=160x120
+    both -c:v libx264 -preset veryfast -bf 2 -g 25 -keyint_min 25 -sc_threshold 0 -pix_fmt yuv420p -threads 1 $aac \
+        -f hls -hls_time 1 -hls_playlist_type vod -hls_segment_filename "$work/${name%.m3u8}%d.ts" "$out"
+    cp "$work/${name%.m3u8}"*.ts "$dir" ;;
 *)
     echo "make_clip.sh: no clip named $name" >&2
     exit 1 ;;
