@@ -8,9 +8,6 @@
 namespace oriplayer {
 namespace {
 
-// A stream that is interleaved far away may let the other's queue grow to this, once more if it has nothing at all.
-constexpr int64_t kMostBytes = 48 << 20;
-
 int64_t timeOf(const AVPacket &packet) {
     return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
 }
@@ -184,6 +181,10 @@ bool Reader::open(int index) {
     untouched_ = true;
     stage_.programme.setLength(index, input_->durationUs());
     describeStreams();
+    const auto variants = input_->variants();
+    stage_.variants.begin(variants.count, variants.start, input_->live());
+    changes_ = soundChanges_ = 0;
+    input_->adapt();
     return true;
 }
 
@@ -215,6 +216,48 @@ void Reader::describeStreams() {
     if (audio_) counters.sampleRate = input_->audio()->codecpar->sample_rate;
     counters.opened = true;
     counters.downloading = input_->network();
+    for (PacketQueue *queue : {&stage_.videoPackets, &stage_.audioPackets}) {
+        queue->aimAt(input_->network() ? kNetworkAheadUs : kLocalAheadUs);
+    }
+}
+
+// From the last packet on the source is another variant of itself. False if that cannot be decoded.
+bool Reader::followVariant() {
+    const auto variants = input_->variants();
+    if (variants.changes == changes_) return true;
+    changes_ = variants.changes;
+    const bool sound = std::exchange(soundChanges_, variants.soundChanges) != variants.soundChanges && input_->audio();
+    auto video = std::make_shared<VideoDecoder>();
+    auto audio = sound ? std::make_shared<AudioDecoder>() : audio_;
+    MediaError error = video->open(*input_->video(), decoderThreads_);
+    if (!error && sound) error = audio->open(*input_->audio());
+    if (error) {
+        stage_.failure.set({kEventDecodeFailed, error});
+        return false;
+    }
+    video_ = std::move(video);
+    audio_ = std::move(audio);
+    newVideo_ = true;
+    newAudio_ = newAudio_ || sound;
+    describeStreams();
+    return true;
+}
+
+void Reader::announceVariant(int64_t playUs) {
+    stage_.variants.enter(playUs, input_->variants().current);
+    StreamItem item;
+    item.kind = StreamItem::Kind::kStream;
+    item.generation = generation_;
+    item.baseUs = baseUs_;
+    StreamItem other;
+    other.kind = item.kind;
+    other.generation = item.generation;
+    other.baseUs = item.baseUs;
+    item.video = video_;
+    other.audio = audio_;
+    stage_.videoPackets.push(std::move(item));
+    if (newAudio_) stage_.audioPackets.push(std::move(other));
+    newVideo_ = newAudio_ = false;
 }
 
 void Reader::beginGeneration(int64_t targetUs) {
@@ -222,6 +265,7 @@ void Reader::beginGeneration(int64_t targetUs) {
     stage_.expectVideo = video_ != nullptr;
     stage_.expectAudio = audio_ != nullptr && !stage_.untimed;
     pushBoth(StreamItem::Kind::kFlush, targetUs);
+    stage_.variants.restart();
     pushStreams();
 }
 
@@ -240,6 +284,7 @@ void Reader::pushStreams() {
     if (offsetUs_ + baseUs_ != 0) ahead_.undoDecoding();  // the decoder knows these pictures by other times
     item.pictures = std::move(ahead_.pictures);
     item.goesOn = !ahead_.decoding.empty();
+    newVideo_ = newAudio_ = false;
     stage_.videoPackets.push(std::move(item));
     stage_.audioPackets.push(std::move(other));
     stage_.videoWake.notify();
@@ -297,7 +342,7 @@ PacketPtr Reader::read(SourceInput::Stream &stream) {
     const int result = packet ? input_->read(packet.get(), stream) : AVERROR(ENOMEM);
     countMedium();
     untouched_ = false;
-    if (result >= 0) return packet;
+    if (result >= 0) return followVariant() ? std::move(packet) : nullptr;
     if (result != AVERROR_EOF) {
         stage_.failure.set(
             {kEventReadFailed, {result, "reading " + stage_.programme.url(index_) + ": " + avErrorText(result)}});
@@ -326,6 +371,7 @@ void Reader::handOn(PacketPtr packet, SourceInput::Stream stream) {
         stage_.bufferedEndUs = offsetUs_ + endUs_;
     }
     const int64_t shift = offsetUs_ + baseUs_;
+    if (newVideo_) announceVariant(timeOf(*packet) + shift);
     if (packet->pts != AV_NOPTS_VALUE) packet->pts += shift;
     if (packet->dts != AV_NOPTS_VALUE) packet->dts += shift;
     StreamItem item;
