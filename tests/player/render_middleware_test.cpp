@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -65,6 +68,23 @@ TEST(RenderMiddleware, DetachInsideAPictureWaitsForTheOthersOnlyAndLeavesLaterOn
     EXPECT_TRUE(middleware.Process(picture.info));
     EXPECT_FALSE(middleware.Process(picture.info));
     EXPECT_EQ(sink.calls, 2);
+}
+
+TEST(RenderMiddleware, NoPictureArrivesBehindDetach) {
+    for (int round = 0; round < 200; ++round) {
+        TestPicture picture(2, 2, 0);
+        std::atomic<bool> arrived{false};
+        auto sink = std::make_unique<PictureSink>();
+        sink->whenCalled = [&] { arrived = true; };
+        VexoRenderMiddleware middleware(sink.get());
+        std::thread pictures([&] {
+            while (middleware.Process(picture.info)) continue;
+        });
+        while (!arrived) std::this_thread::yield();
+        middleware.Detach();
+        sink.reset();
+        pictures.join();
+    }
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace VexoPlayerNS {
 
 /// A picture with memory of its own, ready for a middleware or a pipeline. V's rows are one byte wider than U's.
 struct TestPicture {
-    TestPicture(int width, int height, int type) : memory(static_cast<std::size_t>(width) * height * 2 + height) {
+    TestPicture(int width, int height, int type) : memory(static_cast<std::size_t>(width * height * 2 + height)) {
         const int half = (width + 1) / 2;
         entries[0] = {width, memory.data()};
         entries[1] = {half, entries[0].data + width * height};
