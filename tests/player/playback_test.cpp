@@ -18,10 +18,8 @@
 namespace VexoPlayerNS {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-using testing::Pair;
 
 /// A facade with scripted engine players below. Tests wait for what the application or the engine has seen.
 class Playback : public testing::Test {
@@ -79,23 +77,6 @@ TEST_F(Playback, OptionsReachTheEnginePlayer) {
         EXPECT_EQ(engine_.pipelineOf("p1") == nullptr, enable.type() == typeid(bool));
         EXPECT_NE(engine_.reporterOf("p1"), nullptr);
     }
-}
-
-TEST_F(Playback, EventsAndPicturesOfASourceReachTheApplication) {
-    create();
-    open("a.mp4");
-    settle();
-    for (const int code : {306, 1000, 1001}) {
-        auto heard = at(code, [] {});
-        engine_.post("p1", code, 640, 360);
-        heard.wait();
-        if (code == 1000) engine_.pipelineOf("p1")->Render(&picture_.record);
-    }
-    EXPECT_EQ(application_.pictures, 1);
-    const int sid = 0;  // main timeline, first period, first source
-    EXPECT_THAT(application_.takeEvents(), ElementsAre(Pair(sid, 306), Pair(sid, 1000), Pair(sid, 1001)));
-    player_.reset();
-    EXPECT_EQ(engine_.living(), 0);
 }
 
 TEST_F(Playback, TheHandlerOfTheEndMayPlayTheNextSource) {
