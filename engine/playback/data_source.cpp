@@ -4,10 +4,17 @@
 #include <cmath>
 #include <utility>
 
+#include "playlist/known_duration.h"
+
 namespace oriplayer {
 namespace {
 
 constexpr std::string_view kRequestHeader = "http_header:";
+
+int64_t toUs(double seconds) {
+    const bool usable = std::isfinite(seconds) && seconds > 0.0 && seconds < 1e9;
+    return usable ? static_cast<int64_t>(std::llround(seconds * 1e6)) : 0;
+}
 
 // Of equal keys in one map the pair added last counts.
 void collect(const StringMap *map, std::vector<std::pair<std::string, std::string>> &pairs) {
@@ -54,14 +61,22 @@ std::string DataSource::resolve(const std::string &url) const {
            headerOr("qzrtp_download_stream_id", "") + (token.empty() ? "" : "?token=" + token);
 }
 
-Programme::Item DataSource::itemOf(ISource &source, bool wantsLength) const {
+Programme::Item DataSource::itemOf(ISource &source) const {
     std::string url;
     source.getUrl(0, url);
+    return {resolve(url), toUs(knownDuration(source).value_or(0.0))};
+}
+
+std::vector<Programme::Item> DataSource::itemsOf(const std::vector<std::shared_ptr<ISource>> &sources) const {
+    std::vector<Programme::Item> items;
+    for (const auto &source : sources) items.push_back(itemOf(*source));
+    return items;
+}
+
+int64_t DataSource::askLength(ISource &source) {
     double seconds = 0.0;
-    // A local file alone is opened at once and tells its length itself; a network source may have none.
-    if (wantsLength || url.find("://") != std::string::npos) source.getDuration(0, &seconds);
-    const bool usable = std::isfinite(seconds) && seconds > 0.0 && seconds < 1e9;
-    return {resolve(url), usable ? static_cast<int64_t>(std::llround(seconds * 1e6)) : 0};
+    source.getDuration(0, &seconds);
+    return toUs(seconds);
 }
 
 std::vector<std::shared_ptr<ISource>> DataSource::sources() const {

@@ -29,9 +29,11 @@ public:
     int64_t startMs() const;
     /// The period's sources at this moment.
     std::vector<std::shared_ptr<ISource>> sources() const;
-    /// A source's first URL, live URLs built, and its declared length; with `wantsLength` it may look into a local
-    /// file.
-    Programme::Item itemOf(ISource &source, bool wantsLength) const;
+    /// A source's first URL, live URLs built, and its length as far as that is known without looking into a file.
+    Programme::Item itemOf(ISource &source) const;
+    std::vector<Programme::Item> itemsOf(const std::vector<std::shared_ptr<ISource>> &sources) const;
+    /// A source's declared length, microseconds, or 0; it may look into a local file.
+    static int64_t askLength(ISource &source);
     InputOptions inputOptions(const Properties &properties, std::string userAgent) const;
     /// The same for a source without headers.
     static InputOptions optionsOf(const Properties &properties, std::string userAgent);

@@ -5,14 +5,22 @@
 
 namespace oriplayer {
 
+Programme::Entry::Entry(Item item) : url(std::move(item.url)), lengthUs(std::max<int64_t>(0, item.declaredUs)) {}
+
 int64_t Programme::Entry::placedUs() const {
     const bool wrong = measuredUs > lengthUs || measuredUs < lengthUs - kToleranceUs;
     return measuredUs > 0 && wrong ? measuredUs : lengthUs;
 }
 
+void Programme::assign(std::vector<Item> items) {
+    std::lock_guard lock(mutex_);
+    entries_.clear();
+    for (Item &item : items) entries_.emplace_back(std::move(item));
+}
+
 void Programme::append(Item item) {
     std::lock_guard lock(mutex_);
-    entries_.push_back({std::move(item.url), std::max<int64_t>(0, item.declaredUs), 0});
+    entries_.emplace_back(std::move(item));
 }
 
 int Programme::count() const {
@@ -24,6 +32,12 @@ std::string Programme::url(int index) const {
     std::lock_guard lock(mutex_);
     return index >= 0 && index < static_cast<int>(entries_.size()) ? entries_[static_cast<std::size_t>(index)].url
                                                                    : std::string();
+}
+
+int64_t Programme::lengthOf(int index) const {
+    std::lock_guard lock(mutex_);
+    return index >= 0 && index < static_cast<int>(entries_.size()) ? entries_[static_cast<std::size_t>(index)].lengthUs
+                                                                   : 0;
 }
 
 Programme::Place Programme::locate(int64_t positionUs) const {
@@ -44,6 +58,10 @@ int64_t Programme::startOf(int index) const {
         start += entries_[static_cast<std::size_t>(i)].placedUs();
     }
     return start;
+}
+
+void Programme::declare(int index, int64_t us) {
+    if (lengthOf(index) == 0) setLength(index, us);
 }
 
 void Programme::setLength(int index, int64_t us) {

@@ -22,13 +22,17 @@ public:
         int64_t startUs = 0;  ///< of the source, on the programme's scale
     };
 
+    void assign(std::vector<Item> items);
     void append(Item item);
     int count() const;
     std::string url(int index) const;
+    int64_t lengthOf(int index) const;
     /// The source that holds a position: the last one that begins at or before it. A source of unknown length hides
     /// what comes behind it.
     Place locate(int64_t positionUs) const;
     int64_t startOf(int index) const;
+    /// The source's declared length, where none is known.
+    void declare(int index, int64_t us);
     /// What the container says.
     void setLength(int index, int64_t us);
     /// What reading to the end has shown: counts where the container promised less, nothing, or over 100 ms more.
@@ -38,6 +42,7 @@ public:
 
 private:
     struct Entry {
+        explicit Entry(Item item);
         std::string url;
         int64_t lengthUs = 0;
         int64_t measuredUs = 0;

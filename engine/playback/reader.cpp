@@ -42,9 +42,10 @@ void Reader::add(const std::shared_ptr<ISource> &source) {
         std::lock_guard lock(mutex_);
         if (source_.period()) source_.period()->addSource(source);
         if (begun_) {
-            added_.push_back(source);
+            added_.push_back({source, stage_.programme.count()});
             ++stage_.sourcesWait;
         }
+        stage_.programme.append(source_.itemOf(*source));
     }
     stage_.readWake.notify();
 }
@@ -60,22 +61,28 @@ void Reader::begin() {
     {
         std::lock_guard lock(mutex_);
         sources = source_.sources();
+        stage_.programme.assign(source_.itemsOf(sources));
         begun_ = true;
     }
-    for (const auto &source : sources) stage_.programme.append(source_.itemOf(*source, sources.size() > 1));
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        const int index = static_cast<int>(i);
+        // A local file alone is opened at once and tells its length itself; a network source may have none.
+        const bool wanted = sources.size() > 1 || stage_.programme.url(index).find("://") != std::string::npos;
+        if (wanted) stage_.programme.declare(index, DataSource::askLength(*sources[i]));
+    }
     if (sources.empty())
         return stage_.fail(kEventCannotOpen, {AVERROR(EINVAL), "nothing to play: no source was given"});
     stage_.control.setStart(source_.startMs() * 1000);
 }
 
 void Reader::takeAdded() {
-    std::vector<std::shared_ptr<ISource>> added;
+    std::vector<Added> added;
     {
         std::lock_guard lock(mutex_);
         added.swap(added_);
     }
     if (added.empty()) return;
-    for (const auto &source : added) stage_.programme.append(source_.itemOf(*source, true));
+    for (const auto &[source, index] : added) stage_.programme.declare(index, DataSource::askLength(*source));
     if (stage_.readAll && !stage_.failure.get()) goOn();
     stage_.sourcesWait -= static_cast<int>(added.size());
 }

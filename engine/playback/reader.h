@@ -81,9 +81,13 @@ private:
     int64_t closedBytes_ = 0;         ///< read from sources that are closed
     int64_t closedNetworkBytes_ = 0;  ///< the same, from the network
 
+    struct Added {
+        std::shared_ptr<ISource> source;
+        int index;
+    };
     std::mutex mutex_;
-    bool begun_ = false;                           ///< guarded by mutex_
-    std::vector<std::shared_ptr<ISource>> added_;  ///< guarded by mutex_
+    bool begun_ = false;        ///< guarded by mutex_
+    std::vector<Added> added_;  ///< in the programme already; guarded by mutex_
 };
 
 }  // namespace oriplayer

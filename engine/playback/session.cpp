@@ -22,6 +22,7 @@ bool Session::setDataSource(DataSource source) {
     std::lock_guard lock(sourceMutex_);
     if (source_ || stage_.control.preparing() || stage_.control.stopped()) return false;
     source_.emplace(std::move(source));
+    stage_.programme.assign(source_->itemsOf(source_->sources()));
     return true;
 }
 
@@ -33,6 +34,7 @@ bool Session::addSource(const std::shared_ptr<ISource> &source) {
         reader_->add(source);
     } else {
         source_->period()->addSource(source);
+        stage_.programme.append(source_->itemOf(*source));
     }
     return true;
 }

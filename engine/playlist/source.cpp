@@ -4,6 +4,7 @@
 #include <mutex>
 #include <optional>
 
+#include "playlist/known_duration.h"
 #include "playlist/local_duration.h"
 #include "playlist/local_file.h"
 
@@ -41,9 +42,9 @@ public:
     int getDuration(int index, double *seconds) override {
         std::string url;
         if (!seconds || getUrl(index, url) != 0) return -1;
-        if (known(index, *seconds)) return 0;
+        if (tell(index, *seconds)) return 0;
         std::lock_guard<std::mutex> asking(askMutex_);
-        if (known(index, *seconds)) return 0;
+        if (tell(index, *seconds)) return 0;
         const LocalFile file = localFile(url);
         const bool regular = file.kind == LocalKind::kRegular;
         *seconds = regular ? probeLocalDuration(file.path) : 0.0;
@@ -58,6 +59,13 @@ public:
         return static_cast<int>(entries_.size());
     }
 
+    /// Empty past the end as well.
+    std::optional<double> known(int index) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const Entry *entry = at(index);
+        return entry ? entry->seconds : std::nullopt;
+    }
+
 private:
     struct Entry {
         std::string url;
@@ -69,12 +77,10 @@ private:
         return &entries_[static_cast<std::size_t>(index)];
     }
 
-    bool known(int index, double &seconds) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        const Entry *entry = at(index);
-        if (!entry->seconds) return false;
-        seconds = *entry->seconds;
-        return true;
+    bool tell(int index, double &seconds) {
+        const std::optional<double> length = known(index);
+        seconds = length.value_or(seconds);
+        return length.has_value();
     }
 
     std::mutex askMutex_;
@@ -86,6 +92,11 @@ private:
 
 ISource::ISource() = default;
 ISource::~ISource() = default;
+
+std::optional<double> knownDuration(ISource &source) {
+    auto *own = dynamic_cast<UrlSource *>(&source);
+    return own ? own->known(0) : std::nullopt;
+}
 
 std::shared_ptr<ISource> ISource::create(const char *url, double durationSeconds) {
     return std::make_shared<UrlSource>(url, durationSeconds);

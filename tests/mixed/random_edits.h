@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <random>
 #include <string>
@@ -23,17 +24,15 @@ struct Clip {
     int64_t durationMs;
 };
 
-/// Whether the lengths that the periods declare are those that the engine tells, at any time.
-enum class Lengths { kAsDeclared, kOfTheEngine };
-
 /// Edits, skips and seeks both timelines of a player at random, and knows what they must hold then.
 /// Threads: one; what the seed makes of it differs from run to run by the engine's threads only.
 class Editor {
 public:
     using PeriodPtr = std::shared_ptr<oriplayer::IPeriod>;
 
-    Editor(vexo::MixedCodecsPlayer &player, unsigned seed, std::vector<Clip> clips, Lengths lengths)
-        : player_(player), random_(seed), clips_(std::move(clips)), lengths_(lengths) {
+    /// An engine's own figure may differ from a source's declared length by `toleranceMs`.
+    Editor(vexo::MixedCodecsPlayer &player, unsigned seed, std::vector<Clip> clips, int64_t toleranceMs)
+        : player_(player), random_(seed), clips_(std::move(clips)), toleranceMs_(toleranceMs) {
         auto component = std::make_shared<oriplayer::PlayComponent>();
         component->playList = list_;
         player_.setDataSource({component}, 1, nullptr);
@@ -145,7 +144,9 @@ private:
         if (id == 1) play(1);
         int64_t duration = -1;
         player_.getDuration(&duration);
-        if (lengths_ == Lengths::kAsDeclared && duration != length(id)) return false;
+        int64_t tolerance = 0;
+        for (const PeriodPtr &period : held_[id]) tolerance += toleranceMs_ * period->getSourceCount();
+        if (std::abs(duration - length(id)) > tolerance) return false;
         for (const PeriodPtr &period : held_[id]) {
             const PeriodPtr played = player_.getActivePeriod();
             if (player_.getActiveIndex() != id || !played || played->getSource(0) != period->getSource(0)) return false;
@@ -174,7 +175,7 @@ private:
     vexo::MixedCodecsPlayer &player_;
     std::mt19937 random_;
     const std::vector<Clip> clips_;
-    const Lengths lengths_;
+    const int64_t toleranceMs_;
     const std::shared_ptr<oriplayer::IPlayList> list_ = oriplayer::IPlayList::create();
     std::array<std::vector<PeriodPtr>, 2> held_;
 };

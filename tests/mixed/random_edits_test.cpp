@@ -33,8 +33,7 @@ TEST_F(RandomEdits, OfAPlayingList_LeaveTimelineAndPlayListEqual) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         restart();
         {
-            random_edits::Editor editor(*player, seed, {{"a", 10'000}, {"b", 7'000}, {"c", 500}},
-                                        random_edits::Lengths::kAsDeclared);
+            random_edits::Editor editor(*player, seed, {{"a", 10'000}, {"b", 7'000}, {"c", 500}}, 0);
             for (int i = 0; i < 1000 && !HasFailure(); ++i) {
                 SCOPED_TRACE("edit " + std::to_string(i));
                 editor.step();
