@@ -5,6 +5,7 @@ set(vexo_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vexo)
 install(TARGETS vexo oriplayerVS EXPORT vexoTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vexo)
+install(TARGETS orisubtitlesVS LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})  # beside the engine, which opens it
 install(EXPORT vexoTargets NAMESPACE vexo:: DESTINATION ${vexo_package_dir})
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/vexoConfig.cmake.in ${PROJECT_BINARY_DIR}/vexoConfig.cmake

@@ -1,7 +1,7 @@
 # The Debian packages that this project needs, and how they get here. Sourced by ./play and ./check.
 
 packages_build="g++ cmake ninja-build pkgconf libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
-    libswresample-dev libsdl2-dev libjsoncpp-dev libsoundtouch-dev libssl-dev libpng-dev libcli11-dev"
+    libswresample-dev libavfilter-dev libfreetype-dev libx11-dev libsdl2-dev libjsoncpp-dev libsoundtouch-dev libssl-dev libpng-dev libcli11-dev"
 packages_play="ffmpeg fonts-dejavu-core ca-certificates"
 packages_test="ffmpeg fonts-dejavu-core ca-certificates libgtest-dev libgmock-dev libbenchmark-dev libcpp-httplib-dev
     openssl xvfb clang-14 clang-format-14"

@@ -39,6 +39,7 @@ PlayerSession::Config sessionConfig(const Options &options, const WakeUp &wakeUp
     config.volume = options.volume;
     config.mute = options.mute;
     config.audioDevice = options.audioDevice;
+    config.subtitles = options.subtitles;
     config.userAgent = options.userAgent;
     config.headers = options.headers;
     config.startMs = options.startMs.value_or(0);
@@ -210,6 +211,9 @@ void Application::handleEvent(const PlayEvent &event) {
     for (const auto &[key, text] : event.infos) showInfo(event.item, key, text);
     if (event.number == kEventSoundFailed && !std::exchange(soundWarned_, true)) {
         status_.message("warning: no sound: " + event.text + " (event 505)");
+    }
+    if (event.subtitlesFailed && subtitlesWarned_.insert(event.item).second) {
+        status_.message("warning: the subtitles of " + itemName(event.item) + " cannot be read");
     }
     if (!event.fatal()) return;
     errors_.push_back(event);

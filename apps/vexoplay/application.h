@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -94,6 +95,7 @@ private:
     bool probesLater_ = false;       ///< the only item is asked beside playing, once it plays
     bool presentedEver_ = false;
     bool soundWarned_ = false;
+    std::set<int> subtitlesWarned_;  ///< items
     std::string note_;
     int64_t noteUntilUs_ = 0;
 };

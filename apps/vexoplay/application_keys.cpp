@@ -54,6 +54,9 @@ void Application::handleKey(Key key) {
         case Key::kMute:
             session_->toggleMute();
             break;
+        case Key::kSubtitles:
+            session_->toggleSubtitles();
+            break;
         case Key::kFullScreen:
             if (window_) window_->toggleFullScreen();
             break;

@@ -17,6 +17,7 @@ enum class Key {
     kQuieter,
     kLouder,
     kMute,
+    kSubtitles,
     kFullScreen,
     kStill,
     kInfo,
@@ -44,6 +45,8 @@ constexpr Key keyOfCharacter(char character) {
             return Key::kLouder;
         case 'm':
             return Key::kMute;
+        case 'v':
+            return Key::kSubtitles;
         case 'f':
             return Key::kFullScreen;
         case 's':

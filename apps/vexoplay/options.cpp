@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cmath>
+#include <filesystem>
 
 namespace vexoplay {
 namespace {
@@ -9,7 +10,7 @@ namespace {
 constexpr const char *kKeys =
     "Keys, in the window and in the terminal:\n"
     "  space pause   left/right 5 s   down/up 60 s   < > previous/next item   [ ] speed\n"
-    "  9 0 volume    m mute   f full screen   s still picture as PNG   q quit\n"
+    "  9 0 volume    m mute   v subtitles   f full screen   s still picture as PNG   q quit\n"
     "  a interrupt with --interrupt-with   i what the library tells   n wifi or mobile network\n\n"
     "Exit codes: 0 played, 1 usage, 2 nothing playable, 3 some items failed, 4 ended by a signal, 5 internal fault";
 
@@ -21,6 +22,21 @@ CLI::Validator headerCheck() {
     return {[](std::string &text) { return parseHeader(text) ? std::string() : "not \"Name: value\": " + text; }, ""};
 }
 
+CLI::Validator subtitlesCheck() {
+    return {[](std::string &text) { return text.empty() ? text : CLI::ExistingFile(text); }, ""};
+}
+
+// Names have no slash; what is a file is told by its whole path.
+CLI::Validator fontCheck() {
+    return {[](std::string &text) {
+                std::error_code ignored;
+                const bool file = std::filesystem::is_regular_file(text, ignored);
+                if (file) text = std::filesystem::absolute(text, ignored).string();
+                return file || text.find('/') == std::string::npos ? std::string() : "no such font file: " + text;
+            },
+            ""};
+}
+
 CLI::Validator interruptionCheck() {
     return {[](std::string &text) { return parseInterruption(text) ? std::string() : "not POS=FILE: " + text; }, ""};
 }
@@ -30,6 +46,7 @@ struct Texts {
     std::string start;
     std::string end;
     double volumePercent = 100.0;
+    double subtitleDelay = 0.0;
     std::vector<std::string> headers;
     std::vector<std::string> interruptions;
 };
@@ -66,6 +83,21 @@ void declareSound(CLI::App &app, Options &options, Texts &texts) {
     app.add_option("--audio-track", options.audioTrack, "number from 0, or a language such as deu")
         ->type_name("N|LANG");
     app.add_option("--audio-device", options.audioDevice, "name of the sound device")->type_name("NAME");
+}
+
+void declareSubtitles(CLI::App &app, Options &options, Texts &texts) {
+    app.add_option("--subtitles", options.subtitles.files,
+                   "subtitles of an item; repeated: of the items in their order")
+        ->check(subtitlesCheck())
+        ->type_name("FILE")
+        ->take_all()
+        ->allow_extra_args(false);
+    app.add_option("--subtitle-font", options.subtitles.font, "font of the subtitles")
+        ->transform(fontCheck())
+        ->type_name("NAME|FILE");
+    app.add_option("--subtitle-delay", texts.subtitleDelay, "they come so much later; negative: earlier")
+        ->check(CLI::Range(-3600.0, 3600.0))
+        ->type_name("SECONDS");
 }
 
 void declareNetwork(CLI::App &app, Options &options, Texts &texts) {
@@ -116,6 +148,7 @@ void takeTexts(const Texts &texts, bool volumeGiven, Options &options) {
     options.startMs = parseTime(texts.start);
     options.endMs = parseTime(texts.end);
     if (volumeGiven) options.volume = texts.volumePercent / 100.0;
+    options.subtitles.delayMs = static_cast<int>(std::lround(texts.subtitleDelay * 1000.0));
     for (const std::string &text : texts.interruptions) options.interruptions.push_back(*parseInterruption(text));
     for (const std::string &header : texts.headers) options.headers.push_back(*parseHeader(header));
 }
@@ -130,6 +163,7 @@ ParsedOptions parseOptions(int argc, const char *const *argv) {
     app.set_version_flag("--version", std::string("vexoplay ") + VEXOPLAY_VERSION);
     declareProgramme(app, options, texts);
     declareSound(app, options, texts);
+    declareSubtitles(app, options, texts);
     declareNetwork(app, options, texts);
     declareOutput(app, options);
     declareReports(app, options);

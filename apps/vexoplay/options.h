@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "interruption.h"
+#include "subtitle_choice.h"
 
 namespace vexoplay {
 
@@ -38,6 +39,8 @@ struct Options {
     bool noVideo = false;
     std::string audioTrack;
     std::string audioDevice;
+
+    SubtitleChoice subtitles;
 
     std::string caFile;
     std::string userAgent;

@@ -34,7 +34,8 @@ struct PlayEvent {
     int64_t wallUs = 0;
     int width = 0;  ///< of kEventSize
     int height = 0;
-    int nativeError = 0;  ///< of the error events
+    int nativeError = 0;           ///< of the error events
+    bool subtitlesFailed = false;  ///< of its item, so far
     std::string text;
     std::vector<std::pair<int, std::string>> infos;  ///< what the library tells, by key
     std::string url;                                 ///< of an interrupting file

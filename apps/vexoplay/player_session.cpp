@@ -74,6 +74,7 @@ void PlayerSession::begin() {
     } else {
         player_->prepareAsync();
     }
+    showSubtitles(observe().item);
     player_->start();  // at once: an item that fails can be left only while the timeline is started
     begun_ = true;
     observe();
@@ -117,6 +118,7 @@ void PlayerSession::onEvent(PlayEvent event) {
     if (event.number == kEventPrepared) {
         log_.prepared(current.playerId);
         applySettings();
+        if (event.timeline == 0) showSubtitles(event.item);
     } else {
         learnLengths(current);
     }
@@ -125,6 +127,7 @@ void PlayerSession::onEvent(PlayEvent event) {
         for (const int key : config_.infoKeys) event.infos.emplace_back(key, info(key));
     }
     if (event.number == kEventFirstPresented) presented_ = true;
+    if (event.timeline == 0) event.subtitlesFailed = subtitlesFailed();
     {
         std::lock_guard lock(events_mutex_);
         events_.push_back(std::move(event));
@@ -143,6 +146,24 @@ void PlayerSession::sendMute() {
     oriplayer::Param mute;
     mute.putInt32(muted_ ? 1 : 0);
     player_->setParameter(kParameterMute, mute, -1);
+}
+
+// An engine player begins without any.
+void PlayerSession::showSubtitles(int item) {
+    sendSubtitles(config_.subtitles, item, subtitled_, *player_);
+}
+
+bool PlayerSession::subtitlesFailed() const {
+    constexpr int kParameterStatistics = 2019;
+    constexpr int kFailures = 24;  // its place
+    oriplayer::Param statistics;
+    if (config_.subtitles.files.empty()) return false;
+    return player_->getParameter(kParameterStatistics, &statistics, -1) == 0 && statistics.getInt32(kFailures) > 0;
+}
+
+void PlayerSession::toggleSubtitles() {
+    subtitled_ = !subtitled_;
+    if (!interruption_.active()) showSubtitles(item());
 }
 
 void PlayerSession::sendSpeed() {

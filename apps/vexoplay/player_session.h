@@ -13,6 +13,7 @@
 #include "interruption.h"
 #include "play_event.h"
 #include "programme.h"
+#include "subtitle_choice.h"
 
 namespace vexo {
 class MixedCodecsPlayer;
@@ -41,6 +42,7 @@ public:
         std::optional<double> volume;  ///< 0.0 to 1.0
         bool mute = false;
         std::string audioDevice;
+        SubtitleChoice subtitles;
         std::string userAgent;
         Programme::Headers headers;
         Programme::Preload preload = Programme::Preload::kOn;
@@ -80,6 +82,7 @@ public:
     void setSpeed(double speed);
     void setVolume(double volume);
     void toggleMute();
+    void toggleSubtitles();
     /// Lets the files of interruptWith play at the next picture. False if that is not possible now.
     bool interrupt();
     /// An interruption plays; seeking has to wait for its end.
@@ -118,6 +121,8 @@ private:
     void learnLengths(const Current &current);
     void onEvent(PlayEvent event);
     void applySettings();
+    void showSubtitles(int item);
+    bool subtitlesFailed() const;
     void sendMute();
     void sendSpeed();
     void watch(std::vector<PlayEvent> &events);
@@ -151,6 +156,7 @@ private:
     std::atomic<double> speed_;
     std::atomic<double> volume_;  ///< below 0: never set
     std::atomic<bool> muted_;
+    std::atomic<bool> subtitled_{true};
     std::atomic<bool> paused_{false};
     std::atomic<int> pausedAside_{-1};  ///< id of an interruption's engine player that stands paused
     std::atomic<bool> presented_{false};

@@ -4,6 +4,9 @@
 #include <array>
 #include <cmath>
 #include <string>
+#include <utility>
+
+#include "subtitle/subtitle_parameters.h"
 
 namespace oriplayer {
 namespace {
@@ -14,6 +17,10 @@ enum Number : int {
     kHidePictures = 2300,
     kVolume = 3004,
     kAudioDevice = 3006,
+    kSubtitleLook = 3301,
+    kTwoSubtitles = 3302,
+    kSubtitles = 3303,
+    kSubtitleDelay = 3304,
     kNetworkChanged = 3901,
     kFrameRate = 1600,
     kVideoBitRate = 1601,
@@ -59,6 +66,14 @@ int Parameters::set(int number, const Param &value) {
             return setVolume(reading.getFloat(-1));
         case kAudioDevice:
             return setDevice(reading.getCString(-1));
+        case kSubtitleLook:
+            return setSubtitleLook(value);
+        case kTwoSubtitles:
+        case kSubtitles:
+            return setSubtitles(value);
+        case kSubtitleDelay:
+            session_.stage().subtitles.setDelay(reading.getInt32(-1));
+            return 0;
         case kNetworkChanged:
             return session_.changeNetwork(reading.getInt32(-1)) ? 0 : -1;
         default:
@@ -95,6 +110,18 @@ int Parameters::setSpeed(double speed) {
     Stage &stage = session_.stage();
     stage.clock.setSpeed(std::clamp(speed, kSlowest, kFastest));
     stage.wakeAll();
+    return 0;
+}
+
+int Parameters::setSubtitles(const Param &value) {
+    auto files = readSubtitleFiles(value);
+    return files && session_.chooseSubtitles(std::move(*files)) ? 0 : -1;
+}
+
+int Parameters::setSubtitleLook(const Param &value) {
+    auto look = readSubtitleLook(value);
+    if (!look) return -1;
+    session_.stage().subtitles.setLook(std::move(*look));
     return 0;
 }
 
@@ -223,7 +250,7 @@ void Parameters::getStatistics(Param &answer) const {
         0,                                                                  // videoBlackBorderTotal
         std::llround(c.frameRate.load()),                                   // frameRate
         c.sampleRate,                                                       // sampleRate
-        0,                                                                  // subtitleAbnormalTotal
+        session_.stage().subtitles.failures(),                              // subtitleAbnormalTotal
         0,                                                                  // noAudioIntensityTotal
         0,                                                                  // audioEnhancementVersion
         c.picturesDecoded > 0 ? c.decodeUs / c.picturesDecoded / 1000 : 0,  // avgVideoDecodeCost, ms

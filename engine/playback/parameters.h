@@ -22,6 +22,8 @@ private:
     int setDevice(const char *name);
     int setSpeed(double speed);
     int setShowPictures(bool show);
+    int setSubtitles(const Param &value);
+    int setSubtitleLook(const Param &value);
     VariantTimes::Report hlsReport() const;
     void getHlsState(Param &answer) const;
     void getBuffer(Param &answer) const;

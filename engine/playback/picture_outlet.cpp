@@ -72,7 +72,9 @@ void PictureOutlet::close() {
 }
 
 void PictureOutlet::render(const Picture &picture, int64_t lateUs) {
-    const AVFrame &frame = *picture.frame;
+    const auto patience = stage_.untimed ? Subtitles::Patience::kUntilRead : Subtitles::Patience::kNone;
+    const FramePtr drawn = stage_.subtitles.draw(*picture.frame, picture.playUs - picture.baseUs, patience);
+    const AVFrame &frame = drawn ? *drawn : *picture.frame;
     std::array<PlaneEntry, 3> planes{};
     for (std::size_t i = 0; i < planes.size(); ++i) planes[i] = {frame.linesize[i], frame.data[i]};
     VideoPicture video{frame.width, frame.height, 0, {}, planes.data()};

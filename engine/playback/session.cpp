@@ -120,8 +120,17 @@ bool Session::changeNetwork(int state) {
     });
 }
 
+bool Session::chooseSubtitles(std::vector<SubtitleFile> files) {
+    if (!stage_.subtitles.choose(std::move(files))) return true;
+    return threads_.launch("ori-text", shared_from_this(), [this] {
+        const FfmpegLog log([this](const std::string &line) { stage_.tellLog(line); });
+        stage_.subtitles.run();
+    });
+}
+
 void Session::stop() {
     const bool first = stage_.control.stop();
+    stage_.subtitles.stop();
     stage_.notifier.silence();
     stage_.pictureGate.close();
     if (first && !stage_.control.ended()) stage_.clock.hold();

@@ -3,6 +3,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 #include "playback/audio_pipe.h"
 #include "playback/data_source.h"
@@ -37,6 +38,8 @@ public:
     /// The network is another one: asks the application for the domains to use now, on a thread of its own, if a
     /// download is under way. True if there was nothing to ask or the thread runs.
     bool changeNetwork(int state);
+    /// False if the system gives no thread to read them.
+    bool chooseSubtitles(std::vector<SubtitleFile> files);
     /// Ends everything. Behind it nothing is told, shown or heard; from inside a callback, nothing but what another
     /// callback of this player is just doing. Waits at most 90 ms and for callbacks under way.
     void stop();

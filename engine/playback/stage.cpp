@@ -19,6 +19,7 @@ void Stage::tellSize(int width, int height) {
     if (counters.width == width && counters.height == height) return;
     counters.width = width;
     counters.height = height;
+    subtitles.expectSize(width, height);
     Param param;
     param.putInt32(width);
     param.putInt32(height);

@@ -21,6 +21,7 @@
 #include "playback/settings.h"
 #include "playback/signal.h"
 #include "playback/variant_times.h"
+#include "subtitle/subtitles.h"
 
 namespace oriplayer {
 
@@ -67,6 +68,7 @@ struct Stage {
     Notifier notifier{id, settings};
     CallbackGate pictureGate;
     DeferredFailure failure;
+    Subtitles subtitles{[this](const std::string &line) { tellLog(line); }};
     DownloadSpeed downloadSpeed;
     VariantTimes variants;
     const std::shared_ptr<HostRoute> route = std::make_shared<HostRoute>();

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <httplib.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -54,6 +55,27 @@ TEST(Play, FiveCodecsGiveThePicturesHashesAndLengthsOfTheFfmpegProgram) {
     const auto ends = outcome.events(1001);
     ASSERT_EQ(ends.size(), kFive.size());
     for (std::size_t i = 0; i < ends.size(); ++i) EXPECT_EQ(ends[i]["period"].asUInt(), i);
+}
+
+TEST(Play, SubtitlesStandInTheItemTheyAreGivenFor) {
+    const std::string path = fs::temp_directory_path() / ("vexoplay_" + std::to_string(getpid()) + ".srt");
+    std::ofstream(path) << "1\n00:00:00,200 --> 00:00:00,800\ntext\n";
+    const std::string plain = support::expected("h264_aac.mp4").md5;
+    const auto hashes = [](const std::vector<std::string> &options) {
+        std::vector<std::string> all{"--no-window", "--untimed", "--hash"};
+        all.insert(all.end(), options.begin(), options.end());
+        const Outcome outcome = run(with(all, {"h264_aac.mp4", "h264_aac.mp4"}));
+        const std::size_t second = outcome.out.find('\n') + 1;
+        return std::vector<std::string>{outcome.out.substr(0, 32), outcome.out.substr(second, 32), outcome.err};
+    };
+    const auto first = hashes({"--subtitles", path});
+    EXPECT_NE(first[0], plain);
+    EXPECT_EQ(first[1], plain);
+    const auto later = hashes({"--subtitles", __FILE__, "--subtitles", path, "--subtitle-delay", "60"});
+    EXPECT_EQ(later[0], plain);
+    EXPECT_EQ(later[1], plain);
+    EXPECT_THAT(later[2], testing::AllOf(HasSubstr("the subtitles of item 1"), testing::Not(HasSubstr("of item 2"))));
+    fs::remove(path);
 }
 
 TEST(Play, SourcesOfAMixedPeriodAreCountedInTheListGiven) {

@@ -82,6 +82,8 @@ TEST(Options, WhatMakesNoSense_IsAUsageErrorWithItsReason) {
         {{"--no-audio", "--no-video", "a"}, "nothing to play"},
         {{"--untimed", "--no-video", "a"}, "--untimed"},
         {{"--ca-file", "/no/such.pem", "a"}, "/no/such.pem"},
+        {{"--subtitles", "/no/such.srt", "a"}, "/no/such.srt"},
+        {{"--subtitle-font", "/no/such.ttf", "a"}, "/no/such.ttf"},
         {{"--no-such-option", "a"}, "--no-such-option"}};
     for (const auto &[arguments, reason] : cases) {
         const ParsedOptions parsed = parse(arguments);
