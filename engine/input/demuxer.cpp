@@ -32,6 +32,7 @@ std::string quoted(const std::string &url) {
 MediaError failedTo(const std::string &what, const std::string &url, int native) {
     std::string text = "cannot " + what + ' ' + quoted(url) + ": " + avErrorText(native);
     const bool tls = url.rfind("https:", 0) == 0 && native == AVERROR(EIO);
+    if (native == AVERROR(ENOMEM)) text += " (or more than " + std::to_string(kMostStreams) + " streams)";
     if (tls) text += " (the connection broke, or the server's certificate is not trusted)";
     return {native, text};
 }
@@ -177,6 +178,7 @@ int Demuxer::next(PacketPtr &packet, SourceInput::Stream &stream) {
         int result = av_read_frame(container_, packet.get());
         if (result == AVERROR_EOF && container_->pb && container_->pb->error < 0) result = container_->pb->error;
         if (result == AVERROR_EOF && medium_.failure() < 0) result = medium_.failure();
+        if (result == AVERROR_EOF && medium_.missing() < 0) result = medium_.missing();
         result = interrupter_.meaning(result);
         if (result == AVERROR(EAGAIN) || (result == AVERROR_INVALIDDATA && ++damaged < kMaxDamagedInARow)) {
             if (result == AVERROR(EAGAIN)) av_usleep(1000);

@@ -73,7 +73,7 @@ void Medium::detach() {
     files_.clear();
     streams_.clear();
     settled_ = false;
-    broken_ = 0;
+    broken_ = missing_ = 0;
     if (options_.route) options_.route->setUrl({});
 }
 
@@ -138,8 +138,10 @@ int Medium::openHttp(AVIOContext **io, const char *url, const AVDictionary *give
         // A missing piece of a list is the demuxer's to go over; a server that is gone is not.
         const bool gone = settled_ && HttpStream::mayPass(result) && result != AVERROR_EXIT;
         if (gone) broken_ = result;
+        missing_ = settled_ ? result : 0;
         return result;
     }
+    missing_ = 0;
     *io = stream->io();
     streams_[*io] = std::move(stream);
     return 0;

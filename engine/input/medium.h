@@ -33,8 +33,11 @@ public:
     void settle() { settled_ = true; }
     /// Why, an AVERROR; 0 if it is whole.
     int failure() const;
+    /// Why the segment asked for last is not there, an AVERROR; 0 if it was. A demuxer goes over it to the next one:
+    /// only at the end it is known that there was none.
+    int missing() const { return missing_; }
     /// Behind a seek everything is tried anew.
-    void mend() { broken_ = 0; }
+    void mend() { broken_ = missing_ = 0; }
 
 private:
     static int open(AVFormatContext *container, AVIOContext **io, const char *url, int flags, AVDictionary **options);
@@ -55,6 +58,7 @@ private:
     bool network_ = false;
     bool settled_ = false;
     int broken_ = 0;
+    int missing_ = 0;
     std::set<const AVIOContext *> files_;
     std::map<const AVIOContext *, std::unique_ptr<HttpStream>> streams_;
     int64_t closedBytes_ = 0;

@@ -193,6 +193,12 @@ MediaError SourceInput::seek(int64_t positionUs) {
     return impl_->seek(std::clamp<int64_t>(positionUs, 0, last));
 }
 
+bool SourceInput::endIsProof() const {
+    const AVFormatContext *open = container();
+    if (!open || !network()) return true;
+    return variants().count > 0 || (open->pb && avio_size(open->pb) > 0);
+}
+
 void SourceInput::adapt() {
     impl_->demuxer.adapt();
 }

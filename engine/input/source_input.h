@@ -89,6 +89,9 @@ public:
     /// Goes to the key frame at or before the position; the next read() is there. Behind a failure the place to read
     /// from is not known; another seek may mend it.
     MediaError seek(int64_t positionUs);
+    /// The end of the medium proves that all of it has come: it is local, has said its size, or is a play list. Behind
+    /// a body of unknown size only the length that was promised tells an end from a break.
+    bool endIsProof() const;
     /// From now on the variant of an HLS set follows the measured speed, at borders of segments.
     void adapt();
     Variants variants() const;

@@ -8,6 +8,12 @@
 namespace oriplayer {
 namespace {
 
+// Read ahead of what is decoded. A file is at hand at any time; a network may hesitate.
+constexpr int64_t kLocalAheadUs = 1'500'000;
+constexpr int64_t kNetworkAheadUs = 4'000'000;
+// Declared lengths are rounded.
+constexpr int64_t kToleranceUs = 1'000'000;
+
 int64_t timeOf(const AVPacket &packet) {
     return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
 }
@@ -139,6 +145,7 @@ bool Reader::goTo(int64_t positionUs) {
         return false;
     }
     endUs_ = 0;
+    soughtUs_ = positionUs;
     untouched_ = false;
     ahead_.forgetAhead();
     return true;
@@ -185,6 +192,7 @@ bool Reader::open(int index) {
     for (const std::string &complaint : ahead_.complaints) stage_.tellLog(complaint);
     index_ = index;
     endUs_ = 0;
+    soughtUs_ = 0;
     untouched_ = true;
     stage_.programme.setLength(index, input_->durationUs());
     describeStreams();
@@ -404,7 +412,20 @@ void Reader::countMedium() {
     stage_.counters.networkBytes = closedNetworkBytes_ + (input_->network() ? input_->bytesRead() : 0);
 }
 
+// Much is missing of the length that was promised, and nothing says that there is no more.
+bool Reader::breaksOff() const {
+    if (input_->endIsProof()) return false;
+    const int64_t promised = stage_.programme.startOf(index_ + 1) - stage_.programme.startOf(index_);
+    return std::max(endUs_, soughtUs_) + std::max(kToleranceUs, promised / 20) < promised;
+}
+
 void Reader::finishSource() {
+    if (breaksOff()) {
+        const std::string text =
+            "reading " + stage_.programme.url(index_) + ": it broke off after " + std::to_string(endUs_ / 1000) + " ms";
+        stage_.failure.set({kEventReadFailed, {AVERROR(EIO), text}});
+        return pushEnd();
+    }
     stage_.programme.setMeasured(index_, endUs_);
     const int next = index_ + 1;
     const bool goesOn = next < stage_.programme.count() ? startNext(next) : stage_.looping && startOver();

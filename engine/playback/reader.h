@@ -56,6 +56,7 @@ private:
     void describeStreams();
     bool followVariant();
     void announceVariant(int64_t playUs);
+    bool breaksOff() const;
     void finishSource();
     bool startNext(int index);
     bool startOver();
@@ -74,6 +75,7 @@ private:
     int64_t offsetUs_ = 0;  ///< its beginning on the programme's scale
     int64_t baseUs_ = 0;    ///< length of the rounds read before, when looping
     int64_t endUs_ = 0;     ///< end of what was read of it, on its own scale
+    int64_t soughtUs_ = 0;  ///< where reading has begun, on the same scale
     uint32_t changes_ = 0, soundChanges_ = 0;   ///< of the source's variant, as they are known
     bool newVideo_ = false, newAudio_ = false;  ///< another variant's: the decoder threads have not got them yet
     bool untouched_ = false;                    ///< input_ stands at its beginning

@@ -105,6 +105,18 @@ variant_low.m3u8 | variant_high.m3u8) # one programme at two sizes; segment i be
     both -c:v libx264 -preset veryfast -bf 2 -g 25 -keyint_min 25 -sc_threshold 0 -pix_fmt yuv420p -threads 1 $aac \
         -f hls -hls_time 1 -hls_playlist_type vod -hls_segment_filename "$work/${name%.m3u8}%d.ts" "$out"
     cp "$work/${name%.m3u8}"*.ts "$dir" ;;
+many_streams.mkv)
+    maps=$(for _ in $(seq 250); do printf ' -map 0'; done)
+    ff -f lavfi -i anullsrc=r=8000:cl=mono:d=0.1 $maps -c:a pcm_s16le "$out" ;;
+giant.ts) # says that its pictures have 12000 x 12000 pixels
+    opaque=yes
+    silent -c:v mpeg2video -b:v 1M -pix_fmt yuv420p "$work/a.ts"
+    LC_ALL=C sed 's/\x00\x00\x01\xb3\x14\x00\xb4/\x00\x00\x01\xb3\xee\x0e\xe0/g
+        s/\x00\x00\x01\xb5\x14\x8a\x00/\x00\x00\x01\xb5\x14\x8b\x40/g' "$work/a.ts" >"$out" ;;
+locked.ts) # as a play list with the key kkkkkkkkkkkkkkkk and the vector 0 has it
+    opaque=yes
+    silent $x264 "$work/a.ts"
+    openssl enc -aes-128-cbc -K 6b6b6b6b6b6b6b6b6b6b6b6b6b6b6b6b -iv 0 -in "$work/a.ts" -out "$out" 2>/dev/null ;;
 *)
     echo "make_clip.sh: no clip named $name" >&2
     exit 1 ;;
@@ -112,14 +124,17 @@ esac
 
 pictures=0
 md5=none
-if [ -n "$(ffprobe -v error -select_streams V -show_entries stream=index -of csv=p=0 "$out")" ]; then
+seconds=0
+if [ "${opaque:-no}" = no ]; then
+    seconds=$(ffprobe -v error -show_entries format=duration -of csv=p=0 "$out")
+fi
+if [ "${opaque:-no}" = no ] && [ -n "$(ffprobe -v error -select_streams V -show_entries stream=index -of csv=p=0 "$out")" ]; then
     ffmpeg -nostdin -v quiet -y -noautorotate -i "$out" \
         -map 0:V -fps_mode passthrough -autoscale 0 -pix_fmt yuv420p -c:v rawvideo -f framecrc "$work/pictures" \
         -map 0:V -fps_mode passthrough -autoscale 0 -pix_fmt yuv420p -c:v rawvideo -f md5 "$work/md5"
     pictures=$(grep -vc '^#' "$work/pictures")
     md5=$(cut -d= -f2 "$work/md5")
 fi
-seconds=$(ffprobe -v error -show_entries format=duration -of csv=p=0 "$out")
 echo "$pictures $md5 $(echo "$seconds" | awk '{ printf "%d", $1 * 1000 + 0.5 }')" >"$work/expect"
 mv "$work/expect" "$dir/$name.expect"
 mv "$out" "$dir/$name"
