@@ -212,9 +212,9 @@ Presenter::Next Presenter::waitForMore() {
     if (!starved || stage_.clock.soundLeads()) return steady_clock::now() + milliseconds(20);
     stalled_ = true;
     refillsSince_.reset();
-    stage_.reportStall();
     stage_.soundReady = 0;
     stage_.clock.hold();
+    stage_.reportStall();
     return std::nullopt;
 }
 
