@@ -1,5 +1,11 @@
 #include "decode/codec_session.h"
 
+extern "C" {
+#include <libavutil/cpu.h>
+}
+
+#include <algorithm>
+
 #include "ffmpeg_log.h"
 
 namespace oriplayer {
@@ -8,6 +14,9 @@ namespace {
 
 // Four seconds of pictures: a stream that is joined in the middle shows something within that.
 constexpr int64_t kDamagedBeforeGivingUp = 100;
+// Each thread delays the pictures by one and holds one (3 MB at 1920x1080). FFmpeg's own choice would be one more than
+// there are cores, for nothing.
+constexpr int kMostThreads = 16;
 
 }  // namespace
 
@@ -36,7 +45,7 @@ MediaError CodecSession::open(const AVCodecParameters &parameters, AVRational fr
         codec_->opaque = FfmpegLog::mark();
         codec_->pkt_timebase = {1, 1'000'000};
         codec_->framerate = frameRate;
-        codec_->thread_count = threads;
+        codec_->thread_count = threads > 0 ? threads : std::min(av_cpu_count(), kMostThreads);
         codec_->max_pixels = kMostPixels;
         codec_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
         result = avcodec_open2(codec_.get(), decoder, nullptr);

@@ -6,7 +6,6 @@
 namespace oriplayer {
 namespace {
 
-constexpr int64_t kFullUs = 4'000'000;
 constexpr int64_t kFullBytes = 16 << 20;
 
 int64_t startOf(const AVPacket &packet) {
@@ -55,9 +54,14 @@ int64_t PacketQueue::spanLocked() const {
     return 0;
 }
 
+void PacketQueue::aimAt(int64_t us) {
+    std::lock_guard lock(mutex_);
+    enoughUs_ = us;
+}
+
 bool PacketQueue::full() const {
     std::lock_guard lock(mutex_);
-    return bytes_ >= kFullBytes || spanLocked() >= kFullUs;
+    return bytes_ >= kFullBytes || spanLocked() >= enoughUs_;
 }
 
 bool PacketQueue::empty() const {

@@ -45,7 +45,9 @@ public:
     std::optional<StreamItem> pop();
     void clear();
 
-    /// Enough for now: 4 s or 16 MiB.
+    /// How much time is enough.
+    void aimAt(int64_t us);
+    /// Enough for now: that time, or 16 MiB.
     bool full() const;
     /// No packet waits.
     bool empty() const;
@@ -60,6 +62,7 @@ private:
     std::deque<StreamItem> items_;
     int packets_ = 0;
     int64_t bytes_ = 0;
+    int64_t enoughUs_ = 4'000'000;
     int64_t endUs_ = INT64_MIN;  ///< end of the last packet
 };
 

@@ -27,7 +27,8 @@ public:
     /// False, and `picture` stays with the caller, if there is no room.
     bool push(Picture &picture) {
         std::lock_guard lock(mutex_);
-        if (pictures_.size() >= kCapacity) return false;
+        const int64_t waiting = static_cast<int64_t>(pictures_.size());
+        if (waiting >= kMost || (waiting >= kEnough && (waiting + 1) * bytesOf(picture) > kMostBytes)) return false;
         pictures_.push_back(std::move(picture));
         return true;
     }
@@ -78,8 +79,16 @@ private:
         return picture;
     }
 
-    // A 3840x2160 picture takes 12 MB; four bridge a decoder's unevenness of 160 ms at 25 pictures a second.
-    static constexpr std::size_t kCapacity = 4;
+    /// Half as much again as luma for both chroma planes.
+    static int64_t bytesOf(const Picture &picture) {
+        return picture.frame ? int64_t{3} * picture.frame->width * picture.frame->height / 2 : 0;
+    }
+
+    // Four bridge a decoder's unevenness of 160 ms at 25 pictures a second. Large ones (1920x1080 takes 3 MB) are fewer:
+    // the decoder's own threads hold some more.
+    static constexpr int64_t kMost = 4;
+    static constexpr int64_t kEnough = 2;
+    static constexpr int64_t kMostBytes = 8 << 20;
 
     mutable std::mutex mutex_;
     std::deque<Picture> pictures_;
