@@ -16,7 +16,8 @@
 namespace vexoplay {
 namespace {
 
-constexpr int kTickMs = 20;  // keys and the end of the programme are noticed that fast at the latest
+constexpr int kTickMs = 20;             // keys and the end of the programme are noticed that fast at the latest
+constexpr int64_t kStandsUs = 400'000;  // a position that stays for longer waits for data
 constexpr int64_t kLateProbeUs = 1'000'000;
 constexpr int kOutputPatienceMs = 2000;
 constexpr unsigned int kLastResortSeconds = 5;
@@ -239,12 +240,21 @@ void Application::showTitle() {
     window_->setTitle((title.empty() ? programme_.url(bound->item) : title) + " - vexoplay");
 }
 
+// A player that neither moves nor was told to stand waits for data.
+std::string Application::stateAt(int64_t positionMs, bool opening) {
+    const bool moves = positionMs != std::exchange(lastPositionMs_, positionMs);
+    if (moves || opening || session_->paused()) standsSinceUs_ = steadyUs();
+    if (session_->paused()) return "paused";
+    if (opening) return "opening";
+    return steadyUs() - standsSinceUs_ > kStandsUs ? "buffering" : "playing";
+}
+
 void Application::showStatus() {
     const int item = session_->item();
     const std::optional<BoundRecord> bound = log_.find(session_->playerId());
     StatusFacts facts;
-    facts.state = session_->paused() ? "paused" : bound && !bound->prepared ? "opening" : "playing";
     facts.positionMs = session_->positionMs();
+    facts.state = stateAt(facts.positionMs, bound && !bound->prepared);
     facts.totalMs = programme_.totalMs();
     facts.totalUncertain = programme_.placeOf(INT64_MAX).lengthUnknown;
     facts.item = item + 1;

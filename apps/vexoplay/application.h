@@ -62,6 +62,7 @@ private:
     void showPicture();
     void showTitle();
     void showStatus();
+    std::string stateAt(int64_t positionMs, bool opening);
     void noteSeek(const Programme::Place &place);
     void note(std::string text);
     bool beginAgain();
@@ -98,6 +99,8 @@ private:
     std::set<int> subtitlesWarned_;  ///< items
     std::string note_;
     int64_t noteUntilUs_ = 0;
+    int64_t lastPositionMs_ = -1;  ///< as the status line told it, and since when it has told the same
+    int64_t standsSinceUs_ = 0;
 };
 
 }  // namespace vexoplay
