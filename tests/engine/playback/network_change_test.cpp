@@ -26,6 +26,8 @@ int answerDomains(int, char *buffer, int size, int &state, const char *url, cons
     return sResult;
 }
 
+constexpr int64_t kPreloadKiB = 8;  // of a film of about 100
+
 class NetworkChange : public testing::Test {
 protected:
     void SetUp() override {
@@ -49,12 +51,20 @@ protected:
 };
 
 TEST_F(NetworkChange, ADownloadThatStandsGoesOnFromTheNewHostWithEveryPicture) {
-    for (const char *untimed : {"1", "0"}) {
-        const PropertyGuard pace(oriplayer::kPropertyUntimed, untimed);
+    struct Case {
+        const char *untimed;
+        bool preloaded;
+    };
+    for (const Case &c : {Case{"1", false}, Case{"0", false}, Case{"1", true}}) {
+        const PropertyGuard pace(oriplayer::kPropertyUntimed, c.untimed);
         RangeServer first(film_);
         RangeServer second(film_);
         first.limit = first.size() / 2;
         sDomains = "127.0.0.1:1, " + second.address();
+        if (c.preloaded) {
+            ASSERT_EQ(oriplayer::addPreloadTask(first.url().c_str(), kPreloadKiB), 0);
+        }
+        while (c.preloaded && first.requests == 0) std::this_thread::yield();
         WatchedPlayer player({first.url()});
         player->prepareAsync();
         player->start();
