@@ -1,8 +1,10 @@
 #include "base/oriplayer/source.h"
 
-#include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "playlist/known_duration.h"
 #include "playlist/local_duration.h"
@@ -21,7 +23,8 @@ public:
     int addUrl(const char *url, double durationSeconds) override {
         if (!url) return -1;
         std::lock_guard<std::mutex> lock(mutex_);
-        entries_.push_back({url, durationSeconds > 0.0 ? std::optional(durationSeconds) : std::nullopt});
+        const auto seconds = durationSeconds > 0.0 ? std::optional(durationSeconds) : std::nullopt;
+        entries_.push_back(std::make_unique<Entry>(Entry{url, seconds}));
         return static_cast<int>(entries_.size());
     }
 
@@ -74,7 +77,7 @@ private:
 
     Entry *at(int index) {
         if (index < 0 || static_cast<std::size_t>(index) >= entries_.size()) return nullptr;
-        return &entries_[static_cast<std::size_t>(index)];
+        return entries_[static_cast<std::size_t>(index)].get();
     }
 
     bool tell(int index, double &seconds) {
@@ -85,7 +88,7 @@ private:
 
     std::mutex askMutex_;
     std::mutex mutex_;
-    std::deque<Entry> entries_;  // a deque: getUrl's texts stay where they are
+    std::vector<std::unique_ptr<Entry>> entries_;  // each by itself: getUrl's texts stay where they are
 };
 
 }  // namespace

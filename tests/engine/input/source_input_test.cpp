@@ -78,6 +78,15 @@ TEST(SourceInput, LengthsAreTheContainersOwn) {
     EXPECT_EQ(probeLocalDuration("/nowhere"), 0.0);
 }
 
+TEST_F(BadFiles, ALengthIsRememberedUntilTheFileIsAnotherOne) {
+    const std::string file = path("clip.mp4");
+    for (const char *name : {"h264_aac.mp4", "numbered.mp4"}) {
+        std::filesystem::copy(support::clip(name), file, std::filesystem::copy_options::overwrite_existing);
+        const double expectedMs = static_cast<double>(support::expected(name).durationMs);
+        for (int i = 0; i < 2; ++i) EXPECT_NEAR(probeLocalDuration(file) * 1000.0, expectedMs, 1.0) << name;
+    }
+}
+
 TEST(SourceInput, StreamsAreChosenAsAsked) {
     struct Case {
         const char *name;
