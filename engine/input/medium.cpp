@@ -71,6 +71,7 @@ int Medium::attach(AVFormatContext &container, const std::string &url, const Inp
 
 void Medium::detach() {
     files_.clear();
+    unlocked_.clear();
     streams_.clear();
     settled_ = false;
     broken_ = missing_ = 0;
@@ -106,7 +107,8 @@ int Medium::open(AVFormatContext *container, AVIOContext **io, const char *url, 
     if (isHttp(url)) return self->openHttp(io, url, options ? *options : nullptr);
     AVDictionary *own = nullptr;
     AVDictionary **all = options ? options : &own;
-    const bool encrypted = beginsWith(url, "crypto", 6);
+    const bool encrypted = beginsWith(url, "crypto+", 7) || beginsWith(url, "crypto:", 7);
+    if (encrypted && isHttp(url + 7)) return self->openLocked(io, url + 7, options ? *options : nullptr);
     if (encrypted) {
         self->addRequestOptions(all);
         setHeaders(all, self->headersFor(hostOf(url)));
@@ -164,9 +166,29 @@ void Medium::present(HttpStream &stream, const char *url, const AVDictionary *gi
     options_.variants->opened(url, offset ? std::strtoll(offset->value, nullptr, 10) : 0);
 }
 
+int Medium::openLocked(AVIOContext **io, const char *url, AVDictionary *given) {
+    AVIOContext *body = nullptr;
+    const int result = openHttp(&body, url, given);
+    if (result < 0) return result;
+    const AVDictionaryEntry *key = av_dict_get(given, "key", nullptr, 0);
+    const AVDictionaryEntry *vector = av_dict_get(given, "iv", nullptr, 0);
+    auto unlocked = UnlockedBody::over(body, key ? key->value : "", vector ? vector->value : "");
+    if (!unlocked) {
+        streams_.erase(body);
+        return AVERROR(EINVAL);
+    }
+    *io = unlocked->io();
+    unlocked_[*io] = std::move(unlocked);
+    return 0;
+}
+
 int Medium::close(AVFormatContext *container, AVIOContext *io) {
     auto *self = static_cast<Medium *>(container->opaque);
     if (!io) return 0;
+    if (const auto locked = self->unlocked_.find(io); locked != self->unlocked_.end()) {
+        io = locked->second->body();
+        self->unlocked_.erase(locked);
+    }
     const auto stream = self->streams_.find(io);
     if (stream == self->streams_.end()) {
         if (self->files_.erase(io) > 0) self->closedBytes_ += io->bytes_read;

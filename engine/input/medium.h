@@ -9,6 +9,7 @@
 #include "input/http_stream.h"
 #include "input/interrupter.h"
 #include "input/source_input.h"
+#include "input/unlocked_body.h"
 
 namespace oriplayer {
 
@@ -43,6 +44,7 @@ private:
     static int open(AVFormatContext *container, AVIOContext **io, const char *url, int flags, AVDictionary **options);
     static int close(AVFormatContext *container, AVIOContext *io);
     int openHttp(AVIOContext **io, const char *url, const AVDictionary *given);
+    int openLocked(AVIOContext **io, const char *url, AVDictionary *given);
     void present(HttpStream &stream, const char *url, const AVDictionary *given);
     void addRequestOptions(AVDictionary **options) const;
     std::string headersFor(const std::string &host) const;
@@ -61,6 +63,7 @@ private:
     int missing_ = 0;
     std::set<const AVIOContext *> files_;
     std::map<const AVIOContext *, std::unique_ptr<HttpStream>> streams_;
+    std::map<const AVIOContext *, std::unique_ptr<UnlockedBody>> unlocked_;
     int64_t closedBytes_ = 0;
 };
 

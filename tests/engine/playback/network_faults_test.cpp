@@ -52,6 +52,20 @@ protected:
         server_.Get("/" + name,
                     [name](const Request &, Response &response) { response.set_content(contents(name), "video/x"); });
     }
+    /// A clip of which half comes at first; what is asked for by range comes whole.
+    void serveBreaking(const std::string &pattern) {
+        server_.Get(pattern, [this](const Request &request, Response &response) {
+            const std::string body = contents(request.matches[1]);
+            const bool first = !request.has_header("Range") || request.get_header_value("Range") == "bytes=0-";
+            ++(first ? broken_ : resumed_);
+            response.set_header("Accept-Ranges", "bytes");
+            response.set_content_provider(
+                body.size(), "video/x", [body, first](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
+                    if (first && offset >= body.size() / 2) return false;
+                    return sink.write(body.data() + offset, std::min(length, body.size() / 4));
+                });
+        });
+    }
     /// The body comes in chunks, of unknown length in all.
     void serveInChunks(const std::string &path, const std::string &body) {
         server_.Get(path, [body](const Request &, Response &response) {
@@ -64,6 +78,8 @@ protected:
     }
 
     httplib::Server server_;
+    std::atomic<int> broken_{0};
+    std::atomic<int> resumed_{0};
     const PropertyGuard untimed_{kPropertyUntimed, "1"};
 
 private:
@@ -106,25 +122,12 @@ TEST_F(NetworkFaults, AMissingSegmentIsGoneOverInTheMiddleAndAnErrorAtTheEnd) {
 
 TEST_F(NetworkFaults, ASegmentThatBreaksIsTakenUpWhereItStood) {
     serveText("/list.m3u8", contents("variant_low.m3u8"));
-    std::atomic<int> breaks{0};
-    std::atomic<int> resumed{0};
-    server_.Get(R"(/(variant_low\d\.ts))", [&](const Request &request, Response &response) {
-        const std::string body = contents(request.matches[1]);
-        if (request.has_header("Range") && request.get_header_value("Range") != "bytes=0-") ++resumed;
-        response.set_header("Accept-Ranges", "bytes");
-        const bool broken = !request.has_header("Range") || request.get_header_value("Range") == "bytes=0-";
-        response.set_content_provider(
-            body.size(), "video/x",
-            [body, broken, &breaks](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
-                if (broken && offset >= body.size() / 2) return ++breaks, false;
-                return sink.write(body.data() + offset, std::min(length, body.size() / 4));
-            });
-    });
+    serveBreaking(R"(/(variant_low\d\.ts))");
     WatchedPlayer player({url("/list.m3u8")});
     ASSERT_TRUE(player.playToEnd()) << player.events();
     EXPECT_EQ(player.numbers(), numbersTo(150));
-    EXPECT_EQ(breaks, 6);
-    EXPECT_EQ(resumed, 6);
+    EXPECT_EQ(broken_, 6);
+    EXPECT_EQ(resumed_, 6);
 }
 
 TEST_F(NetworkFaults, NothingFromTheNetworkOpensALocalFile) {
@@ -181,11 +184,12 @@ TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
     serveText("/list.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXT-X-KEY:METHOD=AES-128,URI=\"/key\",IV=0x" +
                                 std::string(32, '0') + "\n#EXTINF:1,\n/moved.ts\n#EXT-X-ENDLIST\n");
     serveText("/key", std::string(16, 'k'));
-    serveClip("locked.ts");
+    serveBreaking("/(locked.ts)");
     WatchedPlayer player({url("/start")}, 0, {{"http_header:X-Token", "abc"}});
     player->setUserAgent("trial-agent");
     ASSERT_TRUE(player.playToEnd()) << player.events();
     EXPECT_EQ(player.numbers(), numbersTo(25));
+    EXPECT_EQ(resumed_, 1) << "an encrypted segment is taken up as well";
     std::set<std::string> expected;
     for (const char *path : {"/start", "/list.m3u8", "/key", "/moved.ts", "/locked.ts"}) {
         expected.insert(std::string(path) + " trial-agent abc");
