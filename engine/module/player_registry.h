@@ -22,7 +22,7 @@ public:
     void remove(int playerId);
     /// Empty if there is none of this id.
     std::shared_ptr<Session> find(int playerId) const;
-    /// A player plays and has little left that was read ahead.
+    /// A player begins, or plays and has little left that was read ahead.
     bool anyStarves() const;
     /// Programme time that a player has left; empty if it is not known.
     std::optional<int64_t> remainingUs(int playerId) const;

@@ -10,6 +10,7 @@
 #include "ffmpeg_log.h"
 #include "module/player_registry.h"
 #include "module/properties.h"
+#include "module/reaper.h"
 #include "playback/data_source.h"
 
 namespace oriplayer {
@@ -126,8 +127,10 @@ void PreloadQueue::run() {
         changedFlag_ = false;
         const auto next = decide(dropped);
         lock.unlock();
-        for (auto &source : dropped) source->drop();
-        dropped.clear();
+        for (auto &source : dropped) {
+            source->drop();
+            Reaper::instance().bury(std::move(source));
+        }
         lock.lock();
         if (next == Clock::time_point::max()) {
             changed_.wait(lock, [this] { return changedFlag_; });

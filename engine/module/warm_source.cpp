@@ -1,14 +1,12 @@
 #include "module/warm_source.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include <utility>
+
+#include "module/low_priority.h"
 
 namespace oriplayer {
 namespace {
 
-constexpr int kNice = 10;
 constexpr std::chrono::milliseconds kPause{20};
 
 bool sameOpening(const InputOptions &a, const InputOptions &b, bool network) {
@@ -51,7 +49,7 @@ bool WarmSource::work(const std::function<bool()> &mayWork, const std::function<
     if (source->open(url_, options_, decoderThreads_, failure)) return false;
     if (source->input->live()) return false;  // what waits here would be old when it is played
     source_ = std::move(source);
-    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kNice);
+    lowerThisThread();
     for (bool told = false;;) {
         if (!told && source_->picturesReady()) {
             set(State::kReading);

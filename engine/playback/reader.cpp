@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "module/preload_queue.h"
+#include "module/reaper.h"
 
 namespace oriplayer {
 namespace {
@@ -35,10 +36,10 @@ void Reader::run() {
         }
     }
     stage_.counters.downloading = false;
-    // Here and not with the session, which may end on the application's thread: closing a connection takes time.
-    input_.reset();
-    video_.reset();
-    audio_.reset();
+    // Closing takes time: the next player, which is about to begin, shall not share the machine with it.
+    static const std::atomic<bool> over{true};
+    if (input_) input_->watch(&over);  // it outlives the stage
+    Reaper::instance().bury(std::move(input_), std::move(video_), std::move(audio_));
     stage_.videoPackets.clear();
     stage_.audioPackets.clear();
 }

@@ -9,12 +9,19 @@
 
 #include "ffmpeg_log.h"
 #include "module/domain_callback.h"
+#include "module/reaper.h"
 
 namespace oriplayer {
+
+using std::chrono::steady_clock;
+using Role = ThreadSet::Role;
+
 namespace {
 
 // stop() is back within 100 ms; a thread that hangs longer in the system is left to end by itself.
 constexpr std::chrono::milliseconds kThreadPatience{90};
+// Longer than decoding one picture and a connection's interrupted call take.
+constexpr std::chrono::milliseconds kReaperPatience{500};
 
 }  // namespace
 
@@ -62,11 +69,14 @@ bool Session::launchThreads() {
         };
     };
     const auto self = shared_from_this();
-    return threads_.launch("ori-event", self, guarded([this] { stage_.notifier.run(); })) &&
-           threads_.launch("ori-show", self, guarded([this] { presenter_.run(); })) &&
-           threads_.launch("ori-audio", self, guarded([this] { audioPipe_.run(); })) &&
-           threads_.launch("ori-video", self, guarded([this] { videoPipe_.run(); })) &&
-           threads_.launch("ori-read", self, guarded([this] { reader_->run(); }));
+    const auto launch = [&](const char *name, Role role, auto body) {
+        return threads_.launch(name, role, self, guarded(body));
+    };
+    return launch("ori-event", Role::kTells, [this] { stage_.notifier.run(); }) &&
+           launch("ori-show", Role::kTells, [this] { presenter_.run(); }) &&
+           launch("ori-audio", Role::kWorks, [this] { audioPipe_.run(); }) &&
+           launch("ori-video", Role::kWorks, [this] { videoPipe_.run(); }) &&
+           launch("ori-read", Role::kWorks, [this] { reader_->run(); });
 }
 
 bool Session::start() {
@@ -110,7 +120,7 @@ bool Session::changeNetwork(int state) {
     const std::string url = stage_.route->url();
     if (!ask || url.empty() || stage_.control.over()) return true;
     const int question = stage_.route->ask();
-    return threads_.launch("ori-domain", shared_from_this(), [this, ask, url, question, state] {
+    return threads_.launch("ori-domain", Role::kTells, shared_from_this(), [this, ask, url, question, state] {
         std::array<char, 4096> domains{};
         int networkState = state;
         if (stage_.control.stopped()) return;
@@ -122,7 +132,7 @@ bool Session::changeNetwork(int state) {
 
 bool Session::chooseSubtitles(std::vector<SubtitleFile> files) {
     if (!stage_.subtitles.choose(std::move(files))) return true;
-    return threads_.launch("ori-text", shared_from_this(), [this] {
+    return threads_.launch("ori-text", Role::kWorks, shared_from_this(), [this] {
         const FfmpegLog log([this](const std::string &line) { stage_.tellLog(line); });
         stage_.subtitles.run();
     });
@@ -135,12 +145,24 @@ void Session::stop() {
     stage_.pictureGate.close();
     if (first && !stage_.control.ended()) stage_.clock.hold();
     stage_.dropOutdated();
+    if (first && !stage_.control.ended()) stage_.sound.leaveToDevice(0);
     const bool inside = stage_.notifier.gate().isOutside() || stage_.pictureGate.isOutside();
     if (!inside) {
         stage_.notifier.gate().waitUntilBack();
         stage_.pictureGate.waitUntilBack();
     }
-    if (!inside) threads_.waitForOthers(std::chrono::steady_clock::now() + kThreadPatience);
+    if (!inside) threads_.waitForOthers(Role::kTells, steady_clock::now() + kThreadPatience);
+    if (first && stage_.control.preparing()) leaveWorkers(!inside);
+}
+
+// Nobody hears of them any more: they come to their ends and are waited for by the reaper, which the process' end
+// awaits.
+void Session::leaveWorkers(bool mayWait) {
+    const auto wait = [self = shared_from_this()] {
+        self->threads_.waitForOthers(Role::kWorks, steady_clock::now() + kReaperPatience);
+    };
+    if (Reaper::instance().offer(wait) || !mayWait) return;
+    threads_.waitForOthers(Role::kWorks, steady_clock::now() + kThreadPatience);
 }
 
 }  // namespace oriplayer

@@ -41,11 +41,13 @@ public:
     /// False if the system gives no thread to read them.
     bool chooseSubtitles(std::vector<SubtitleFile> files);
     /// Ends everything. Behind it nothing is told, shown or heard; from inside a callback, nothing but what another
-    /// callback of this player is just doing. Waits at most 90 ms and for callbacks under way.
+    /// callback of this player is just doing. Waits at most 90 ms and for callbacks under way; what was open and its
+    /// decoders go a little later.
     void stop();
 
 private:
     bool launchThreads();
+    void leaveWorkers(bool mayWait);
 
     Stage stage_;
     std::mutex sourceMutex_;

@@ -59,6 +59,8 @@ void Stage::loseSound(const MediaError &error) {
 
 bool Stage::starves() const {
     constexpr int64_t kLowUs = 500'000;
+    const bool begins = !control.prepared() || (control.wantsToPlay() && shownGeneration == 0);
+    if (control.preparing() && !control.over() && !control.ended() && begins) return true;
     if (!control.isPlaying() || untimed || readAll) return false;
     const PacketQueue &queue = counters.hasVideo ? videoPackets : audioPackets;
     return queue.spanUs() < kLowUs;

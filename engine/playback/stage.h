@@ -125,7 +125,7 @@ struct Stage {
     void reportStall();
 
     int64_t positionUs() const;
-    /// It plays, there is more to read, and what was read lasts less than half a second.
+    /// It has nothing to show yet, or it plays, there is more to read, and what was read lasts less than half a second.
     bool starves() const;
 
 private:

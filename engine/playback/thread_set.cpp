@@ -8,18 +8,19 @@
 
 namespace oriplayer {
 
-bool ThreadSet::launch(const char *name, std::shared_ptr<void> owner, std::function<void()> body) {
+bool ThreadSet::launch(const char *name, Role role, std::shared_ptr<void> owner, std::function<void()> body) {
+    const auto slot = static_cast<std::size_t>(role);
     {
         std::lock_guard lock(mutex_);
-        ++starting_;
+        ++starting_[slot];
     }
     try {
-        std::thread([this, name, owner = std::move(owner), body = std::move(body)] {
+        std::thread([this, name, role, slot, owner = std::move(owner), body = std::move(body)] {
             pthread_setname_np(pthread_self(), name);
             {
                 std::lock_guard lock(mutex_);
-                --starting_;
-                running_.push_back(std::this_thread::get_id());
+                --starting_[slot];
+                running_.push_back({std::this_thread::get_id(), role});
             }
             body();
             ended();
@@ -27,25 +28,27 @@ bool ThreadSet::launch(const char *name, std::shared_ptr<void> owner, std::funct
         return true;
     } catch (const std::system_error &) {
         std::lock_guard lock(mutex_);
-        --starting_;
+        --starting_[slot];
         return false;
     }
 }
 
 void ThreadSet::ended() {
     std::lock_guard lock(mutex_);
-    std::erase(running_, std::this_thread::get_id());
+    std::erase_if(running_, [](const Thread &each) { return each.id == std::this_thread::get_id(); });
     condition_.notify_all();
 }
 
-bool ThreadSet::othersRun() const {
-    const auto self = std::count(running_.begin(), running_.end(), std::this_thread::get_id());
-    return starting_ > 0 || static_cast<std::ptrdiff_t>(running_.size()) > self;
+bool ThreadSet::othersRun(Role role) const {
+    const bool one = std::any_of(running_.begin(), running_.end(), [role](const Thread &each) {
+        return each.role == role && each.id != std::this_thread::get_id();
+    });
+    return one || starting_[static_cast<std::size_t>(role)] > 0;
 }
 
-bool ThreadSet::waitForOthers(SteadyTime deadline) {
+bool ThreadSet::waitForOthers(Role role, SteadyTime deadline) {
     std::unique_lock lock(mutex_);
-    return condition_.wait_until(lock, deadline, [this] { return !othersRun(); });
+    return condition_.wait_until(lock, deadline, [this, role] { return !othersRun(role); });
 }
 
 }  // namespace oriplayer

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -17,20 +18,29 @@ namespace oriplayer {
 /// Threads: any, also one of its own.
 class ThreadSet {
 public:
+    enum class Role {
+        kTells,  ///< goes out to the application
+        kWorks,
+    };
     /// Starts `body` on a thread of this name (at most 15 characters). `owner` holds this object and lives until the
     /// body has returned. False if the system gives no thread.
-    bool launch(const char *name, std::shared_ptr<void> owner, std::function<void()> body);
-    /// Waits until every thread but the calling one has ended. False at the deadline.
-    bool waitForOthers(SteadyTime deadline);
+    bool launch(const char *name, Role role, std::shared_ptr<void> owner, std::function<void()> body);
+    /// Waits until every thread of this role but the calling one has ended. False at the deadline.
+    bool waitForOthers(Role role, SteadyTime deadline);
 
 private:
+    struct Thread {
+        std::thread::id id;
+        Role role = Role::kWorks;
+    };
     void ended();
-    bool othersRun() const;
+    bool othersRun(Role role) const;
 
     mutable std::mutex mutex_;
     std::condition_variable condition_;
-    std::vector<std::thread::id> running_;  ///< guarded by mutex_
-    int starting_ = 0;                      ///< launched, not yet in running_; guarded by mutex_
+    // Guarded by mutex_.
+    std::vector<Thread> running_;
+    std::array<int, 2> starting_{};  ///< a role: launched, not yet in running_
 };
 
 }  // namespace oriplayer

@@ -3,6 +3,8 @@
 #include <iterator>
 #include <utility>
 
+#include "module/reaper.h"
+
 namespace oriplayer {
 namespace {
 
@@ -13,7 +15,7 @@ constexpr int64_t kLateUs = 40'000;
 
 void VideoPipe::run() {
     while (!stage_.control.over()) {
-        auto item = stage_.videoPackets.pop();
+        auto item = firstComesFirst() ? std::nullopt : stage_.videoPackets.pop();
         if (!item) {
             stage_.videoWake.wait();
             continue;
@@ -21,7 +23,13 @@ void VideoPipe::run() {
         stage_.readWake.notify();
         if (stage_.control.current(item->generation)) handle(std::move(*item));
     }
-    decoder_.reset();
+    Reaper::instance().bury(std::move(decoder_));
+}
+
+// With pictures that were decoded ahead nothing hurries but showing the first: until then the machine is left to those
+// who start the player.
+bool VideoPipe::firstComesFirst() const {
+    return hasAhead_ && stage_.shownGeneration != generation_ && !outdated();
 }
 
 bool VideoPipe::outdated() const {
@@ -63,6 +71,7 @@ void VideoPipe::takeAhead(std::vector<FramePtr> pictures) {
         ++stage_.counters.picturesDecoded;
         take(std::move(picture));
     }
+    hasAhead_ = landed_;
 }
 
 // The first picture need not wait for those behind it. The decoder proper gives it once more.
@@ -99,6 +108,7 @@ void VideoPipe::beginGeneration(const StreamItem &item) {
     targetUs_ = item.targetUs;
     baseUs_ = item.baseUs;
     landed_ = false;
+    hasAhead_ = false;
     skipping_ = false;
     hasSkipped_ = false;
     awaited_.clear();

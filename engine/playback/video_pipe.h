@@ -33,6 +33,7 @@ private:
     void put(Picture picture);
     void keepPace(const AVPacket &packet);
     void countSkipped(int64_t playUs);
+    bool firstComesFirst() const;
     bool outdated() const;
 
     Stage &stage_;
@@ -45,6 +46,7 @@ private:
     std::optional<int64_t> beginsUs_;  ///< the next packet is the source's first, and that its first moment
     std::optional<int64_t> twinUs_;    ///< a picture that was decoded alone, and will come out of the decoder as well
     bool landed_ = false;              ///< a picture of this generation was delivered
+    bool hasAhead_ = false;            ///< pictures that were decoded ahead
     bool skipping_ = false;            ///< the decoder was told to leave pictures out
     bool hasSkipped_ = false;          ///< it was, at least once in this generation
     std::set<int64_t> awaited_;        ///< play times of pictures that went into the decoder and did not yet come out
