@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -12,7 +13,7 @@ namespace {
 
 std::shared_ptr<const char[]> copyText(const char *text) {
     const std::size_t bytes = std::strlen(text) + 1;
-    std::shared_ptr<char[]> copy(new char[bytes]);
+    auto copy = std::make_shared_for_overwrite<char[]>(bytes);
     std::memcpy(copy.get(), text, bytes);
     return copy;
 }

@@ -59,6 +59,10 @@ void MessageLooper::Start(const char *threadName) {
 }
 
 void MessageLooper::SendMessage_(const ThreadMessage &message, MsgPrio priority) {
+    SendMessage_(ThreadMessage(message), priority);
+}
+
+void MessageLooper::SendMessage_(ThreadMessage &&message, MsgPrio priority) {
     if (quit_) return;
     const auto mutex = mutex_;
     const auto queue = queue_;
@@ -66,9 +70,9 @@ void MessageLooper::SendMessage_(const ThreadMessage &message, MsgPrio priority)
     if (!mutex || !queue || !condition) return;
     const std::lock_guard<std::mutex> lock(*mutex);
     if (priority == MSG_PRIO_HIGH) {
-        queue->push_back(message);
+        queue->push_back(std::move(message));
     } else if (priority == MSG_PRIO_LOW) {
-        queue->insert(queue->begin(), message);
+        queue->insert(queue->begin(), std::move(message));
     }
     condition->notify_one();
     VEXO_PRINT(LOG_DEBUG, "message_queue:%d", static_cast<int>(queue->size()));
@@ -83,7 +87,7 @@ void MessageLooper::HandleMessage(const ThreadMessage &message) {
 void MessageLooper::Stop() {
     ThreadMessage message;
     message.task = [this] { Quit(); };
-    SendMessage_(message, MSG_PRIO_LOW);
+    SendMessage_(std::move(message), MSG_PRIO_LOW);
 }
 
 void MessageLooper::Quit() {

@@ -33,6 +33,7 @@ public:
     MessageLooper &operator=(const MessageLooper &) = delete;
 
     void SendMessage_(const ThreadMessage &message, MsgPrio priority);
+    void SendMessage_(ThreadMessage &&message, MsgPrio priority);
     /// Sends the quit message, behind which nothing runs; does not wait.
     void Stop();
     /// True once the worker is past its last task: the destructor will not wait for one.

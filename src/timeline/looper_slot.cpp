@@ -16,9 +16,9 @@ std::shared_ptr<MessageLooper> LooperSlot::Make() const {
     return std::make_shared<MessageLooper>(thread_name_.c_str());
 }
 
-void LooperSlot::Post(const ThreadMessage &task) {
+void LooperSlot::Post(ThreadMessage task) {
     MutexLock lock(mutex_);
-    if (looper_) looper_->SendMessage_(task, MSG_PRIO_HIGH);
+    if (looper_) looper_->SendMessage_(std::move(task), MSG_PRIO_HIGH);
 }
 
 void LooperSlot::Renew(Old old) {

@@ -24,7 +24,7 @@ public:
     LooperSlot &operator=(const LooperSlot &) = delete;
 
     /// Runs `task` before what waits already; dropped without a looper.
-    void Post(const ThreadMessage &task);
+    void Post(ThreadMessage task);
 
     /// Stops the looper and puts a new one in its place, or none if that cannot be made: then what the creation throws
     /// is thrown at the end. kJoin waits until what was waiting has run, and for all loopers kept aside; kKeepAside

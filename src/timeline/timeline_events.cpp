@@ -2,6 +2,7 @@
 #include <exception>
 #include <new>
 #include <sstream>
+#include <utility>
 
 #include "base/clock.h"
 #include "base/log.h"
@@ -17,7 +18,7 @@ void Timeline::PostMessage_(int64_t id, int what, int arg1, int arg2, const orip
         Event event{epoch_, id, what, arg1, arg2, std::move(copy)};
         ThreadMessage message;
         message.task = [this, event = std::move(event)] { HandleCallback(event); };
-        looper_.Post(message);
+        looper_.Post(std::move(message));
     } catch (const std::bad_alloc &error) {
         std::stringstream text;
         text << error.what();
