@@ -53,7 +53,10 @@ MediaError AdaptiveDemuxer::open(const std::string &url, const InputOptions &opt
         demuxer_->interrupter().begin(static_cast<int>(left.count()));
         MediaError error = demuxer_->open(url, options_, failure);
         const bool over = error.native == AVERROR_EXIT || error.native == AVERROR(ETIMEDOUT);
-        if (!error || over || !variants_.startElsewhere()) return error;
+        if (error && !over && variants_.startElsewhere()) continue;
+        const bool timed = !error && container()->start_time != AV_NOPTS_VALUE;
+        beginUs_ = timed ? container()->start_time : 0;
+        return error;
     }
 }
 
@@ -144,10 +147,13 @@ void AdaptiveDemuxer::remember(const AVPacket &packet, SourceInput::Stream strea
     soundEndUs_ = std::max(soundEndUs_, packet.pts + packet.duration);
 }
 
-/// A demuxer that began in the middle cannot go back: one that has the whole list comes in its place.
-MediaError AdaptiveDemuxer::showWhole() {
+/// A demuxer that began in the middle cannot go back, and one of fragments cannot go anywhere: another one begins
+/// there.
+MediaError AdaptiveDemuxer::reopenAt(int64_t us) {
     VariantSet former = variants_;
-    variants_.showWhole(variants_.current());
+    const int64_t lengthUs = durationUs();
+    const bool there = variants_.showFrom(us - beginUs_);
+    if (!there) variants_.showWhole(variants_.current());
     auto other = make();
     other->interrupter().begin(options_.timeoutMs);
     auto failure = SourceInput::Failure::kNone;
@@ -157,8 +163,9 @@ MediaError AdaptiveDemuxer::showWhole() {
         return error;
     }
     takeOver(std::move(other));
+    lengthUs_ = lengthUs;
     demuxer_->beginReading(options_.timeoutMs);
-    return {};
+    return there ? MediaError{} : demuxer_->seek(us);
 }
 
 void AdaptiveDemuxer::takeOver(std::unique_ptr<Demuxer> other) {
@@ -169,18 +176,12 @@ void AdaptiveDemuxer::takeOver(std::unique_ptr<Demuxer> other) {
 
 MediaError AdaptiveDemuxer::seek(int64_t us) {
     forgetPlace();
-    if (variants_.cut()) {
-        if (MediaError error = showWhole()) return error;
-    }
-    return demuxer_->seek(us);
+    return mustReopen() ? reopenAt(us) : demuxer_->seek(us);
 }
 
 MediaError AdaptiveDemuxer::rewind(int64_t us) {
     forgetPlace();
-    if (variants_.cut()) {
-        if (MediaError error = showWhole()) return error;
-    }
-    return demuxer_->rewind(us);
+    return mustReopen() ? reopenAt(us) : demuxer_->rewind(us);
 }
 
 void AdaptiveDemuxer::takeRoute(const std::string &url, const std::shared_ptr<HostRoute> &route) {

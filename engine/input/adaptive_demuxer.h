@@ -46,7 +46,8 @@ private:
     bool beginsAt(Demuxer &other, int64_t fromUs);
     bool heard(const AVPacket &packet, SourceInput::Stream stream) const;
     void remember(const AVPacket &packet, SourceInput::Stream stream);
-    MediaError showWhole();
+    bool mustReopen() const { return variants_.cut() || variants_.fragmented(); }
+    MediaError reopenAt(int64_t us);
     void takeOver(std::unique_ptr<Demuxer> other);
 
     Interrupter interrupter_;
@@ -58,7 +59,8 @@ private:
     bool adapts_ = false;
     uint32_t changes_ = 0;
     uint32_t soundChanges_ = 0;
-    int64_t lengthUs_ = 0;
+    int64_t beginUs_ = 0;   ///< the container's time of its first moment
+    int64_t lengthUs_ = 0;  ///< of all there is, where the demuxer sees less
     int64_t closedBytes_ = 0;
     bool landed_ = false;  ///< behind a seek, the first key frame need not begin a segment
     int seenPieces_ = 0;

@@ -58,6 +58,8 @@ public:
     bool ended() const { return ended_; }
     /// Its times are one scale from the first segment to the last.
     bool continuous() const { return continuous_; }
+    /// Its segments are fragments of MP4.
+    bool fragmented() const { return !lines_.empty() && !lines_.back().map.empty(); }
     /// The list as if it began with the segment at this index; what holds for it from further above stays.
     std::string from(std::size_t index) const;
 

@@ -28,9 +28,8 @@ bool sameAddress(const std::string &resolved, std::string_view written) {
 }  // namespace
 
 std::string VariantSet::present(const std::string &url, std::string list) {
-    if (!master_) takeMaster(url, list);
-    if (count() == 0) return list;
-    if (url == masterUrl_) return master_->only(current_);
+    if (firstUrl_.empty()) takeFirst(url, list);
+    if (master_ && url == firstUrl_) return master_->only(current_);
     if (!HlsMasterList(list).variants().empty()) return kEmptyList;  // a set inside a set, perhaps inside itself
     const bool main = isMain(url);
     HlsSegmentList segments(list);
@@ -44,18 +43,18 @@ std::string VariantSet::present(const std::string &url, std::string list) {
     return list;
 }
 
-void VariantSet::takeMaster(const std::string &url, const std::string &list) {
+void VariantSet::takeFirst(const std::string &url, const std::string &list) {
+    firstUrl_ = url;
     HlsMasterList master(list);
     if (master.variants().empty()) return;
     master_ = std::move(master);
-    masterUrl_ = url;
     failures_.assign(master_->variants().size(), 0);
     const double known = LineSpeed::lastKnown();
     start_ = current_ = known > 0.0 ? best(known * kRoomToFall) : master_->named();
 }
 
 bool VariantSet::isMain(const std::string &url) const {
-    return sameAddress(url, master_->variants()[static_cast<std::size_t>(current_)].uri);
+    return !master_ ? url == firstUrl_ : sameAddress(url, master_->variants()[static_cast<std::size_t>(current_)].uri);
 }
 
 std::string VariantSet::cutList(const HlsSegmentList &list, bool main) const {
@@ -121,6 +120,17 @@ void VariantSet::showFromHere(int variant) {
     cutAt_ = place_;
     current_ = variant;
     cutLists_.clear();
+}
+
+bool VariantSet::showFrom(int64_t us) {
+    if (!list_ || !list_->ended() || !list_->continuous() || list_->segments().empty()) return false;
+    const auto &all = list_->segments();
+    const auto behind = std::find_if(all.begin() + 1, all.end(),
+                                     [us](const HlsSegmentList::Segment &segment) { return segment.startUs > us; });
+    begins_ = true;
+    cutAt_ = *(behind - 1);
+    cutLists_.clear();
+    return true;
 }
 
 void VariantSet::showWhole(int variant) {

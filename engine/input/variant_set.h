@@ -40,17 +40,21 @@ public:
     /// The next demuxer is shown this variant: from the present segment on, or with all it has.
     void showFromHere(int variant);
     void showWhole(int variant);
+    /// The same variant, from the segment on in which this time of the list lies; false where that is not known.
+    bool showFrom(int64_t us);
+    /// FFmpeg finds nothing behind a seek in fragments of MP4: another demuxer has to begin there.
+    bool fragmented() const { return list_ && list_->fragmented(); }
     /// A demuxer was opened from the middle: it cannot go back.
     bool cut() const { return cutAt_.has_value(); }
 
 private:
-    void takeMaster(const std::string &url, const std::string &list);
+    void takeFirst(const std::string &url, const std::string &list);
     int best(double bitsPerSecond) const;
     bool isMain(const std::string &url) const;
     std::string cutList(const HlsSegmentList &list, bool main) const;
 
     std::optional<HlsMasterList> master_;
-    std::string masterUrl_;
+    std::string firstUrl_;       ///< of the set, or of the only list
     std::vector<int> failures_;  ///< of each variant
     int current_ = 0;
     int start_ = 0;

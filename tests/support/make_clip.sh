@@ -99,6 +99,11 @@ vod.m3u8) # its segments lie beside it in one file, vod.ts
     seconds=4
     silent $x264 -g 25 -keyint_min 25 -f hls -hls_time 1 -hls_playlist_type vod -hls_flags single_file "$out"
     cp "$work/vod.ts" "$dir/vod.ts" ;;
+fragments.m3u8) # of MP4, in one file beside it, fragments.m4s
+    seconds=4
+    silent $x264 -g 25 -keyint_min 25 -f hls -hls_time 1 -hls_playlist_type vod -hls_segment_type fmp4 \
+        -hls_fmp4_init_filename fragments.m4s -hls_flags single_file "$out"
+    cp "$work/fragments.m4s" "$dir" ;;
 variant_low.m3u8 | variant_high.m3u8) # one programme at two sizes; segment i beside them is variant_low{i}.ts
     seconds=6
     test "$name" = variant_low.m3u8 && size=160x120

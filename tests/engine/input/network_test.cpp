@@ -98,7 +98,8 @@ TEST(Network, AFileIsReadAndSoughtOverHttpWithItsHeaders) {
 
 TEST(Network, AnHlsListIsReadToItsEndAndSought) {
     Serving<httplib::Server> serving;
-    for (const std::string &url : {serving.url("/clips/vod.m3u8"), support::clip("vod.m3u8")}) {
+    for (const std::string &url :
+         {serving.url("/clips/vod.m3u8"), support::clip("vod.m3u8"), serving.url("/clips/fragments.m3u8")}) {
         SourceInput input;
         const MediaError error = input.open(url, {});
         ASSERT_FALSE(error) << error.text;
