@@ -1,6 +1,8 @@
 #include "probe_stage.h"
 
 #include <algorithm>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "steady_clock.h"
@@ -10,8 +12,9 @@ namespace vexoplay {
 ProbeStage::ProbeStage(Programme &programme, Config config)
     : programme_(programme),
       config_(std::move(config)),
+      groups_(byUrl(programme)),
       beganUs_(steadyUs()),
-      running_(std::min(kAtOnce, programme.size())) {
+      running_(std::min(kAtOnce, static_cast<int>(groups_.size()))) {
     for (int i = running_; i > 0; --i) workers_.emplace_back(&ProbeStage::work, this);
 }
 
@@ -20,9 +23,21 @@ ProbeStage::~ProbeStage() {
     for (std::thread &worker : workers_) worker.join();
 }
 
+std::vector<ProbeStage::Items> ProbeStage::byUrl(const Programme &programme) {
+    std::vector<Items> groups;
+    std::unordered_map<std::string_view, std::size_t> places;
+    for (int item = 0; item < programme.size(); ++item) {
+        const auto [place, fresh] = places.emplace(programme.url(item), groups.size());
+        if (fresh) groups.emplace_back();
+        groups[place->second].push_back(item);
+    }
+    return groups;
+}
+
 void ProbeStage::work() {
-    for (int item = next_++; item < programme_.size() && !cancel_; item = next_++) {
-        programme_.setProbe(item, ask(programme_.url(item)));
+    for (std::size_t group = next_++; group < groups_.size() && !cancel_; group = next_++) {
+        const ProbeAnswer answer = ask(programme_.url(groups_[group].front()));
+        for (const int item : groups_[group]) programme_.setProbe(item, answer);
     }
     if (--running_ == 0) config_.wake();
 }

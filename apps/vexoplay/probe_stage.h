@@ -1,8 +1,10 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -11,7 +13,7 @@
 namespace vexoplay {
 
 /// Asks the items for their lengths and streams, four at once, and writes the answers into the programme. An item gets
-/// 5 s at most.
+/// 5 s at most; items with one URL are asked once.
 ///
 /// Threads:  constructor, destructor and finished() on one thread; the work is done on threads of its own.
 /// End:      the destructor cancels what is under way; it is back within about 100 ms.
@@ -37,14 +39,19 @@ public:
     bool finished() const { return running_ == 0; }
 
 private:
+    using Items = std::vector<int>;
+
+    /// The items by their URLs, in the order in which the URLs first come.
+    static std::vector<Items> byUrl(const Programme &programme);
     void work();
     ProbeAnswer ask(const std::string &url);
     int patienceMs(const std::string &url) const;
 
     Programme &programme_;
     const Config config_;
+    const std::vector<Items> groups_;
     const int64_t beganUs_;
-    std::atomic<int> next_{0};
+    std::atomic<std::size_t> next_{0};
     std::atomic<int> running_;
     std::atomic<bool> cancel_{false};
     std::vector<std::thread> workers_;
