@@ -27,7 +27,8 @@ bool sameSound(const AVStream *one, const AVStream *other) {
     const AVCodecParameters &b = *other->codecpar;
     return a.codec_id == b.codec_id && a.profile == b.profile && a.sample_rate == b.sample_rate &&
            a.ch_layout.nb_channels == b.ch_layout.nb_channels && a.extradata_size == b.extradata_size &&
-           (a.extradata_size == 0 || std::memcmp(a.extradata, b.extradata, a.extradata_size) == 0);
+           (a.extradata_size == 0 ||
+            std::memcmp(a.extradata, b.extradata, static_cast<std::size_t>(a.extradata_size)) == 0);
 }
 
 }  // namespace

@@ -9,6 +9,10 @@ namespace oriplayer {
 
 namespace {
 
+// Beyond any honest size, number or length; sums of so many as fit into a list do not overflow.
+constexpr int64_t kMostNumber = 1'000'000'000'000'000;
+constexpr double kMostSeconds = 100'000.0;
+
 constexpr std::string_view kHead = "#EXTM3U";
 constexpr std::string_view kVariant = "#EXT-X-STREAM-INF:";
 constexpr std::string_view kRendition = "#EXT-X-MEDIA:";
@@ -35,7 +39,12 @@ std::string_view takeLine(std::string_view &text) {
 int64_t number(std::string_view text) {
     int64_t value = 0;
     std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
+    return std::clamp<int64_t>(value, 0, kMostNumber);
+}
+
+double secondsIn(std::string_view text) {
+    const double seconds = std::atof(std::string(text).c_str());
+    return seconds > 0.0 ? std::min(seconds, kMostSeconds) : 0.0;
 }
 
 /// The value of NAME=value or NAME="value", without the quotes; empty if there is none.
@@ -148,7 +157,7 @@ void HlsSegmentList::take(std::string_view line, Lines &current, double &seconds
     } else if (begins(value, "#EXT-X-ENDLIST")) {
         ended_ = true;
     } else if (takeHead(value, "#EXTINF:")) {
-        seconds = std::atof(std::string(value).c_str());
+        seconds = secondsIn(value);
         current.lines.emplace_back(line);
     } else if (takeHead(value, "#EXT-X-BYTERANGE:")) {
         length = number(value);
@@ -168,7 +177,7 @@ void HlsSegmentList::take(std::string_view line, Lines &current, double &seconds
         nextUs_ += static_cast<int64_t>(seconds * 1e6);
         lines_.push_back(current);
         current.lines.clear();
-        offset = length >= 0 ? offset + length : 0;
+        offset = length >= 0 ? std::min(offset + length, kMostNumber) : 0;
         length = -1;
     }
 }
