@@ -141,7 +141,7 @@ int Parameters::get(int number, Param &value) const {
     const bool aboutVideo = number == kFrameRate || number == kVideoBitRate || number == kKeyFrameBytes;
     if (aboutVideo && lacksVideo()) return -1;
     const bool aboutHls = number == kHlsState || number == kHlsVariant;
-    if (aboutHls && counters.opened && hlsReport().variants == 0) return -1;
+    if (aboutHls && hlsReport().variants == 0) return -1;
     switch (number) {
         case kFrameRate:
             answer.putDouble(counters.frameRate);
