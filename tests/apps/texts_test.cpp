@@ -25,25 +25,18 @@ ParsedOptions parse(std::vector<const char *> arguments) {
 }
 
 TEST(Options, TimesAreSecondsOrClockReadings) {
-    const std::vector<std::pair<const char *, std::optional<int64_t>>> cases{{"0", 0},
-                                                                             {"90", 90'000},
-                                                                             {"90.5", 90'500},
-                                                                             {"1:30", 90'000},
-                                                                             {"1:02:03.25", 3'723'250},
-                                                                             {"100:00", 6'000'000},
-                                                                             {".5", 500},
-                                                                             {"", {}},
-                                                                             {".", {}},
-                                                                             {"-1", {}},
-                                                                             {"1:60", {}},
-                                                                             {"1:-1", {}},
-                                                                             {"1:2:3:4", {}},
-                                                                             {"1.5:00", {}},
-                                                                             {"1e3", {}},
-                                                                             {"5s", {}},
-                                                                             {"1..2", {}},
-                                                                             {"9999999999999", {}}};
-    for (const auto &[text, expected] : cases) EXPECT_EQ(parseTime(text), expected) << text;
+    const std::vector<std::pair<const char *, int64_t>> times{{"0", 0},
+                                                              {"90", 90'000},
+                                                              {"90.5", 90'500},
+                                                              {"1:30", 90'000},
+                                                              {"1:02:03.25", 3'723'250},
+                                                              {"100:00", 6'000'000},
+                                                              {".5", 500}};
+    for (const auto &[text, expected] : times) EXPECT_EQ(parseTime(text), expected) << text;
+    for (const char *wrong :
+         {"", ".", "-1", "1:60", "1:-1", "1:2:3:4", "1.5:00", "1e3", "5s", "1..2", "9999999999999"}) {
+        EXPECT_FALSE(parseTime(wrong)) << wrong;
+    }
 }
 
 TEST(Options, HeadersAreSplitAndCannotSmuggleInLines) {
@@ -140,9 +133,7 @@ StatusFacts richStatus() {
     facts.dropped = 3;
     facts.speed = 1.25;
     facts.volumePercent = 80;
-    facts.note =
-        "gr\xC3\xBC\xC3\x9F"
-        "e";
+    facts.note = "gr\xC3\xBC\xC3\x9F";
     return facts;
 }
 

@@ -21,6 +21,10 @@ TEST_F(PlaybackControl, NewPlayer_AnswersWithTheStartValues) {
     EXPECT_EQ(player->getParameter(1, &param, 0), -1);
     EXPECT_EQ(player->setLooping(true), 0);
     EXPECT_EQ(player->getCurrentPosition(&position, 0), 0);
+    EXPECT_EQ(player->getCurrentPeriodPosition(&position, 0), 0);
+    EXPECT_EQ(player->getCurrentPeriodDuration(&position), 0);
+    EXPECT_EQ(player->seekTo(0, 0), 0);
+    EXPECT_EQ(player->seekCurrentPeriodTo(0, 0), 0);
     EXPECT_EQ(position, 0);
     EXPECT_EQ(player->getVideoSurface(&surface), 0);
     EXPECT_EQ(surface, this);

@@ -31,18 +31,6 @@ TEST_F(TimelineEditing, RemovingThePlayingPeriodGoesOnToTheNext) {
     EXPECT_EQ(Events(), "1000@000100");
 }
 
-TEST_F(TimelineEditing, RemovingThePlayingLastPeriodStops) {
-    AddThree();
-    PlayFirst();
-    timeline_->SeekTo(25000, 0);
-    Forget();
-    timeline_->RemoveBound(2);
-    EXPECT_EQ(Calls(), Left("p2"));
-    EXPECT_EQ(timeline_->GetState(), Timeline::kIdle);
-    EXPECT_EQ(timeline_->GetCurrentBound(), nullptr);
-    EXPECT_EQ(timeline_->PeekActivePlayer(), nullptr);
-}
-
 TEST_F(TimelineEditing, APausedRemovedPeriodKeepsItsPlayer_ThenTheOneAtItsPlaceFollows) {
     AddThree();
     PlayFirst();

@@ -45,18 +45,6 @@ TEST_F(TimelineEvents, WithoutACurrentBound_TheLastIdentityOrTheEnginesIdIsUsed)
     EXPECT_EQ(engine_.created(), 1) << "the event is told and has no reaction";
 }
 
-TEST_F(TimelineEvents, ErrorsAreToldAndChangeNothing) {
-    const auto internal = std::make_shared<fake::RecordingInternalListener>();
-    AddThree();
-    PlayFirst();
-    timeline_->SetInternalListener(internal);
-    Tell("p1", 501);
-    EXPECT_EQ(Events(), "501@000000");
-    EXPECT_EQ(internal->count(501), 1);
-    EXPECT_EQ(Calls(), "");
-    EXPECT_EQ(timeline_->GetState(), Timeline::kStarted);
-}
-
 TEST_F(TimelineEvents, TheStartDelayIsRaisedOnTheFirstPeriodOnly) {
     const auto internal = std::make_shared<fake::RecordingInternalListener>();
     timeline_->SetInternalListener(internal);

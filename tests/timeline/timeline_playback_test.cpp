@@ -229,17 +229,6 @@ TEST_F(TimelinePlayback, WithoutAnEnginePlayer_TheBoundIsCurrentAndCanBeEnteredA
     EXPECT_EQ(Calls(), Entered("p1", "a"));
 }
 
-TEST_F(TimelinePlayback, StopDetachesThePlayer_ThePeriodsStay) {
-    AddThree();
-    PlayFirst();
-    timeline_->Stop();
-    EXPECT_EQ(Calls(), "p1.setListener(null) " + Left("p1"));
-    EXPECT_EQ(timeline_->GetDuration(), 30000);
-    EXPECT_EQ(CurrentUrl(), "none");
-    timeline_->Stop();
-    EXPECT_EQ(Calls(), "");
-}
-
 TEST_F(TimelinePlayback, ResetEmptiesTheTimeline_AndItPlaysAgain) {
     timeline_->SetVideoSurface({reinterpret_cast<void *>(0x10), true});
     timeline_->SetUserAgent("agent");

@@ -40,18 +40,6 @@ TEST_F(TimelinePosition, PreparedButNotStarted_ThePositionIsThePlayersAlone) {
     EXPECT_EQ(timeline_->GetCurrentPosition(0), 14100);
 }
 
-TEST_F(TimelinePosition, AnEmptyTimelineAnswersZeroAndIgnoresSeeks) {
-    EXPECT_EQ(timeline_->GetDuration(), 0);
-    EXPECT_EQ(timeline_->GetCurrentPosition(0), 0);
-    EXPECT_EQ(timeline_->GetPeriodDuration(-1), 0);
-    EXPECT_EQ(timeline_->GetPeriodCurrentPosition(0), 0);
-    EXPECT_EQ(timeline_->GetVideoWidth(), -1);
-    EXPECT_EQ(timeline_->GetActiveId(), -1);
-    timeline_->SeekTo(0, 0);
-    timeline_->SeekCurrentPeriodTo(0, 0);
-    EXPECT_EQ(Calls(), "");
-}
-
 // It plays the first of a (10 s), b and c (20 s and 30 s, one mixed period), d (5 s, starts at 1 s), e (unknown).
 struct SeekCase {
     const char *name;

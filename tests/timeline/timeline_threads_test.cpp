@@ -164,16 +164,5 @@ TEST_F(TimelineThreads, AResetThatACallbackOvertakes_LeavesWhatTheCallbackSet) {
     EXPECT_EQ(engine_.living(), 1);
 }
 
-TEST_F(TimelineThreads, AClosedTimelineIsSilent) {
-    AddThree();
-    PlayFirst();
-    const int before = listener_->count(kBarrier);
-    timeline_->Close();
-    EXPECT_EQ(timeline_->GetActivePlayer(), nullptr);
-    timeline_->PostMessage_(0, kBarrier, 0, 0, oriplayer::Param());
-    timeline_->Reset();
-    EXPECT_EQ(listener_->count(kBarrier), before);
-}
-
 }  // namespace
 }  // namespace vexo

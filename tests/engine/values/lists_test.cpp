@@ -78,18 +78,6 @@ TEST_F(LocalFiles, ADeclaredLengthAndANetworkSourceAskNoFile) {
     EXPECT_EQ(asked, 0);
 }
 
-TEST(Source, ADerivedClassGetsNeutralAnswers) {
-    struct Derived : ISource {
-    } source;
-    std::string url = "kept";
-    double seconds = 5.0;
-    EXPECT_EQ(source.getUrl(0), nullptr);
-    EXPECT_EQ(source.getUrl(0, url), -1);
-    EXPECT_EQ(source.getDuration(0, &seconds), -1);
-    EXPECT_EQ(source.getSize(), 0);
-    EXPECT_EQ(url, "kept");
-}
-
 TEST(Period, HeadersAreCopiedInBothDirections) {
     auto period = IPeriod::create();
     EXPECT_EQ(period->getHeaders(), nullptr);
