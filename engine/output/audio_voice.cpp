@@ -8,6 +8,8 @@ namespace {
 
 // Enough that a decoder held up by the system's scheduler is not heard, little enough that a change of speed soon is.
 constexpr double kQueueUs = 300'000.0;
+// The decoder wakes for so much at once, not for every block.
+constexpr double kMuchRoomUs = 100'000.0;
 // The slowest speed, 0.5, makes 600 ms of sound out of 300 ms of the source.
 constexpr double kQueueSeconds = 0.65;
 
@@ -31,7 +33,10 @@ bool AudioVoice::write(const float *stereo, std::size_t frames, double positionU
     std::unique_lock lock(mutex_);
     finished_ = false;
     while (frames > 0) {
-        roomChanged_.wait(lock, [&] { return interrupted_ || left_ || room(usPerFrame) > 0; });
+        usPerFrame_ = usPerFrame;
+        if (room(usPerFrame) == 0) {
+            roomChanged_.wait(lock, [&] { return interrupted_ || left_ || hasMuchRoom(); });
+        }
         if (interrupted_ || left_) return false;
         const std::size_t count = std::min(frames, room(usPerFrame));
         addMark(positionUs, usPerFrame);
@@ -51,6 +56,10 @@ std::size_t AudioVoice::room(double usPerFrame) const {
     // A jump backwards in the positions makes the difference meaningless; the ring's size bounds it then.
     const double sourceRoom = std::max(0.0, kQueueUs - std::max(0.0, queuedUs)) / usPerFrame;
     return std::min(capacity_ - queued(), static_cast<std::size_t>(std::min(sourceRoom, 1e9)));
+}
+
+bool AudioVoice::hasMuchRoom() const {
+    return static_cast<double>(room(usPerFrame_)) * usPerFrame_ >= kMuchRoomUs;
 }
 
 void AudioVoice::addMark(double positionUs, double usPerFrame) {
@@ -229,7 +238,7 @@ void AudioVoice::mix(float *out, std::size_t frames, SoundTime heardAt) {
     restarts_ = false;
     read_ += static_cast<int64_t>(count);
     dropMarks();
-    roomChanged_.notify_all();
+    if (hasMuchRoom()) roomChanged_.notify_all();
 }
 
 // Answers how many frames were taken: fewer than asked for if the queue or the pause's ramp ends first.

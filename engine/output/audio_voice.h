@@ -69,6 +69,7 @@ private:
     };
 
     std::size_t room(double usPerFrame) const;
+    bool hasMuchRoom() const;
     void addMark(double positionUs, double usPerFrame);
     void dropMarks();
     const Mark &markOf(int64_t frame) const;
@@ -97,6 +98,7 @@ private:
     std::size_t markCount_ = 0;
     double endUs_ = 0.0;
     bool hasEnd_ = false;
+    double usPerFrame_ = 1.0;  ///< of what was written last
 
     bool interrupted_ = false;
     bool running_ = false;

@@ -54,7 +54,7 @@ void AudioPipe::run() {
             stage_.audioWake.wait();
             continue;
         }
-        stage_.readWake.notify();
+        if (stage_.audioPackets.wantsMore()) stage_.readWake.notify();
         if (stage_.control.current(item->generation)) handle(std::move(*item));
     }
     decoder_.reset();

@@ -49,6 +49,8 @@ public:
     void aimAt(int64_t us);
     /// Enough for now: that time, or 16 MiB.
     bool full() const;
+    /// It was full and is so no more by far.
+    bool wantsMore() const;
     /// No packet waits.
     bool empty() const;
     int64_t bytes() const;

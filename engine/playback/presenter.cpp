@@ -163,12 +163,12 @@ Presenter::Next Presenter::showDue(const Front &front) {
         return std::min(stage_.clock.timeOf(front.playUs), steady_clock::now() + kLookAgain);
     }
     auto picture = stage_.pictures.pop(generation_);
-    stage_.videoWake.notify();
     if (!picture) return steady_clock::now();
     if (tooLate(front, now)) {
         ++dropped_;
         lastEndUs_ = picture->playUs + picture->durationUs;
         outlet_.drop();
+        stage_.videoWake.notify();
     } else {
         impairments_.shown(now - front.playUs, soundNow());
         present(std::move(*picture), now - front.playUs);

@@ -20,7 +20,7 @@ void VideoPipe::run() {
             stage_.videoWake.wait();
             continue;
         }
-        stage_.readWake.notify();
+        if (stage_.videoPackets.wantsMore()) stage_.readWake.notify();
         if (stage_.control.current(item->generation)) handle(std::move(*item));
     }
     Reaper::instance().bury(std::move(decoder_));
