@@ -72,6 +72,7 @@ void AudioPipe::handle(StreamItem item) {
         case StreamItem::Kind::kStream:
             drain();
             decoder_ = std::move(item.audio);
+            if (item.joinUs) targetUs_ = std::max(targetUs_, *item.joinUs);
             if (stage_.soundEnded == generation_) stage_.soundEnded = 0;  // something was added behind the end
             break;
         case StreamItem::Kind::kPacket:
@@ -86,6 +87,8 @@ void AudioPipe::handle(StreamItem item) {
         case StreamItem::Kind::kEnd:
             drain();
             end(item.end);
+            break;
+        case StreamItem::Kind::kUntil:
             break;
     }
 }

@@ -16,6 +16,11 @@ int64_t toUs(double seconds) {
     return usable ? static_cast<int64_t>(std::llround(seconds * 1e6)) : 0;
 }
 
+std::shared_ptr<IPeriod> firstPeriod(const std::vector<std::shared_ptr<PlayComponent>> &components) {
+    if (components.empty() || !components[0] || !components[0]->playList) return nullptr;
+    return components[0]->playList->getPeriod(0);
+}
+
 // Of equal keys in one map the pair added last counts.
 void collect(const StringMap *map, std::vector<std::pair<std::string, std::string>> &pairs) {
     if (!map) return;
@@ -28,10 +33,11 @@ void collect(const StringMap *map, std::vector<std::pair<std::string, std::strin
 
 }  // namespace
 
-DataSource::DataSource(const std::vector<std::shared_ptr<PlayComponent>> &components, const StringMap *headers) {
+DataSource::DataSource(const std::vector<std::shared_ptr<PlayComponent>> &components, const StringMap *headers)
+    : DataSource(firstPeriod(components), headers) {}
+
+DataSource::DataSource(std::shared_ptr<IPeriod> period, const StringMap *headers) : period_(std::move(period)) {
     collect(headers, pairs_);
-    if (components.empty() || !components[0] || !components[0]->playList) return;
-    period_ = components[0]->playList->getPeriod(0);
     if (!period_) return;
     const auto own = period_->getHeaders();
     collect(own.get(), pairs_);

@@ -13,8 +13,8 @@
 
 namespace oriplayer {
 
-/// What setDataSource was given: the first component's first period, with its headers. The map of setDataSource is
-/// asked first, then the period's own, as it was at setDataSource.
+/// What setDataSource or changePeriod was given: the first component's first period, with its headers. The map of
+/// setDataSource is asked first, then the period's own, as it was at setDataSource.
 ///
 /// Request headers of network sources are pairs whose key is "http_header:" and a name, e.g. "http_header:Referer";
 /// of equal names the one asked first counts. The user agent is set by setUserAgent alone.
@@ -23,6 +23,7 @@ namespace oriplayer {
 class DataSource {
 public:
     DataSource(const std::vector<std::shared_ptr<PlayComponent>> &components, const StringMap *headers);
+    DataSource(std::shared_ptr<IPeriod> period, const StringMap *headers);
 
     /// Empty if there was no period.
     const std::shared_ptr<IPeriod> &period() const { return period_; }

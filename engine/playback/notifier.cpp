@@ -16,18 +16,18 @@ void Notifier::put(Event event) {
 }
 
 void Notifier::post(PlayerEvent event, Param param) {
-    put({event, std::move(param), false, {}});
+    put({event, std::move(param), false, {}, 0});
 }
 
 void Notifier::post(ReportKind kind, ReportValues values) {
-    put({kind, {}, true, std::move(values)});
+    put({kind, {}, true, std::move(values), 0});
 }
 
-void Notifier::post(PlayerEvent event, const MediaError &error) {
+void Notifier::post(PlayerEvent event, const MediaError &error, int argument) {
     Param param;
     param.putInt32(error.native);
     param.putCString(error.text.c_str(), true);
-    post(event, std::move(param));
+    put({event, std::move(param), false, {}, argument});
 }
 
 void Notifier::silence() {
@@ -70,7 +70,9 @@ void Notifier::tell(Event &event) {
     }
     const auto listener = settings_.listener();
     if (!listener) return;
-    if (const CallbackGate::Pass pass(gate_); pass) listener->notify(playerId_, event.number, 0, 0, event.param);
+    if (const CallbackGate::Pass pass(gate_); pass) {
+        listener->notify(playerId_, event.number, event.argument, 0, event.param);
+    }
 }
 
 }  // namespace oriplayer

@@ -27,6 +27,9 @@ enum PlayerEvent : int {
     kEventSoundFailed = 505,
 };
 
+/// First argument of 503 where a running replacement has failed: nothing ends, what played before plays on.
+constexpr int kArgumentOfReplacement = 2;
+
 /// Kinds of reports.
 enum ReportKind : int {
     kReportSummary = 0,     ///< figures of the whole playback, at its end or at its error
@@ -43,8 +46,8 @@ public:
     Notifier(int playerId, const Settings &settings) : playerId_(playerId), settings_(settings) {}
 
     void post(PlayerEvent event, Param param = {});
-    /// An event with FFmpeg's number and text.
-    void post(PlayerEvent event, const MediaError &error);
+    /// An event with FFmpeg's number and text; `argument` is the event's first one.
+    void post(PlayerEvent event, const MediaError &error, int argument = 0);
     /// A report to the application's reporter.
     void post(ReportKind kind, ReportValues values);
     void run();
@@ -58,6 +61,7 @@ private:
         Param param;
         bool isReport = false;
         ReportValues values;
+        int argument = 0;
     };
     void put(Event event);
     bool next(Event &event);

@@ -12,6 +12,10 @@ int64_t startOf(const AVPacket &packet) {
     return packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
 }
 
+int64_t shownAt(const AVPacket &packet) {
+    return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+}
+
 }  // namespace
 
 void PacketQueue::push(StreamItem item) {
@@ -21,6 +25,8 @@ void PacketQueue::push(StreamItem item) {
         bytes_ += item.packet->size;
         const int64_t start = startOf(*item.packet);
         if (start != AV_NOPTS_VALUE) endUs_ = std::max(endUs_, start + item.packet->duration);
+        const int64_t shown = shownAt(*item.packet);
+        if (shown != AV_NOPTS_VALUE) reachUs_ = std::max(reachUs_, shown + item.packet->duration);
     }
     items_.push_back(std::move(item));
 }
@@ -33,6 +39,7 @@ std::optional<StreamItem> PacketQueue::pop() {
     if (item.packet) {
         --packets_;
         bytes_ -= item.packet->size;
+        takenUs_ = std::max(takenUs_, shownAt(*item.packet));
     }
     return item;
 }
@@ -43,6 +50,69 @@ void PacketQueue::clear() {
     packets_ = 0;
     bytes_ = 0;
     endUs_ = INT64_MIN;
+    reachUs_ = INT64_MIN;
+    takenUs_ = INT64_MIN;
+}
+
+// Behind the last item that is neither data nor the end: what follows belongs to the stream read last.
+std::size_t PacketQueue::lastMarkLocked() const {
+    std::size_t place = items_.size();
+    while (place > 0 && (items_[place - 1].packet || items_[place - 1].kind == StreamItem::Kind::kEnd)) --place;
+    return place;
+}
+
+std::optional<PacketQueue::Cut> PacketQueue::cut(const CutPlace &where) {
+    std::lock_guard lock(mutex_);
+    const int64_t limit = std::max(where.fromUs, takenUs_ == INT64_MIN ? INT64_MIN : takenUs_ + where.leadUs);
+    const std::size_t mark = lastMarkLocked();
+    std::optional<int64_t> place;
+    for (std::size_t i = mark; i < items_.size(); ++i) {
+        const int64_t shown = items_[i].packet ? shownAt(*items_[i].packet) : AV_NOPTS_VALUE;
+        if (shown != AV_NOPTS_VALUE && shown > limit) place = std::min(place.value_or(shown), shown);
+    }
+    if (!place && where.readAll) place = std::max(reachUs_, takenUs_);
+    if (!place) return std::nullopt;
+    Cut cut{*place, takeBackLocked(*place)};
+    StreamItem until;
+    until.kind = StreamItem::Kind::kUntil;
+    until.generation = where.generation;
+    until.targetUs = *place;
+    items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(mark), std::move(until));
+    return cut;
+}
+
+std::vector<StreamItem> PacketQueue::takeBack(int64_t playUs) {
+    std::lock_guard lock(mutex_);
+    return takeBackLocked(playUs);
+}
+
+std::vector<StreamItem> PacketQueue::takeBackLocked(int64_t playUs) {
+    const std::size_t mark = lastMarkLocked();
+    std::vector<StreamItem> items;
+    while (items_.size() > mark) {
+        StreamItem &last = items_.back();
+        if (last.packet && shownAt(*last.packet) < playUs) break;
+        if (last.packet) {
+            --packets_;
+            bytes_ -= last.packet->size;
+        }
+        items.push_back(std::move(last));
+        items_.pop_back();
+    }
+    std::reverse(items.begin(), items.end());
+    endUs_ = INT64_MIN;
+    for (const StreamItem &item : items_) {
+        if (item.packet && startOf(*item.packet) != AV_NOPTS_VALUE) {
+            endUs_ = std::max(endUs_, startOf(*item.packet) + item.packet->duration);
+        }
+    }
+    reachUs_ = std::min(reachUs_, playUs);
+    return items;
+}
+
+int64_t PacketQueue::takenUs() const {
+    std::lock_guard lock(mutex_);
+    return takenUs_;
 }
 
 int64_t PacketQueue::spanLocked() const {

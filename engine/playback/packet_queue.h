@@ -18,9 +18,10 @@ namespace oriplayer {
 ///   kStream  from here on another decoder (none: this source lacks the stream), behind what the former still holds
 ///   kPacket  data
 ///   kEnd     the programme is over, or cannot be read on
+///   kUntil   pictures at or behind `targetUs` are not wanted: the next kStream brings them (INT64_MAX: they are)
 /// Times are microseconds on the play scale, which never runs backwards within a generation: position + `baseUs`.
 struct StreamItem {
-    enum class Kind { kFlush, kStream, kPacket, kEnd };
+    enum class Kind { kFlush, kStream, kPacket, kEnd, kUntil };
     Kind kind = Kind::kPacket;
     uint32_t generation = 0;  ///< number of the seek it belongs to
     uint32_t end = 0;         ///< kEnd: its number; something may be added behind an end, and then another one comes
@@ -33,6 +34,8 @@ struct StreamItem {
     /// else it forgets that.
     std::vector<FramePtr> pictures;
     bool goesOn = false;
+    /// kStream: it takes over at this moment; what it has before is not wanted.
+    std::optional<int64_t> joinUs;
     /// kStream: the source is read from its beginning, and this is its first moment.
     std::optional<int64_t> beginsUs;
 };
@@ -44,6 +47,24 @@ public:
     void push(StreamItem item);
     std::optional<StreamItem> pop();
     void clear();
+
+    struct Cut {
+        int64_t playUs = 0;             ///< time of the first packet taken out, or the end of what is there
+        std::vector<StreamItem> items;  ///< in order
+    };
+    struct CutPlace {
+        uint32_t generation = 0;
+        int64_t fromUs = INT64_MIN;  ///< behind this moment ...
+        int64_t leadUs = 0;          ///< ... and as much behind what has been popped
+        bool readAll = false;        ///< nothing more comes: at the end, if nothing waits there
+    };
+    /// Takes out the end of what waits, of the stream read last, from the first packet at that place on. What decodes
+    /// pictures before it stays, and a kUntil keeps the others away. Empty if nothing waits there.
+    std::optional<Cut> cut(const CutPlace &where);
+    /// Takes out what begins at or behind that moment, of the stream read last.
+    std::vector<StreamItem> takeBack(int64_t playUs);
+    /// Time of the latest packet popped since clear(); INT64_MIN if there was none.
+    int64_t takenUs() const;
 
     /// How much time is enough.
     void aimAt(int64_t us);
@@ -59,13 +80,17 @@ public:
 
 private:
     int64_t spanLocked() const;
+    std::vector<StreamItem> takeBackLocked(int64_t playUs);
+    std::size_t lastMarkLocked() const;
 
     mutable std::mutex mutex_;
     std::deque<StreamItem> items_;
     int packets_ = 0;
     int64_t bytes_ = 0;
     int64_t enoughUs_ = 4'000'000;
-    int64_t endUs_ = INT64_MIN;  ///< end of the last packet
+    int64_t endUs_ = INT64_MIN;    ///< end of the last packet
+    int64_t reachUs_ = INT64_MIN;  ///< the same, as it is presented
+    int64_t takenUs_ = INT64_MIN;
 };
 
 }  // namespace oriplayer

@@ -12,6 +12,7 @@ namespace oriplayer {
 namespace {
 
 constexpr int kRenderCrop = 2011;
+constexpr int kRunningReplacement = 2;
 
 int result(bool done) {
     return done ? 0 : -1;
@@ -44,9 +45,10 @@ int PlayerImpl::setDataSource(const std::vector<std::shared_ptr<PlayComponent>> 
     return result(session_->setDataSource(DataSource(components, headers.get())));
 }
 
-// A running replacement is not built: nothing changes.
-int PlayerImpl::changePeriod(int, int, const std::shared_ptr<IPeriod> &, const std::shared_ptr<StringMap> &) {
-    return -1;
+int PlayerImpl::changePeriod(int component, int index, const std::shared_ptr<IPeriod> &period,
+                             const std::shared_ptr<StringMap> &headers) {
+    if (component != 0 || index != 0 || !period || period->getChangeMode() != kRunningReplacement) return -1;
+    return result(session_->changePeriod(DataSource(period, headers.get())));
 }
 
 int PlayerImpl::addSource(int component, const std::shared_ptr<ISource> &source, const std::shared_ptr<StringMap> &) {

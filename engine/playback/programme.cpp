@@ -18,6 +18,16 @@ void Programme::assign(std::vector<Item> items) {
     for (Item &item : items) entries_.emplace_back(std::move(item));
 }
 
+void Programme::copy(const Programme &other) {
+    std::vector<Entry> entries;
+    {
+        std::lock_guard lock(other.mutex_);
+        entries = other.entries_;
+    }
+    std::lock_guard lock(mutex_);
+    entries_ = std::move(entries);
+}
+
 void Programme::append(Item item) {
     std::lock_guard lock(mutex_);
     entries_.emplace_back(std::move(item));

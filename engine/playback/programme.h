@@ -23,6 +23,7 @@ public:
     };
 
     void assign(std::vector<Item> items);
+    void copy(const Programme &other);
     void append(Item item);
     int count() const;
     std::string url(int index) const;

@@ -27,6 +27,8 @@ void Reader::run() {
         takeAdded();
         if (const auto seek = stage_.control.takeSeek()) {
             carryOut(*seek);
+        } else if (serveReplacement()) {
+            stage_.readWake.wait();
         } else if (stage_.readAll && stage_.looping && !stage_.failure.get()) {
             goOn();
         } else if (stage_.readAll || !hasRoom()) {
@@ -36,6 +38,7 @@ void Reader::run() {
         }
     }
     stage_.counters.downloading = false;
+    if (const auto replacement = this->replacement()) replacement->cancel();
     // Closing takes time: the next player, which is about to begin, shall not share the machine with it.
     static const std::atomic<bool> over{true};
     if (input_) input_->watch(&over);  // it outlives the stage
@@ -44,17 +47,20 @@ void Reader::run() {
     stage_.audioPackets.clear();
 }
 
-void Reader::add(const std::shared_ptr<ISource> &source) {
+bool Reader::add(const std::shared_ptr<ISource> &source) {
     {
         std::lock_guard lock(mutex_);
-        if (source_.period()) source_.period()->addSource(source);
+        if (!source_.period()) return false;
+        source_.period()->addSource(source);
         if (begun_) {
             added_.push_back({source, stage_.programme.count()});
             ++stage_.sourcesWait;
         }
         stage_.programme.append(source_.itemOf(*source));
+        if (replacement_) addedSince_.push_back(source);
     }
     stage_.readWake.notify();
+    return true;
 }
 
 void Reader::begin() {
@@ -83,6 +89,7 @@ void Reader::begin() {
 }
 
 void Reader::takeAdded() {
+    if (held_) return;  // the end is taken back
     std::vector<Added> added;
     {
         std::lock_guard lock(mutex_);
@@ -103,12 +110,14 @@ void Reader::goOn() {
 
 void Reader::carryOut(const SeekRequest &seek) {
     generation_ = seek.generation;
+    held_.reset();
+    if (const auto replacement = this->replacement()) replacement->goBack();
     stage_.readAll = false;
     stage_.failure.clear();
     stage_.videoPackets.clear();
     stage_.audioPackets.clear();
     stage_.clock.clearRounds();
-    baseUs_ = 0;
+    stage_.readBaseUs = baseUs_ = 0;
     int64_t target = seek.positionUs;
     if (!arrive(target)) {
         beginGeneration(target);
@@ -169,11 +178,15 @@ void Reader::landOnKeyFrame(int64_t targetUs) {
     for (auto &[packet, stream] : held) handOn(std::move(packet), stream);
 }
 
-bool Reader::open(int index) {
+void Reader::closeInput() {
     countMedium();
     closedBytes_ = stage_.counters.mediumBytes;
     closedNetworkBytes_ = stage_.counters.networkBytes;
     input_.reset();
+}
+
+bool Reader::open(int index) {
+    closeInput();
     const std::string url = stage_.programme.url(index);
     if (url.empty()) {
         giveUp(kEventCannotOpen, {AVERROR(EINVAL), "opening a source without a URL"});
@@ -186,10 +199,15 @@ bool Reader::open(int index) {
         source = std::make_unique<OpenedSource>();
         if (!openCold(url, begin, *source)) return false;
     }
-    input_ = std::move(source->input);
-    video_ = std::move(source->video);
-    audio_ = std::move(source->audio);
-    ahead_ = std::move(*source);
+    adopt(std::move(*source), index);
+    return true;
+}
+
+void Reader::adopt(OpenedSource source, int index) {
+    input_ = std::move(source.input);
+    video_ = std::move(source.video);
+    audio_ = std::move(source.audio);
+    ahead_ = std::move(source);
     for (const std::string &complaint : ahead_.complaints) stage_.tellLog(complaint);
     index_ = index;
     endUs_ = 0;
@@ -201,7 +219,6 @@ bool Reader::open(int index) {
     stage_.variants.begin(variants.count, variants.start, input_->live());
     changes_ = soundChanges_ = 0;
     input_->adapt();
-    return true;
 }
 
 // The time-out counts from `begin`: a source opened ahead may have been waited for, in vain.
@@ -449,7 +466,7 @@ bool Reader::startOver() {
     offsetUs_ = 0;
     if (!goTo(0)) return false;
     endUs_ = 0;
-    baseUs_ += length;
+    stage_.readBaseUs = baseUs_ += length;
     stage_.clock.addRound(baseUs_, baseUs_);
     pushStreams();
     return true;

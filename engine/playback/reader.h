@@ -4,12 +4,15 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "base/oriplayer/source.h"
 #include "input/source_input.h"
 #include "playback/data_source.h"
 #include "playback/opened_source.h"
+#include "playback/replacement.h"
 #include "playback/stage.h"
 
 namespace oriplayer {
@@ -24,11 +27,14 @@ public:
     /// all.
     static constexpr int64_t kMostBytes = 48 << 20;
 
-    Reader(Stage &stage, const DataSource &source) : stage_(stage), source_(source) {}
+    Reader(Stage &stage, DataSource source) : stage_(stage), source_(std::move(source)) {}
 
     void run();
     /// A source behind the others, in the programme and in its period.
-    void add(const std::shared_ptr<ISource> &source);
+    /// False without a period.
+    bool add(const std::shared_ptr<ISource> &source);
+    /// Another data source takes over as soon as it can; one that was to do so before does not any more.
+    void replace(std::shared_ptr<Replacement> replacement);
 
 private:
     void begin();
@@ -38,6 +44,8 @@ private:
     bool arrive(int64_t &target);
     int64_t withinProgramme(int64_t positionUs) const;
     bool open(int index);
+    void closeInput();
+    void adopt(OpenedSource source, int index);
     bool openCold(const std::string &url, std::chrono::steady_clock::time_point begin, OpenedSource &source);
     bool goTo(int64_t positionUs);
     void landOnKeyFrame(int64_t targetUs);
@@ -62,8 +70,26 @@ private:
     bool startOver();
     void giveUp(PlayerEvent event, MediaError error);
 
+    // Running replacement, reader_replacement.cpp
+    /// What was taken back for the source that is to join, in case it fails.
+    struct Held {
+        std::shared_ptr<Replacement> by;
+        uint32_t generation = 0;
+        std::vector<StreamItem> video;
+        std::vector<StreamItem> audio;
+    };
+    bool serveReplacement();
+    std::shared_ptr<Replacement> replacement();
+    void forget(const std::shared_ptr<Replacement> &replacement);
+    std::optional<PacketQueue::Cut> cutForJoin();
+    bool meet(const std::shared_ptr<Replacement> &replacement);
+    void takeOver(Replacement &replacement);
+    void enter(const DataSource &data, const Programme &programme);
+    void joinStreams(int64_t joinUs);
+    void putBack();
+
     Stage &stage_;
-    const DataSource &source_;
+    DataSource source_;  ///< once run() has begun, guarded by mutex_ where another thread reads it
     InputOptions options_;
     int decoderThreads_ = 0;
 
@@ -83,13 +109,17 @@ private:
     int64_t closedBytes_ = 0;         ///< read from sources that are closed
     int64_t closedNetworkBytes_ = 0;  ///< the same, from the network
 
+    std::optional<Held> held_;
+
     struct Added {
         std::shared_ptr<ISource> source;
         int index;
     };
     std::mutex mutex_;
-    bool begun_ = false;        ///< guarded by mutex_
-    std::vector<Added> added_;  ///< in the programme already; guarded by mutex_
+    bool begun_ = false;                                ///< guarded by mutex_
+    std::vector<Added> added_;                          ///< in the programme already; guarded by mutex_
+    std::shared_ptr<Replacement> replacement_;          ///< guarded by mutex_
+    std::vector<std::shared_ptr<ISource>> addedSince_;  ///< since replace(); guarded by mutex_
 };
 
 }  // namespace oriplayer

@@ -36,13 +36,26 @@ bool Session::setDataSource(DataSource source) {
 bool Session::addSource(const std::shared_ptr<ISource> &source) {
     if (!source || stage_.control.over()) return false;
     std::lock_guard lock(sourceMutex_);
+    if (reader_) return reader_->add(source);
     if (!source_ || !source_->period()) return false;
+    source_->period()->addSource(source);
+    stage_.programme.append(source_->itemOf(*source));
+    return true;
+}
+
+bool Session::changePeriod(DataSource source) {
+    if (!source.period() || stage_.control.over()) return false;
+    std::lock_guard lock(sourceMutex_);
     if (reader_) {
-        reader_->add(source);
-    } else {
-        source_->period()->addSource(source);
-        stage_.programme.append(source_->itemOf(*source));
+        const auto replacement = std::make_shared<Replacement>(stage_, std::move(source));
+        reader_->replace(replacement);
+        const bool runs = launch("ori-change", Role::kWorks, [replacement] { replacement->run(); });
+        if (!runs) replacement->cancel();
+        return runs;
     }
+    if (!source_) return false;
+    source_.emplace(std::move(source));
+    stage_.programme.assign(source_->itemsOf(source_->sources()));
     return true;
 }
 
@@ -57,26 +70,23 @@ bool Session::prepare() {
 }
 
 bool Session::launchThreads() {
-    // What a thread throws is memory that is not there: the player has failed, the process goes on.
-    const auto guarded = [this](auto body) {
-        return [this, body] {
-            const FfmpegLog log([this](const std::string &line) { stage_.tellLog(line); });
-            try {
-                body();
-            } catch (const std::exception &exception) {
-                stage_.fail(kEventDecodeFailed, {AVERROR(ENOMEM), exception.what()});
-            }
-        };
-    };
-    const auto self = shared_from_this();
-    const auto launch = [&](const char *name, Role role, auto body) {
-        return threads_.launch(name, role, self, guarded(body));
-    };
     return launch("ori-event", Role::kTells, [this] { stage_.notifier.run(); }) &&
            launch("ori-show", Role::kTells, [this] { presenter_.run(); }) &&
            launch("ori-audio", Role::kWorks, [this] { audioPipe_.run(); }) &&
            launch("ori-video", Role::kWorks, [this] { videoPipe_.run(); }) &&
            launch("ori-read", Role::kWorks, [this] { reader_->run(); });
+}
+
+// What a thread throws is memory that is not there: the player has failed, the process goes on.
+bool Session::launch(const char *name, Role role, std::function<void()> body) {
+    return threads_.launch(name, role, shared_from_this(), [this, body = std::move(body)] {
+        const FfmpegLog log([this](const std::string &line) { stage_.tellLog(line); });
+        try {
+            body();
+        } catch (const std::exception &exception) {
+            stage_.fail(kEventDecodeFailed, {AVERROR(ENOMEM), exception.what()});
+        }
+    });
 }
 
 bool Session::start() {
@@ -132,10 +142,13 @@ bool Session::changeNetwork(int state) {
 
 bool Session::chooseSubtitles(std::vector<SubtitleFile> files) {
     if (!stage_.subtitles.choose(std::move(files))) return true;
-    return threads_.launch("ori-text", Role::kWorks, shared_from_this(), [this] {
-        const FfmpegLog log([this](const std::string &line) { stage_.tellLog(line); });
-        stage_.subtitles.run();
-    });
+    return launch("ori-text", Role::kWorks, [this] { stage_.subtitles.run(); });
+}
+
+// On its thread it may be in a call that waits for the network.
+void Session::cancelReplacement() {
+    std::lock_guard lock(sourceMutex_);
+    if (reader_) reader_->replace(nullptr);
 }
 
 void Session::stop() {
@@ -145,6 +158,7 @@ void Session::stop() {
     stage_.pictureGate.close();
     if (first && !stage_.control.ended()) stage_.clock.hold();
     stage_.dropOutdated();
+    cancelReplacement();
     if (first && !stage_.control.ended()) stage_.sound.leaveToDevice(0);
     const bool inside = stage_.notifier.gate().isOutside() || stage_.pictureGate.isOutside();
     if (!inside) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -29,6 +30,8 @@ public:
     /// Once, before prepare().
     bool setDataSource(DataSource source);
     bool addSource(const std::shared_ptr<ISource> &source);
+    /// A running replacement of the data source, or before prepare() a plain one.
+    bool changePeriod(DataSource source);
     /// Starts the threads.
     bool prepare();
     bool start();
@@ -48,6 +51,8 @@ public:
 private:
     bool launchThreads();
     void leaveWorkers(bool mayWait);
+    void cancelReplacement();
+    bool launch(const char *name, ThreadSet::Role role, std::function<void()> body);
 
     Stage stage_;
     std::mutex sourceMutex_;

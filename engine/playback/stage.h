@@ -96,6 +96,7 @@ struct Stage {
     std::atomic<uint32_t> ends{0};              ///< number of the last end that the reader has sent
     std::atomic<uint32_t> soundEnd{0};          ///< number of the last end that the sound has come to
     std::atomic<int> sourcesWait{0};            ///< added ones that the reader has not seen
+    std::atomic<int64_t> readBaseUs{0};         ///< play scale minus position where the reader is
     std::atomic<int64_t> bufferedEndUs{0};      ///< position behind the last packet read
     std::atomic<uint32_t> soundReady{0};        ///< generation of which sound waits in the renderer
     std::atomic<uint32_t> soundEnded{0};        ///< generation whose sound has been decoded to its end

@@ -45,6 +45,8 @@ void VideoPipe::handle(StreamItem item) {
             drain();
             decoder_ = std::move(item.video);
             if (decoder_ && !item.goesOn) decoder_->flush();
+            if (item.joinUs) joinUs_ = *item.joinUs;
+            untilUs_ = INT64_MAX;
             if (decoder_) decoder_->skipBefore(landed_ ? INT64_MIN : targetUs_);
             baseUs_ = item.baseUs;
             beginsUs_ = item.pictures.empty() ? item.beginsUs : std::nullopt;
@@ -61,6 +63,9 @@ void VideoPipe::handle(StreamItem item) {
         case StreamItem::Kind::kEnd:
             drain();
             deliverEnd(item.end);
+            break;
+        case StreamItem::Kind::kUntil:
+            untilUs_ = item.targetUs;
             break;
     }
 }
@@ -107,6 +112,8 @@ void VideoPipe::beginGeneration(const StreamItem &item) {
     generation_ = item.generation;
     targetUs_ = item.targetUs;
     baseUs_ = item.baseUs;
+    untilUs_ = INT64_MAX;
+    joinUs_ = INT64_MIN;
     landed_ = false;
     hasAhead_ = false;
     skipping_ = false;
@@ -180,7 +187,16 @@ void VideoPipe::drain() {
     if (!outdated()) countSkipped(INT64_MAX);
 }
 
+// Whether this source shows it. The times of two sources differ by what their containers round.
+bool VideoPipe::belongs(const AVFrame &frame) {
+    const int64_t middle = frame.pts + frame.pkt_duration / 2;
+    if (middle >= untilUs_ || middle < joinUs_) return false;
+    joinUs_ = INT64_MIN;
+    return true;
+}
+
 void VideoPipe::take(FramePtr frame) {
+    if (!belongs(*frame)) return;
     const int64_t end = frame->pts + frame->pkt_duration;
     if (!landed_ && targetUs_ != INT64_MIN && end <= targetUs_) {
         skipped_ = std::move(frame);

@@ -28,6 +28,7 @@ private:
     void receive();
     void drain();
     void take(FramePtr frame);
+    bool belongs(const AVFrame &frame);
     void deliver(FramePtr frame);
     void deliverEnd(uint32_t number);
     void put(Picture picture);
@@ -42,6 +43,8 @@ private:
     FramePtr skipped_;  ///< the last picture before the position sought: shown if none follows
     uint32_t generation_ = 0;
     int64_t targetUs_ = INT64_MIN;
+    int64_t untilUs_ = INT64_MAX;  ///< from here on another source brings the pictures
+    int64_t joinUs_ = INT64_MIN;   ///< it begins with this one
     int64_t baseUs_ = 0;
     std::optional<int64_t> beginsUs_;  ///< the next packet is the source's first, and that its first moment
     std::optional<int64_t> twinUs_;    ///< a picture that was decoded alone, and will come out of the decoder as well

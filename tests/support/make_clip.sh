@@ -85,6 +85,9 @@ numbered.mp4)
     seconds=10
     size=160x120
     both $x264 -g 50 -keyint_min 50 -sc_threshold 0 $aac "$out" ;;
+numbered_better.mkv) # the same pictures and sound
+    seconds=10
+    both -c:v mpeg4 -b:v 2M -bf 2 -g 60 -pix_fmt yuv420p -threads 1 -c:a libopus "$out" ;;
 bframes.mp4) both -c:v libx264 -preset veryfast -bf 3 -g 12 -pix_fmt yuv420p -threads 1 $aac "$out" ;;
 raw_bframes.h264) silent -c:v libx264 -preset veryfast -bf 3 -g 12 -pix_fmt yuv420p -threads 1 "$out" ;;
 open_gop.mpg) both -c:v mpeg2video -b:v 1M -bf 2 -g 12 -pix_fmt yuv420p -c:a mp2 "$out" ;;

@@ -1,0 +1,178 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <numeric>
+#include <thread>
+
+#include "engine/playback/watched_player.h"
+
+namespace test {
+namespace {
+
+using support::clip;
+
+// numbered.mp4 and numbered_better.mkv: the same 250 pictures of 40 ms with sound. They differ in size, codecs, key
+// frames (every 50 and 60) and in what their containers round.
+constexpr int kSmall = 160;
+constexpr int kLarge = 320;
+
+int replaceBy(WatchedPlayer &player, const std::string &url) {
+    const auto period = oriplayer::IPeriod::create();
+    period->addSource(oriplayer::ISource::create(url.c_str(), 0.0));
+    period->setChangeMode(2);
+    return player->changePeriod(0, 0, period, nullptr);
+}
+
+// The engine tells no event when it has taken over; its statistics name the codec then.
+bool waitForOtherCodec(WatchedPlayer &player, int before) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (player.parameter(2019).getInt32(1) == before) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+int codecOf(WatchedPlayer &player) {
+    return player.parameter(2019).getInt32(1);
+}
+
+std::vector<int> range(int first, int end) {
+    std::vector<int> numbers(static_cast<std::size_t>(end - first));
+    std::iota(numbers.begin(), numbers.end(), first);
+    return numbers;
+}
+
+// A machine too slow for real time drops pictures, and counts them.
+void expectEveryPictureOnce(WatchedPlayer &player, int lastWidth) {
+    const std::vector<int> numbers = player.numbers();
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end(), std::less_equal<>())) << "one came twice";
+    EXPECT_EQ(static_cast<int>(numbers.size()) + player.dropped(), 250);
+    EXPECT_EQ(player.pictures().front().width, kSmall);
+    EXPECT_EQ(player.pictures().back().width, lastWidth);
+}
+
+TEST(Replacement, Untimed_EveryPictureComesOnce) {
+    const PropertyGuard untimed(9001, "1");
+    WatchedPlayer player({clip("numbered.mp4")});
+    player.screen->onPicture = [&](const ShownPicture &picture) {
+        if (picture.clipNumber != 30) return;
+        const int codec = codecOf(player);
+        EXPECT_EQ(replaceBy(player, clip("numbered_better.mkv")), 0);
+        EXPECT_TRUE(waitForOtherCodec(player, codec));
+    };
+    ASSERT_TRUE(player.playToEnd());
+    expectEveryPictureOnce(player, kLarge);
+    EXPECT_EQ(player.events(), "306 1000 1017 306 1001");
+}
+
+TEST(Replacement, InRealTime_EveryPictureComesOnceThereAndBack) {
+    WatchedPlayer player({clip("numbered.mp4")});
+    player->prepareAsync();
+    player->start();
+    ASSERT_TRUE(player.waitForPictures(20));
+    ASSERT_EQ(replaceBy(player, clip("numbered_better.mkv")), 0);
+    ASSERT_TRUE(player.record->wait([&] { return player.record->pictures.back().width == kLarge; }));
+    ASSERT_TRUE(player.waitForPictures(90));
+    ASSERT_EQ(replaceBy(player, clip("numbered.mp4")), 0);
+    ASSERT_TRUE(player.waitForEvent(1001));
+    expectEveryPictureOnce(player, kSmall);
+    EXPECT_EQ(player.events(), "306 1000 1017 306 306 1001");
+}
+
+TEST(Replacement, WhatCannotBeOpenedLeavesTheOldOnePlaying) {
+    const PropertyGuard untimed(9001, "1");
+    WatchedPlayer player({clip("numbered.mp4")});
+    player.screen->onPicture = [&](const ShownPicture &picture) {
+        if (picture.clipNumber != 30) return;
+        EXPECT_EQ(replaceBy(player, "/no/such/file.mp4"), 0);
+        EXPECT_TRUE(player.waitForEvent(503));
+    };
+    ASSERT_TRUE(player.playToEnd());
+    expectEveryPictureOnce(player, kSmall);
+    EXPECT_EQ(player.events(), "306 1000 1017 503 1001");
+}
+
+TEST(Replacement, WhilePausedItGoesOnBehindThePictureThatStands) {
+    WatchedPlayer player({clip("numbered.mp4")});
+    player->prepareAsync();
+    player->start();
+    ASSERT_TRUE(player.waitForPictures(150));
+    player->pause();
+    const int codec = codecOf(player);
+    ASSERT_EQ(replaceBy(player, clip("numbered_better.mkv")), 0);
+    ASSERT_TRUE(waitForOtherCodec(player, codec));
+    EXPECT_FALSE(player->isPlaying());
+    const int stands = player.pictures().back().clipNumber;
+    player->start();
+    ASSERT_TRUE(player.waitForEvent(1001));
+    const auto pictures = player.pictures();
+    const auto joined = std::find_if(pictures.begin(), pictures.end(), [](const auto &p) { return p.width == kLarge; });
+    ASSERT_NE(joined, pictures.end());
+    EXPECT_LE(joined->clipNumber, stands + 30) << "and not where what was read ahead ends, 1.5 s further";
+    expectEveryPictureOnce(player, kLarge);
+}
+
+TEST(Replacement, SeeksMeanwhileAreCarriedOutAndItFollowsThem) {
+    WatchedPlayer player({clip("numbered.mp4")});
+    player->prepareAsync();
+    player->start();
+    ASSERT_TRUE(player.waitForPictures(2));
+    const int codec = codecOf(player);
+    player->seekTo(3000, 0);
+    ASSERT_EQ(replaceBy(player, "/no/such/file.mp4"), 0);
+    ASSERT_EQ(replaceBy(player, clip("numbered_better.mkv")), 0);  // the last one counts
+    for (const int seconds : {8, 2, 9}) player->seekTo(seconds * 1000, 0);
+    ASSERT_TRUE(player.waitForNumber(225));
+    ASSERT_TRUE(player.waitForEvent(1001));
+    EXPECT_NE(codecOf(player), codec);
+    std::vector<int> numbers = player.numbers();
+    numbers.erase(numbers.begin(), std::find(numbers.begin(), numbers.end(), 225));
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end(), std::less_equal<>()));
+    const auto shown = player.pictures().size();
+    player->seekTo(1000, 0);
+    ASSERT_TRUE(player.waitForNumber(25, shown));
+    EXPECT_EQ(player.pictures().back().width, kLarge);
+}
+
+TEST(Replacement, InALoopItJoinsTheRoundThatIsRead) {
+    const PropertyGuard untimed(9001, "1");
+    WatchedPlayer player({clip("numbered.mp4")});
+    player->setLooping(true);
+    int rounds = 0;
+    player.screen->onPicture = [&](const ShownPicture &picture) {
+        if (picture.clipNumber == 245 && ++rounds == 1) {
+            const int codec = codecOf(player);
+            EXPECT_EQ(replaceBy(player, clip("numbered_better.mkv")), 0);
+            EXPECT_TRUE(waitForOtherCodec(player, codec));
+        }
+    };
+    player->prepareAsync();
+    player->start();
+    ASSERT_TRUE(player.record->wait([&] { return player.record->pictures.size() >= 500; }));
+    std::vector<int> numbers = player.numbers();
+    numbers.resize(500);
+    std::vector<int> twice = range(0, 250);
+    twice.insert(twice.end(), twice.begin(), twice.begin() + 250);
+    EXPECT_EQ(numbers, twice);
+}
+
+TEST(Replacement, StopEndsItWhereverItIs) {
+    for (int i = 0; i < 20; ++i) {
+        WatchedPlayer player({clip("numbered.mp4")});
+        player->prepareAsync();
+        player->start();
+        ASSERT_TRUE(player.waitForPictures(1));
+        replaceBy(player, clip("numbered_better.mkv"));
+        std::this_thread::sleep_for(std::chrono::milliseconds(2 * i));  // not to wait for: to be somewhere else
+        player->stop(true);
+        const auto shown = player.pictures().size();
+        EXPECT_EQ(replaceBy(player, clip("numbered.mp4")), -1);
+        EXPECT_EQ(player.pictures().size(), shown);
+    }
+}
+
+}  // namespace
+}  // namespace test
