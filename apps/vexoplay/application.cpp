@@ -47,6 +47,7 @@ PlayerSession::Config sessionConfig(const Options &options, const WakeUp &wakeUp
     config.endMs = options.endMs;
     config.interruptions = options.interruptions;
     config.interruptWith = options.interruptWith;
+    config.alternative = options.alternative;
     config.preload = options.prefetch == 0 ? Programme::Preload::kOff : Programme::Preload::kOn;
     config.infoKeys = options.infoKeys;
     const bool record = std::count(options.infoKeys.begin(), options.infoKeys.end(), vexo::KVPLAYER_INFO_KEY_ALL) > 0;
@@ -216,6 +217,7 @@ void Application::handleEvent(const PlayEvent &event) {
     if (event.subtitlesFailed && subtitlesWarned_.insert(event.item).second) {
         status_.message("warning: the subtitles of " + itemName(event.item) + " cannot be read");
     }
+    if (event.changeFailed()) status_.message("warning: " + event.text + " (event 503): what played before goes on");
     if (!event.fatal()) return;
     errors_.push_back(event);
     const std::string name = event.timeline == 1 ? "interrupting file \"" + event.url + "\"" : itemName(event.item);

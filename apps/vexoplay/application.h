@@ -49,6 +49,7 @@ private:
     void handleKey(Key key);
     void handleEvent(const PlayEvent &event);
     bool mayLeave();
+    void changeSource();
     void seekBy(int64_t milliseconds);
     void changeSpeed(int direction);
     void changeVolume(double by);

@@ -72,6 +72,9 @@ void Application::handleKey(Key key) {
         case Key::kNetwork:
             toggleNetwork();
             break;
+        case Key::kChange:
+            changeSource();
+            break;
         case Key::kQuit:
             ending_ = ending_ == Ending::kNone ? Ending::kQuit : ending_;
             break;
@@ -85,6 +88,11 @@ bool Application::mayLeave() {
     if (!session_->interrupted()) return true;
     note("not during an interruption");
     return false;
+}
+
+void Application::changeSource() {
+    const std::string url = session_->changeSource();
+    note(url.empty() ? "nothing to change to, or nothing plays" : "changing to " + url);
 }
 
 void Application::seekBy(int64_t milliseconds) {

@@ -114,7 +114,7 @@ std::string eventLine(const PlayEvent &event, const Programme &programme, int64_
         value["width"] = event.width;
         value["height"] = event.height;
     }
-    if (event.fatal() || event.number == kEventSoundFailed) {
+    if (event.fatal() || event.changeFailed() || event.number == kEventSoundFailed) {
         value["native"] = event.nativeError;
         value["text"] = event.text;
     }

@@ -23,6 +23,7 @@ enum class Key {
     kInfo,
     kInterrupt,
     kNetwork,
+    kChange,
     kQuit,
 };
 
@@ -57,6 +58,8 @@ constexpr Key keyOfCharacter(char character) {
             return Key::kInterrupt;
         case 'n':
             return Key::kNetwork;
+        case 'c':
+            return Key::kChange;
         case 'q':
             return Key::kQuit;
         default:

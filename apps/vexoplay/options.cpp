@@ -11,7 +11,8 @@ constexpr const char *kKeys =
     "Keys, in the window and in the terminal:\n"
     "  space pause   left/right 5 s   down/up 60 s   < > previous/next item   [ ] speed\n"
     "  9 0 volume    m mute   v subtitles   f full screen   s still picture as PNG   q quit\n"
-    "  a interrupt with --interrupt-with   i what the library tells   n wifi or mobile network\n\n"
+    "  a interrupt with --interrupt-with   i what the library tells   n wifi or mobile network\n"
+    "  c change to --alternative, and back\n\n"
     "Exit codes: 0 played, 1 usage, 2 nothing playable, 3 some items failed, 4 ended by a signal, 5 internal fault";
 
 CLI::Validator timeCheck() {
@@ -71,6 +72,9 @@ void declareProgramme(CLI::App &app, Options &options, Texts &texts) {
     app.add_option("--prefetch", options.prefetch, "items kept ready behind the one that plays, 3 unless said; 0: none")
         ->check(CLI::Range(0, 8))
         ->type_name("N");
+    app.add_option("--alternative", options.alternative,
+                   "the same content elsewhere or in another quality, for the key c")
+        ->type_name("FILE|URL");
     app.add_flag("--probe", options.probe, "print items, codecs and lengths, and exit");
 }
 
@@ -140,6 +144,8 @@ std::string contradiction(const Options &options) {
     if (options.inputs.empty() && options.playList.empty()) return "nothing to play: name a file or a URL";
     if (options.noAudio && options.noVideo) return "--no-audio and --no-video leave nothing to play";
     if (options.untimed && options.noVideo) return "--untimed plays pictures only: it cannot go with --no-video";
+    if (options.mixed && !options.alternative.empty())
+        return "--alternative replaces a period: it cannot go with --mixed";
     if (options.endMs && *options.endMs <= options.startMs.value_or(0)) return "--end lies before the start";
     return {};
 }

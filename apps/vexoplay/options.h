@@ -29,6 +29,7 @@ struct Options {
     bool loop = false;
     std::vector<InterruptionPoint> interruptions;
     std::vector<std::string> interruptWith;
+    std::string alternative;
     std::optional<int64_t> startMs;
     std::optional<int64_t> endMs;
 

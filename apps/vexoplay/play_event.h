@@ -40,8 +40,11 @@ struct PlayEvent {
     std::vector<std::pair<int, std::string>> infos;  ///< what the library tells, by key
     std::string url;                                 ///< of an interrupting file
 
+    /// Another source for the item could not take over; it goes on as before.
+    bool changeFailed() const { return number == kEventReadFailed && ext1 == 2; }
     /// The item cannot go on.
     bool fatal() const {
+        if (changeFailed()) return false;
         return (number >= kEventOpenFailed && number <= kEventDecodeFailed) || number == kEventNoAnswer;
     }
 };

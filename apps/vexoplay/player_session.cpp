@@ -66,6 +66,7 @@ void PlayerSession::begin() {
     component->playList = programme_.build(config_.headers, config_.preload);
     player_->setDataSource({component}, 1, nullptr);
     finished_ = false;
+    changedItem_ = -1;
     paused_ = presented_ = endReached_ = false;
     forgivenUs_ = steadyUs();
     // A seek chooses the first item by itself; preparing first would open one that is not wanted.
@@ -181,6 +182,7 @@ std::vector<PlayEvent> PlayerSession::poll() {
     watch(events);
     for (PlayEvent &event : events) {
         if (event.number == kEventHandedBack) handBack();
+        if (event.changeFailed()) changeBack(event);
         if (!event.fatal()) continue;
         if (event.timeline == 1) {
             abandon(event);
@@ -232,6 +234,26 @@ void PlayerSession::leave(const PlayEvent &event) {
         }
     }
     if (!goToNextPeriod()) finished_ = true;
+}
+
+std::string PlayerSession::changeSource() {
+    const int playing = item();
+    if (config_.alternative.empty() || interruption_.active() || playing < 0) return {};
+    const bool back = changedItem_ == playing;
+    changedItem_ = back ? -1 : playing;
+    return replaceBy(playing, back ? programme_.url(playing) : config_.alternative);
+}
+
+std::string PlayerSession::replaceBy(int item, const std::string &url) {
+    const auto period = programme_.replacement(item, url, config_.headers);
+    return player_->changePeriod(0, programme_.periodOf(item), period, nullptr) == 0 ? url : std::string();
+}
+
+// The engine plays on, but the play list names what has failed: it would be opened when the item is entered again.
+void PlayerSession::changeBack(const PlayEvent &event) {
+    if (event.item < 0 || changedItem_ != event.item) return;
+    changedItem_ = -1;
+    replaceBy(event.item, programme_.url(event.item));
 }
 
 // Skipping needs a started timeline: a paused one is started for the moment of the call.

@@ -50,6 +50,7 @@ public:
         std::optional<int64_t> endMs;
         std::vector<InterruptionPoint> interruptions;
         std::vector<std::string> interruptWith;
+        std::string alternative;                           ///< of the item that plays, for changeSource()
         std::shared_ptr<HostConfiguration> configuration;  ///< may be empty
         bool reports = false;                              ///< the engine's reports go to the report channel
         std::vector<int> infoKeys;                         ///< texts that each end of an item brings along
@@ -85,6 +86,9 @@ public:
     void toggleSubtitles();
     /// Lets the files of interruptWith play at the next picture. False if that is not possible now.
     bool interrupt();
+    /// Lets the alternative take over where the item is, or if that plays the item's own source again. Answers its URL;
+    /// empty if that is not possible now.
+    std::string changeSource();
     /// An interruption plays; seeking has to wait for its end.
     bool interrupted() const { return interruption_.active(); }
     /// What the library tells of the playback at hand under `key`.
@@ -128,6 +132,8 @@ private:
     void watch(std::vector<PlayEvent> &events);
     void leave(const PlayEvent &event);
     bool goToNextPeriod();
+    std::string replaceBy(int item, const std::string &url);
+    void changeBack(const PlayEvent &event);
     void keepPaused();
 
     void place(PlayEvent &event);
@@ -152,6 +158,7 @@ private:
     int64_t lastSeekMs_ = 0;
     int64_t lastSeekUs_ = 0;
     int64_t forgivenUs_ = 0;
+    int changedItem_ = -1;  ///< the one that plays from the alternative
 
     std::atomic<double> speed_;
     std::atomic<double> volume_;  ///< below 0: never set

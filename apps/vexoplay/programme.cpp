@@ -14,6 +14,12 @@ double secondsOf(int64_t ms) {
     return ms > 0 ? (static_cast<double>(ms) + 0.5) / 1000.0 : 0.0;
 }
 
+std::shared_ptr<oriplayer::StringMap> mapOf(const Programme::Headers &headers) {
+    auto map = std::make_shared<oriplayer::StringMap>();
+    for (const auto &[name, value] : headers) map->add(("http_header:" + name).c_str(), value.c_str());
+    return map;
+}
+
 }  // namespace
 
 const oriplayer::ProbedStream *ProbeAnswer::first(oriplayer::ProbedStream::Kind kind) const {
@@ -46,11 +52,11 @@ int64_t Programme::plannedLength(const Item &item) const {
 }
 
 std::shared_ptr<oriplayer::IPlayList> Programme::build(const Headers &headers, Preload preload) {
-    auto map = std::make_shared<oriplayer::StringMap>();
-    for (const auto &[name, value] : headers) map->add(("http_header:" + name).c_str(), value.c_str());
+    const auto map = mapOf(headers);
     auto list = oriplayer::IPlayList::create();
     std::lock_guard lock(mutex_);
     sources_.clear();
+    replacements_.clear();
     total_ = 0;
     std::shared_ptr<oriplayer::IPeriod> period;
     for (std::size_t i = 0; i < items_.size(); ++i) {
@@ -74,7 +80,23 @@ std::shared_ptr<oriplayer::IPlayList> Programme::build(const Headers &headers, P
 int Programme::itemOf(oriplayer::IPeriod &period) const {
     const std::shared_ptr<oriplayer::ISource> source = period.getSource(0);
     const auto found = std::find(sources_.begin(), sources_.end(), source);
-    return source && found != sources_.end() ? static_cast<int>(found - sources_.begin()) : -1;
+    if (source && found != sources_.end()) return static_cast<int>(found - sources_.begin());
+    std::lock_guard lock(mutex_);
+    for (const auto &[other, item] : replacements_) {
+        if (source && other == source) return item;
+    }
+    return -1;
+}
+
+std::shared_ptr<oriplayer::IPeriod> Programme::replacement(int item, const std::string &url, const Headers &headers) {
+    const auto period = oriplayer::IPeriod::create();
+    period->setHeaders(mapOf(headers));
+    period->setSourceKind(1);
+    std::lock_guard lock(mutex_);
+    auto source = oriplayer::ISource::create(url.c_str(), secondsOf(lengths_[static_cast<std::size_t>(item)]));
+    period->addSource(source);
+    replacements_.emplace_back(std::move(source), item);
+    return period;
 }
 
 void Programme::setProbe(int item, ProbeAnswer answer) {

@@ -34,7 +34,8 @@ struct Item {
 /// which the library places a position, so that it can say beforehand in which item a seek lands.
 ///
 /// Threads:  build() while nothing plays; all else any.
-/// Lock:     a leaf mutex round lengths and probe answers. URLs, titles and the number of items do not change.
+/// Lock:     a leaf mutex round lengths, probe answers and replacements. URLs, titles and the number of items do not
+/// change.
 class Programme {
 public:
     enum class Shape { kPeriodEach, kOneMixedPeriod };
@@ -54,6 +55,9 @@ public:
     /// A play list for the library from what is known now; what was learned while playing counts. `headers` travel
     /// with every request.
     std::shared_ptr<oriplayer::IPlayList> build(const Headers &headers, Preload preload = Preload::kOn);
+
+    /// A period with another source of an item, to take its period's place.
+    std::shared_ptr<oriplayer::IPeriod> replacement(int item, const std::string &url, const Headers &headers);
 
     int size() const { return static_cast<int>(items_.size()); }
     const std::string &url(int item) const { return items_[static_cast<std::size_t>(item)].url; }
@@ -82,8 +86,9 @@ private:
     const Shape shape_;
     mutable std::mutex mutex_;
     std::vector<Item> items_;
-    std::vector<int64_t> lengths_;                              ///< milliseconds, 0 unknown
-    std::vector<std::shared_ptr<oriplayer::ISource>> sources_;  ///< set by build()
+    std::vector<int64_t> lengths_;                                                   ///< milliseconds, 0 unknown
+    std::vector<std::shared_ptr<oriplayer::ISource>> sources_;                       ///< set by build()
+    std::vector<std::pair<std::shared_ptr<oriplayer::ISource>, int>> replacements_;  ///< and the items that they are of
     int64_t total_ = 0;
 };
 
