@@ -245,10 +245,12 @@ void AudioVoice::mix(float *out, std::size_t frames, SoundTime heardAt) {
 std::size_t AudioVoice::mixQueue(float *out, std::size_t frames) {
     const std::size_t count = std::min(frames, queued());
     const std::size_t ramp = rampFrames(rate_);
-    const bool runsDry = queued() <= frames && !finished_;
+    const bool runsDry = queued() <= frames;
+    const bool fades = runsDry || finished_ || left_;  // a clip may end in the middle of a wave
     for (std::size_t i = 0; i < count; ++i) {
         float gain = nextGain();
-        if (runsDry && count - i <= ramp) gain *= static_cast<float>(count - i - 1) / static_cast<float>(ramp);
+        const std::size_t rest = queued() - i - 1;
+        if (fades && rest < ramp) gain *= static_cast<float>(rest) / static_cast<float>(ramp);
         const std::size_t place = static_cast<std::size_t>(read_ + static_cast<int64_t>(i)) % capacity_;
         for (std::size_t c = 0; c < kSoundChannels; ++c) {
             out[i * kSoundChannels + c] += ring_[place * kSoundChannels + c] * gain;

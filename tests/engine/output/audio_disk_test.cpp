@@ -71,6 +71,29 @@ TEST_F(Disk, TwoPlayersAreHeardTogether_SilenceBehindThem) {
     EXPECT_LT(tone::steepest(all), static_cast<float>(0.3 * 2 * M_PI * (3300 + 400) / 48'000));
 }
 
+// A player that ends leaves its last sound in the mix; the next one, of another rate, begins behind it.
+TEST_F(Disk, FromOnePlayerToTheNext_NoClick) {
+    const auto before = static_cast<std::ptrdiff_t>(written().size());
+    AudioRenderer next;
+    {
+        AudioRenderer first;
+        ASSERT_FALSE(first.open(""));
+        play(first, 440, 0.5F, 0.25);
+        first.start();
+        while (first.bufferedUs() > 100'000) std::this_thread::yield();
+        first.leaveToDevice(50'000);  // cut in the middle of a wave
+        ASSERT_FALSE(next.open(""));
+        ASSERT_TRUE(next.push(*tone::frame(48'000, 12'000, 660, 0.5F, 20), 0));  // begins in the middle of one as well
+        next.finish();
+        next.start();
+    }
+    next.leaveToDevice(250'000);
+    auto all = writtenAfter(30'000);
+    all.erase(all.begin(), all.begin() + before);
+    EXPECT_GT(tone::peak({all.end() - 30'000, all.end()}), 0.49F);
+    EXPECT_LT(tone::steepest(all), 0.1F) << "the waves themselves rise by 0.03 and 0.04; a click would show 0.5";
+}
+
 TEST_F(Disk, TooLoudTogether_IsSaturated) {
     AudioRenderer one, other;
     ASSERT_FALSE(one.open(""));
