@@ -19,9 +19,6 @@ namespace {
 constexpr int64_t kDefaultKib = 8192;
 constexpr std::size_t kMostWarm = 8;     // over all players: each holds a decoder's pictures and what was read ahead
 constexpr std::size_t kMostOpening = 2;  // at a time
-constexpr std::chrono::seconds kKeepWarm{60};
-constexpr int64_t kNearEndUs = 30'000'000;
-constexpr std::chrono::seconds kLookAgain{5};  // for a player in front that comes near its end
 
 bool launch(std::function<void()> body) {
     try {
@@ -148,16 +145,16 @@ PreloadQueue::Clock::time_point PreloadQueue::decide(std::vector<std::shared_ptr
     auto next = Clock::time_point::max();
     for (const auto &[id, entry] : entries_) {
         opening += entry.source->opening() ? 1 : 0;
-        next = std::min(next, entry.since + kKeepWarm);
+        next = std::min(next, entry.since + times_.keepWarm);
         if (!entry.source->opening()) tell(id, 0);
     }
     for (const Id id : wanted) {
         if (entries_.count(id) != 0) continue;
         const bool rests = rested_.count(id) != 0;
-        if (rests && plan_.playerInFront(id)) next = std::min(next, Clock::now() + kLookAgain);
+        if (rests && plan_.playerInFront(id)) next = std::min(next, Clock::now() + times_.lookAgain);
         if ((rests && !endIsNear(id)) || opening >= kMostOpening) continue;
         warmUp(id);
-        next = std::min(next, Clock::now() + kKeepWarm);
+        next = std::min(next, Clock::now() + times_.keepWarm);
         ++opening;
     }
     return next;
@@ -169,7 +166,7 @@ void PreloadQueue::cool(const std::vector<Id> &wanted, std::vector<std::shared_p
         const auto &[id, entry] = *each;
         const bool needed = std::find(wanted.begin(), wanted.end(), id) != wanted.end();
         const bool failed = entry.source->failed();
-        const bool old = now >= entry.since + kKeepWarm;
+        const bool old = now >= entry.since + times_.keepWarm;
         if (needed && !failed && old && endIsNear(id)) each->second.since = now;
         if (needed && !failed && (!old || endIsNear(id))) {
             ++each;
@@ -204,7 +201,7 @@ bool PreloadQueue::endIsNear(Id id) const {
     const auto player = plan_.playerInFront(id);
     if (!player) return false;
     const auto remaining = PlayerRegistry::instance().remainingUs(*player);
-    return remaining && *remaining <= kNearEndUs;
+    return remaining && std::chrono::microseconds(*remaining) <= times_.nearEnd;
 }
 
 // With the lock, once a task.

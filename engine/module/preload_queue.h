@@ -30,6 +30,14 @@ public:
         void *context = nullptr;
     };
 
+    struct Times {
+        std::chrono::milliseconds keepWarm{60'000};  ///< what nobody takes is closed then
+        std::chrono::milliseconds nearEnd{30'000};   ///< of the player in front: opened anew
+        std::chrono::milliseconds lookAgain{5'000};  ///< whether it is
+    };
+
+    PreloadQueue() = default;
+    explicit PreloadQueue(Times times) : times_(times) {}
     static PreloadQueue &instance();
     /// Only queues.
     void add(Task task);
@@ -64,6 +72,7 @@ private:
     bool endIsNear(Id id) const;
     void tell(Id id, int result);
 
+    const Times times_;
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     PreloadPlan plan_;               // all guarded by mutex_

@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <future>
+#include <thread>
 
 #include "engine/playback/watched_player.h"
 #include "module/preload_plan.h"
 #include "module/preload_queue.h"
+#include "module/warm_source.h"
 
 namespace test {
 namespace {
@@ -103,6 +106,52 @@ TEST(Preloading, ASeekRightBehindTheTakingLandsOnItsPicture) {
     ASSERT_TRUE(player.waitForEvent(1001));
     ASSERT_FALSE(player.numbers().empty());
     EXPECT_EQ(player.numbers().front(), 10);
+}
+
+bool comesTrue(const std::function<bool()> &condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition() && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
+    return condition();
+}
+
+TEST(Preloading, WhatNobodyTakesCools_AndIsWarmAgainWhenThePlayerInFrontIsNearItsEnd) {
+    using namespace std::chrono_literals;
+    auto &queue = *new PreloadQueue({.keepWarm = 200ms, .nearEnd = 3s, .lookAgain = 20ms});  // its thread stays
+    WatchedPlayer player({clip("numbered.mp4")});                                            // 10 s
+    player->prepareAsync();
+    ASSERT_TRUE(player.waitForEvent(1000));
+    Told told;
+    queue.add({clip("h264_aac.mp4"), 64, nullptr, nullptr});
+    queue.add({clip("numbered.mp4"), 64, &Told::callback, &told});
+    queue.take(player->getPlayerId(), clip("h264_aac.mp4"), {}, 0, std::atomic<bool>(false));
+    ASSERT_EQ(told.result.get_future().get(), 0) << "it was warm";
+    ASSERT_TRUE(comesTrue([&] { return queue.warm() == 0; })) << "10 s are left";
+    player->seekTo(8000, 0);
+    ASSERT_TRUE(comesTrue([&] { return queue.warm() == 1; })) << "2 s are left";
+}
+
+TEST(Preloading, StandsBackWhileAPlayerNeedsTheMachine_AndKeepsToItsMemory) {
+    oriplayer::WarmSource source(clip("numbered.mp4"), {}, 1, 0);
+    std::atomic<bool> allowed{false};
+    std::atomic<int> asked{0};
+    std::thread thread([&] {
+        source.run(
+            [&] {
+                ++asked;
+                return allowed.load();
+            },
+            [] {});
+    });
+    EXPECT_TRUE(comesTrue([&] { return asked > 3; }));
+    EXPECT_TRUE(source.opening()) << "nothing was done";
+    allowed = true;
+    thread.join();
+    const auto opened = source.take({}, 1, std::atomic<bool>(false));
+    ASSERT_TRUE(opened);
+    EXPECT_GE(opened->pictures.size(), 3u);
+    const auto isPicture = [](const auto &each) { return each.second == oriplayer::SourceInput::Stream::kVideo; };
+    EXPECT_EQ(std::count_if(opened->packets.begin(), opened->packets.end(), isPicture), 0)
+        << "0 bytes are to be read beyond the first pictures";
 }
 
 TEST(Preloading, WhatCannotBeOpenedIsToldAndTheWindowOfNoneWarmsNothing) {
