@@ -87,7 +87,7 @@ int PlayerImpl::getCurrentPosition(int64_t *positionMs, int mode) {
 
 int PlayerImpl::getDuration(int64_t *durationMs) {
     if (!durationMs) return -1;
-    *durationMs = stage_.programme.totalUs() / 1000;
+    *durationMs = session_->durationUs() / 1000;
     return 0;
 }
 

@@ -35,6 +35,8 @@ public:
     bool add(const std::shared_ptr<ISource> &source);
     /// Another data source takes over as soon as it can; one that was to do so before does not any more.
     void replace(std::shared_ptr<Replacement> replacement);
+    /// The length that is to come with a replacement that is on its way, or 0.
+    int64_t announcedUs();
 
 private:
     void begin();

@@ -28,6 +28,11 @@ std::shared_ptr<Replacement> Reader::replacement() {
     return replacement_;
 }
 
+int64_t Reader::announcedUs() {
+    const auto replacement = this->replacement();
+    return replacement ? replacement->announcedUs() : 0;
+}
+
 void Reader::forget(const std::shared_ptr<Replacement> &replacement) {
     std::lock_guard lock(mutex_);
     if (replacement_ == replacement) replacement_.reset();

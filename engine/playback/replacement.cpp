@@ -14,7 +14,10 @@ constexpr std::chrono::milliseconds kLookAgain{50};  // for the end of the playe
 }  // namespace
 
 Replacement::Replacement(Stage &stage, DataSource data)
-    : stage_(stage), result_(std::make_unique<Result>(std::move(data))) {}
+    : stage_(stage), result_(std::make_unique<Result>(std::move(data))) {
+    result_->programme.assign(result_->data.itemsOf(result_->data.sources()));
+    announcedUs_ = result_->programme.totalUs();
+}
 
 void Replacement::run() {
     const MediaError error = work();

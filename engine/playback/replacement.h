@@ -52,6 +52,8 @@ public:
     void cancel();
 
     State state() const;
+    /// The new programme's length as far as it is known beforehand, or 0.
+    int64_t announcedUs() const { return announcedUs_; }
     /// The seek behind which it has caught up.
     uint32_t generation() const { return generation_; }
     void joinAt(Join join);
@@ -79,6 +81,7 @@ private:
     Stage &stage_;
     std::unique_ptr<Result> result_;  ///< the change thread's until kReady, then guarded by mutex_
     std::optional<RunUp> runUp_;
+    int64_t announcedUs_ = 0;  ///< set once
     int64_t baseUs_ = 0;
     std::atomic<uint32_t> generation_{0};
     std::atomic<bool> cancel_{false};

@@ -59,6 +59,13 @@ bool Session::changePeriod(DataSource source) {
     return true;
 }
 
+// Whoever replaces the period counts with its length from then on, and may ask before it has taken over.
+int64_t Session::durationUs() {
+    std::lock_guard lock(sourceMutex_);
+    const int64_t announced = reader_ ? reader_->announcedUs() : 0;
+    return announced > 0 ? announced : stage_.programme.totalUs();
+}
+
 bool Session::prepare() {
     if (!stage_.control.prepare()) return false;
     {

@@ -32,6 +32,8 @@ public:
     bool addSource(const std::shared_ptr<ISource> &source);
     /// A running replacement of the data source, or before prepare() a plain one.
     bool changePeriod(DataSource source);
+    /// Of what plays, or of the replacement that is on its way; 0 while unknown.
+    int64_t durationUs();
     /// Starts the threads.
     bool prepare();
     bool start();
