@@ -43,6 +43,10 @@ DataSource::DataSource(std::shared_ptr<IPeriod> period, const StringMap *headers
     collect(own.get(), pairs_);
 }
 
+bool DataSource::refusesSurface() const {
+    return headerOr("no_need_surface", "") == "1";
+}
+
 int64_t DataSource::startMs() const {
     return period_ ? std::max<int64_t>(0, period_->getStartTime()) : 0;
 }

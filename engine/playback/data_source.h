@@ -28,6 +28,8 @@ public:
     /// Empty if there was no period.
     const std::shared_ptr<IPeriod> &period() const { return period_; }
     int64_t startMs() const;
+    /// Its pictures are not for a window surface.
+    bool refusesSurface() const;
     /// The period's sources at this moment.
     std::vector<std::shared_ptr<ISource>> sources() const;
     /// A source's first URL, live URLs built, and its length as far as that is known without looking into a file.

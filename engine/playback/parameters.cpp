@@ -12,6 +12,9 @@ namespace oriplayer {
 namespace {
 
 enum Number : int {
+    kRotation = 2004,
+    kOrientation = 2006,
+    kSurfaceSize = 2008,
     kMute = 2009,
     kSpeed = 2104,
     kHidePictures = 2300,
@@ -37,8 +40,8 @@ enum Number : int {
 };
 
 // Accepted and without effect here.
-constexpr std::array kAccepted{1991, 2001, 2002, 2003, 2004, 2005, 2006, 2007, 2008, 2012, 2013, 2015, 2016,
-                               2100, 2330, 2360, 3200, 3201, 3202, 3300, 3600, 4100, 4101, 4102, 4105, 4213};
+constexpr std::array kAccepted{1991, 2001, 2002, 2003, 2005, 2007, 2012, 2013, 2015, 2016, 2100, 2330,
+                               2360, 3200, 3201, 3202, 3300, 3600, 4100, 4101, 4102, 4105, 4213};
 
 constexpr double kSlowest = 0.5;
 constexpr double kFastest = 4.0;
@@ -56,6 +59,12 @@ float rate(int64_t count, int64_t us) {
 int Parameters::set(int number, const Param &value) {
     const Param reading(value);  // begins at the first value
     switch (number) {
+        case kRotation:
+            return setRotation(reading);
+        case kOrientation:
+            return setOrientation(reading.getInt32(-1));
+        case kSurfaceSize:
+            return setSurfaceSize(reading);
         case kMute:
             return setMute(reading.getInt32(-1) != 0);
         case kSpeed:
@@ -111,6 +120,24 @@ int Parameters::setSpeed(double speed) {
     stage.clock.setSpeed(std::clamp(speed, kSlowest, kFastest));
     stage.wakeAll();
     return 0;
+}
+
+int Parameters::setRotation(const Param &value) {
+    const int count = value.getInt32(0);
+    const auto *matrix = static_cast<const float *>(value.getPointer(2));
+    const auto turn = [=](SurfaceView &view) { return view.setMatrix(count, matrix); };
+    return session_.stage().surface.adjust(turn) ? 0 : -1;
+}
+
+int Parameters::setOrientation(int value) {
+    return session_.stage().surface.adjust([=](SurfaceView &view) { return view.setOrientation(value); }) ? 0 : -1;
+}
+
+int Parameters::setSurfaceSize(const Param &value) {
+    const int width = value.getInt32(0);
+    const int height = value.getInt32(1);
+    const auto resize = [=](SurfaceView &view) { return view.setSize(width, height); };
+    return session_.stage().surface.adjust(resize) ? 0 : -1;
 }
 
 int Parameters::setSubtitles(const Param &value) {

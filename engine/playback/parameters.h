@@ -22,6 +22,9 @@ private:
     int setDevice(const char *name);
     int setSpeed(double speed);
     int setShowPictures(bool show);
+    int setRotation(const Param &value);
+    int setOrientation(int value);
+    int setSurfaceSize(const Param &value);
     int setSubtitles(const Param &value);
     int setSubtitleLook(const Param &value);
     VariantTimes::Report hlsReport() const;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-
+#include <utility>
 #include "base/oriplayer/picture.h"
 
 namespace oriplayer {
@@ -39,11 +39,16 @@ uint32_t aspectOf(const AVFrame &frame) {
     return static_cast<uint32_t>(aspect.num) << 16 | static_cast<uint32_t>(aspect.den);
 }
 
+VideoPicture wholeOf(const AVFrame &frame, std::array<PlaneEntry, 3> &planes) {
+    for (std::size_t i = 0; i < planes.size(); ++i) planes[i] = {frame.linesize[i], frame.data[i]};
+    return {frame.width, frame.height, 0, {}, planes.data()};
+}
+
 }  // namespace
 
 void PictureOutlet::show(const Picture &picture, int64_t lateUs) {
     stage_.tellSize(picture.frame->width, picture.frame->height);
-    if (stage_.showPictures && open()) render(picture, lateUs);
+    if (stage_.showPictures) hand(picture, lateUs);
     ++stage_.counters.picturesShown;
 }
 
@@ -71,13 +76,31 @@ void PictureOutlet::close() {
     pipeline_.reset();
 }
 
-void PictureOutlet::render(const Picture &picture, int64_t lateUs) {
+// To the pipeline; without one to the window surface.
+void PictureOutlet::hand(const Picture &picture, int64_t lateUs) {
+    const bool piped = open();
+    if (!piped && !stage_.surface.wanted()) return;
     const auto patience = stage_.untimed ? Subtitles::Patience::kUntilRead : Subtitles::Patience::kNone;
     const FramePtr drawn = stage_.subtitles.draw(*picture.frame, picture.playUs - picture.baseUs, patience);
     const AVFrame &frame = drawn ? *drawn : *picture.frame;
+    piped ? render(frame, picture, lateUs) : draw(frame);
+}
+
+void PictureOutlet::draw(const AVFrame &frame) {
+    FramePtr shown(av_frame_clone(&frame));
+    if (!shown) return;
     std::array<PlaneEntry, 3> planes{};
-    for (std::size_t i = 0; i < planes.size(); ++i) planes[i] = {frame.linesize[i], frame.data[i]};
-    VideoPicture video{frame.width, frame.height, 0, {}, planes.data()};
+    VideoPicture part = wholeOf(frame, planes);
+    stage_.settings.crop().apply(part);
+    for (std::size_t i = 0; i < planes.size(); ++i) shown->data[i] = planes[i].data;
+    shown->width = part.width;
+    shown->height = part.height;
+    if (const CallbackGate::Pass pass(stage_.pictureGate); pass) stage_.surface.show(std::move(shown));
+}
+
+void PictureOutlet::render(const AVFrame &frame, const Picture &picture, int64_t lateUs) {
+    std::array<PlaneEntry, 3> planes{};
+    VideoPicture video = wholeOf(frame, planes);
     stage_.settings.crop().apply(video);
     const auto positionUs = static_cast<uint64_t>(picture.playUs - picture.baseUs);
     RenderRecord record{};

@@ -21,7 +21,9 @@ public:
 
 private:
     bool open();
-    void render(const Picture &picture, int64_t lateUs);
+    void hand(const Picture &picture, int64_t lateUs);
+    void render(const AVFrame &frame, const Picture &picture, int64_t lateUs);
+    void draw(const AVFrame &frame);
 
     Stage &stage_;
     std::shared_ptr<VideoRenderPipeline> pipeline_;  ///< the one that was opened

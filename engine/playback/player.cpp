@@ -116,8 +116,8 @@ int PlayerImpl::setVideoPipeline(std::shared_ptr<VideoRenderPipeline> pipeline) 
     return 0;
 }
 
-// Pictures leave through the pipeline alone: a surface is neither awaited nor used.
-int PlayerImpl::setVideoSurface(void *, bool, int) {
+int PlayerImpl::setVideoSurface(void *surface, bool, int) {
+    stage_.surface.set(surface);
     return 0;
 }
 

@@ -29,6 +29,7 @@ bool Session::setDataSource(DataSource source) {
     std::lock_guard lock(sourceMutex_);
     if (source_ || stage_.control.preparing() || stage_.control.stopped()) return false;
     source_.emplace(std::move(source));
+    if (source_->refusesSurface()) stage_.surface.forbid();
     stage_.programme.assign(source_->itemsOf(source_->sources()));
     return true;
 }
@@ -161,6 +162,7 @@ void Session::cancelReplacement() {
 void Session::stop() {
     const bool first = stage_.control.stop();
     stage_.subtitles.stop();
+    stage_.surface.close();
     stage_.notifier.silence();
     stage_.pictureGate.close();
     if (first && !stage_.control.ended()) stage_.clock.hold();

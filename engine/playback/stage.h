@@ -22,6 +22,7 @@
 #include "playback/signal.h"
 #include "playback/variant_times.h"
 #include "subtitle/subtitles.h"
+#include "surface/surface.h"
 
 namespace oriplayer {
 
@@ -69,6 +70,7 @@ struct Stage {
     CallbackGate pictureGate;
     DeferredFailure failure;
     Subtitles subtitles{[this](const std::string &line) { tellLog(line); }};
+    Surface surface{[this](const std::string &line) { tellLog(line); }};
     DownloadSpeed downloadSpeed;
     VariantTimes variants;
     const std::shared_ptr<HostRoute> route = std::make_shared<HostRoute>();
