@@ -84,8 +84,8 @@ private:
         return picture.frame ? int64_t{3} * picture.frame->width * picture.frame->height / 2 : 0;
     }
 
-    // Four bridge a decoder's unevenness of 160 ms at 25 pictures a second. Large ones (1920x1080 takes 3 MB) are fewer:
-    // the decoder's own threads hold some more.
+    // Four bridge a decoder's unevenness of 160 ms at 25 pictures a second. Large ones (1920x1080 takes 3 MB) are
+    // fewer: the decoder's own threads hold some more.
     static constexpr int64_t kMost = 4;
     static constexpr int64_t kEnough = 2;
     static constexpr int64_t kMostBytes = 8 << 20;
