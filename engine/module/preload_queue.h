@@ -36,7 +36,7 @@ public:
         std::chrono::milliseconds lookAgain{5'000};  ///< whether it is
     };
 
-    PreloadQueue() = default;
+    PreloadQueue() : PreloadQueue(Times()) {}
     explicit PreloadQueue(Times times) : times_(times) {}
     static PreloadQueue &instance();
     /// Only queues.

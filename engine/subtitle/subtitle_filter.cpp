@@ -83,7 +83,7 @@ MediaError SubtitleFilter::connect(const std::string &path, const std::string &f
     graph_.reset(avfilter_graph_alloc());
     if (!graph_) return {AVERROR(ENOMEM), "no memory"};
     graph_->nb_threads = 1;
-    avfilter_graph_set_auto_convert(graph_.get(), AVFILTER_AUTO_CONVERT_NONE);
+    avfilter_graph_set_auto_convert(graph_.get(), static_cast<unsigned>(AVFILTER_AUTO_CONVERT_NONE));
     if (MediaError error = addSource()) return error;
     if (MediaError error = addText(path, styleOf(look_, fontFamily, file_, times_.scriptRows), fontFolder))
         return error;
