@@ -139,7 +139,10 @@ TEST(Decoding, AKeyFrameAloneGivesThePictureThatComesFirst) {
         Decoding decoding(support::clip(name));
         PacketPtr packet(av_packet_alloc());
         SourceInput::Stream stream = SourceInput::Stream::kAudio;
-        while (stream != SourceInput::Stream::kVideo) ASSERT_EQ(decoding.input.read(packet.get(), stream), 0);
+        do {
+            av_packet_unref(packet.get());
+            ASSERT_EQ(decoding.input.read(packet.get(), stream), 0);
+        } while (stream != SourceInput::Stream::kVideo);
         const FramePtr alone = decoding.video.decodeAlone(*packet);
         FramePtr first(av_frame_alloc());
         do {
