@@ -278,18 +278,8 @@ bool Reader::followVariant() {
 
 void Reader::announceVariant(int64_t playUs) {
     stage_.variants.enter(playUs, input_->variants().current);
-    StreamItem item;
-    item.kind = StreamItem::Kind::kStream;
-    item.generation = generation_;
-    item.baseUs = baseUs_;
-    StreamItem other;
-    other.kind = item.kind;
-    other.generation = item.generation;
-    other.baseUs = item.baseUs;
-    item.video = video_;
-    other.audio = audio_;
-    stage_.videoPackets.push(std::move(item));
-    if (newAudio_) stage_.audioPackets.push(std::move(other));
+    stage_.videoPackets.push(pictureStream());
+    if (newAudio_) stage_.audioPackets.push(soundStream());
     newVideo_ = newAudio_ = false;
 }
 
@@ -302,24 +292,31 @@ void Reader::beginGeneration(int64_t targetUs) {
     pushStreams();
 }
 
-void Reader::pushStreams() {
+StreamItem Reader::pictureStream() const {
     StreamItem item;
     item.kind = StreamItem::Kind::kStream;
     item.generation = generation_;
     item.baseUs = baseUs_;
-    StreamItem other;
-    other.kind = item.kind;
-    other.generation = item.generation;
-    other.baseUs = item.baseUs;
     item.video = video_;
-    other.audio = audio_;
+    return item;
+}
+
+StreamItem Reader::soundStream() const {
+    StreamItem item = pictureStream();
+    item.video = nullptr;
+    item.audio = audio_;
+    return item;
+}
+
+void Reader::pushStreams() {
+    StreamItem item = pictureStream();
     if (untouched_) item.beginsUs = offsetUs_ + baseUs_;
     if (offsetUs_ + baseUs_ != 0) ahead_.undoDecoding();  // the decoder knows these pictures by other times
     item.pictures = std::move(ahead_.pictures);
     item.goesOn = !ahead_.decoding.empty();
     newVideo_ = newAudio_ = false;
     stage_.videoPackets.push(std::move(item));
-    stage_.audioPackets.push(std::move(other));
+    stage_.audioPackets.push(soundStream());
     stage_.videoWake.notify();
     stage_.audioWake.notify();
     pushAhead();

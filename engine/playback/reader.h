@@ -52,6 +52,8 @@ private:
     bool goTo(int64_t positionUs);
     void landOnKeyFrame(int64_t targetUs);
     void beginGeneration(int64_t targetUs);
+    StreamItem pictureStream() const;
+    StreamItem soundStream() const;
     void pushStreams();
     void pushAhead();
     void pushEnd();

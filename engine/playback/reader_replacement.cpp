@@ -135,20 +135,11 @@ void Reader::enter(const DataSource &data, const Programme &programme) {
 }
 
 void Reader::joinStreams(int64_t joinUs) {
-    StreamItem pictures;
-    pictures.kind = StreamItem::Kind::kStream;
-    pictures.generation = generation_;
-    pictures.baseUs = baseUs_;
-    pictures.joinUs = joinUs;
-    StreamItem sound;
-    sound.kind = pictures.kind;
-    sound.generation = pictures.generation;
-    sound.baseUs = pictures.baseUs;
-    sound.joinUs = joinUs;
-    pictures.video = video_;
+    StreamItem pictures = pictureStream();
+    StreamItem sound = soundStream();
+    pictures.joinUs = sound.joinUs = joinUs;
     pictures.pictures = std::move(ahead_.pictures);
     pictures.goesOn = true;
-    sound.audio = audio_;
     newVideo_ = newAudio_ = false;
     stage_.videoPackets.push(std::move(pictures));
     stage_.audioPackets.push(std::move(sound));
