@@ -153,12 +153,11 @@ void AudioRenderer::start() {
     if (impl_->current) impl_->current.voice->start();
 }
 
-void AudioRenderer::startAt(int64_t positionUs) {
+void AudioRenderer::startAt(int64_t positionUs, SoundTime at) {
     const std::lock_guard lock(impl_->mutex);
-    const SoundTime now = steadyNow();
-    if (!impl_->running) impl_->runningSince = now;
+    if (!impl_->running) impl_->runningSince = steadyNow();
     impl_->running = true;
-    if (impl_->current) impl_->current.voice->startAt(positionUs, now, impl_->speed);
+    if (impl_->current) impl_->current.voice->startAt(positionUs, at, impl_->speed);
 }
 
 void AudioRenderer::pause() {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "ffmpeg.h"
+#include "output/sound.h"
 
 namespace oriplayer {
 
@@ -43,9 +44,9 @@ public:
     void uninterrupt();  ///< push may wait again
 
     void start();
-    /// Behind open or flush: `positionUs` is presented now, and sound falls in at its place when the device asks for
-    /// it.
-    void startAt(int64_t positionUs);
+    /// Behind open or flush: `positionUs` is presented at the moment `at`, and sound falls in at its place when the
+    /// device asks for it.
+    void startAt(int64_t positionUs, SoundTime at);
     void pause();
     void setVolume(float volume);  ///< 0..1
     float volume() const;

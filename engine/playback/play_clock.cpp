@@ -37,17 +37,17 @@ void PlayClock::abandonSound() {
     awaitingSound_ = false;
 }
 
-bool PlayClock::run(const std::atomic<bool> &wanted, bool awaitSound) {
+bool PlayClock::run(const std::atomic<bool> &wanted, bool awaitSound, std::optional<SteadyTime> since) {
     std::lock_guard lock(mutex_);
     if (!wanted) return false;
     if (running_) return true;
     const auto now = steady_clock::now();
     running_ = true;
-    anchorTime_ = now;
+    anchorTime_ = fresh_ ? since.value_or(now) : now;
     awaitingSound_ = awaitSound && !soundLost_ && !fresh_;
     awaitUntil_ = now + kAwaitSound;
     if (fresh_) {
-        sound_.startAt(anchorUs_);
+        sound_.startAt(anchorUs_, anchorTime_);
     } else {
         sound_.start();
     }

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "output/audio_renderer.h"
@@ -26,8 +27,9 @@ public:
     /// The device is lost: the renderer's position counts no more.
     void abandonSound();
     /// Lets time and sound run if `wanted` is still set. With `awaitSound` behind a pause time stands until sound is
-    /// heard, at most 300 ms, so that it need not jump back; behind setTo() the sound falls in where time is by then.
-    bool run(const std::atomic<bool> &wanted, bool awaitSound);
+    /// heard, at most 300 ms, so that it need not jump back; behind setTo() time begins at `since`, or now, and the
+    /// sound falls in where time is by then.
+    bool run(const std::atomic<bool> &wanted, bool awaitSound, std::optional<SteadyTime> since = std::nullopt);
     void hold();
     void setSpeed(double speed);
     double speed() const;

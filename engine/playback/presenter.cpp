@@ -4,6 +4,8 @@
 #include <chrono>
 #include <utility>
 
+#include "module/hand_over.h"
+
 namespace oriplayer {
 
 using std::chrono::microseconds;
@@ -132,9 +134,15 @@ Presenter::Next Presenter::letRun() {
     }
     if (soundDue && !stage_.soundLost && steady_clock::now() < landedAt_ + kAwaitSound) return landedAt_ + kAwaitSound;
     if (stage_.catchesUp && steady_clock::now() < landedAt_ + kAwaitSecond) return landedAt_ + kAwaitSecond;
-    if (stage_.clock.run(stage_.control.playingFlag(), soundPlays())) stage_.audioWake.notify();
+    if (stage_.clock.run(stage_.control.playingFlag(), soundPlays(), endBefore())) stage_.audioWake.notify();
     impairments_.restart();
     return std::nullopt;
+}
+
+// For the player's first run: where the player before it came to its end.
+std::optional<SteadyTime> Presenter::endBefore() {
+    if (std::exchange(begun_, true)) return std::nullopt;
+    return HandOver::instance().takeOver(stage_.made, steady_clock::now());
 }
 
 // With the first new data alone the next stall would follow at once.
@@ -221,6 +229,7 @@ Presenter::Next Presenter::waitForMore() {
 Presenter::Next Presenter::finish() {
     const int64_t now = stage_.clock.nowUs();
     if (pictureShown_ && now < lastEndUs_) return stage_.clock.timeOf(lastEndUs_);
+    int64_t endUs = pictureShown_ ? lastEndUs_ : now;
     const int64_t soundEnd = stage_.soundEndUs;
     if (stage_.soundLost) {
         if (!pictureShown_ && now < soundEnd) return stage_.clock.timeOf(soundEnd);
@@ -229,11 +238,13 @@ Presenter::Next Presenter::finish() {
         if (now < waitFor) return std::min(stage_.clock.timeOf(waitFor), steady_clock::now() + kLookAgain);
         const bool patient = !pictureShown_ && now < soundEnd + kEndPatienceUs;
         if (patient) return steady_clock::now() + milliseconds(5);
+        endUs = std::max(endUs, waitFor);
     }
-    return conclude();
+    return conclude(endUs);
 }
 
-Presenter::Next Presenter::conclude() {
+// `endUs`: play scale, where the programme was over.
+Presenter::Next Presenter::conclude(int64_t endUs) {
     account();
     const int64_t now = stage_.clock.nowUs();
     if (const auto failure = stage_.failure.get()) {
@@ -243,7 +254,10 @@ Presenter::Next Presenter::conclude() {
     if (!stage_.control.reachEnd(generation_)) return std::nullopt;
     if (!stage_.untimed) {
         stage_.sound.leaveToDevice(kDeviceTailUs);
+        const auto since =
+            static_cast<int64_t>(static_cast<double>(std::max<int64_t>(0, now - endUs)) / stage_.clock.speed());
         stage_.clock.setTo(now, generation_);
+        HandOver::instance().ended(steady_clock::now() - microseconds(since));
     }
     stage_.tellEnd();
     return std::nullopt;
@@ -265,7 +279,7 @@ Presenter::Next Presenter::playUntimed() {
     if (!everythingDecoded() || !stage_.control.wantsToPlay()) return std::nullopt;
     stage_.shownGeneration = generation_;
     if (pictureShown_) stage_.clock.setTo(lastEndUs_, generation_);
-    return conclude();
+    return conclude(lastEndUs_);
 }
 
 void Presenter::account() {

@@ -32,13 +32,14 @@ private:
 
     bool land();
     Next letRun();
+    std::optional<SteadyTime> endBefore();
     Next showDue(const Front &front);
     bool tooLate(const Front &front, int64_t nowUs) const;
     void present(Picture picture, int64_t lateUs);
     Next awaitFirstSound();
     Next waitForMore();
     Next finish();
-    Next conclude();
+    Next conclude(int64_t endUs);
     bool refilled();
     bool soundPlays() const;
     bool picturesEnded() const;
@@ -61,6 +62,7 @@ private:
     SteadyTime landedAt_;
     // of the player
     bool firstTold_ = false;
+    bool begun_ = false;
     int dropped_ = 0;  ///< pictures in a row
 };
 

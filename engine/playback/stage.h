@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -62,6 +63,7 @@ struct Stage {
     explicit Stage(int playerId) : id(playerId) {}
 
     const int id;
+    const SteadyTime made = std::chrono::steady_clock::now();
     Control control;
     Settings settings;
     Counters counters;
