@@ -4,7 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "module/hand_over.h"
+#include "playback/hand_over.h"
 
 namespace oriplayer {
 

@@ -1,4 +1,4 @@
-#include "module/hand_over.h"
+#include "playback/hand_over.h"
 
 #include <gtest/gtest.h>
 
