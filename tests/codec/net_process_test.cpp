@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "codec/codec_net_process.h"
-#include "codec/recording_configure.h"
+#include "fake/recording_configure.h"
 #include "fake/scripted_engine.h"
 #include "timeline/timeline.h"
 
@@ -102,7 +102,7 @@ TEST_F(NetProcess, HostStrategy_IsSetByTheHeadersAndClearedByOthersButNotByNone)
 }
 
 TEST_F(NetProcess, AProbe_MakesALocalServerOnAMobileNetworkCountAsWifi) {
-    const auto host = std::make_shared<RecordingConfigure>();
+    const auto host = std::make_shared<fake::RecordingConfigure>();
     host->set("p2p_vod_enable_4G", "1");
     host->set("network_type", "3");
     process->SetCurrentHeader(11, headers({{"cdn_4g_domain", "mobile"}}));
@@ -123,7 +123,7 @@ TEST_F(NetProcess, AProbe_MakesALocalServerOnAMobileNetworkCountAsWifi) {
 }
 
 TEST_F(NetProcess, TheTimeline_GivesAConfigurationToLeaveAndAPlayerToTell) {
-    const auto host = std::make_shared<RecordingConfigure>();
+    const auto host = std::make_shared<fake::RecordingConfigure>();
     const auto timeline = std::make_shared<Timeline>(0);
     timeline->SetConfigure(host);
     process->Initialize(timeline, nullptr, -1, -1);

@@ -9,7 +9,8 @@
 //   EXPECT_EQ(listener->takeEvents(), "1000@000100");
 //
 // An entry is "number@identity", the identity in six hexadecimal digits (timeline, period, source), or "number@-1" and
-// the like for negative ids; "number@identity(arg1)" where the first argument is not 0.
+// the like for negative ids; "number@identity(arg1)" where the first argument is not 0, and a text among the data
+// follows the identity, "number@identity:text".
 
 #include <chrono>
 #include <condition_variable>
@@ -54,10 +55,10 @@ public:
     }
 
 protected:
-    void record(int64_t id, int what, int arg1) {
+    void record(int64_t id, int what, int arg1, const std::string &detail = "") {
         char text[64];
         std::snprintf(text, sizeof text, id < 0 ? "%d@%lld" : "%d@%06llx", what, static_cast<long long>(id));
-        std::string entry = text;
+        std::string entry = text + detail;
         if (arg1 != 0) entry += "(" + std::to_string(arg1) + ")";
         std::function<void()> handler;
         {
@@ -83,25 +84,10 @@ private:
 class RecordingListener : public oriplayer::IOriPlayerListener, public EventRecorder {
 public:
     void notify(long long id, int what, int arg1, int, const oriplayer::Param &param) override {
-        const oriplayer::Param copy(param);
-        const char *text = copy.getCString(0);
-        {
-            const std::lock_guard<std::mutex> lock(textMutex_);
-            lastText_ = text ? text : "";
-        }
-        record(id, what, arg1);
+        const char *text = param.getCString(0);
+        record(id, what, arg1, text ? std::string(":") + text : "");
     }
     void notify(int, int, int, const std::string &, const std::string &) override {}
-
-    /// The first value of the last event's data, if that is a text.
-    std::string lastText() {
-        const std::lock_guard<std::mutex> lock(textMutex_);
-        return lastText_;
-    }
-
-private:
-    std::mutex textMutex_;
-    std::string lastText_;
 };
 
 class RecordingInternalListener : public vexo::InternalEventListener, public EventRecorder {

@@ -2,7 +2,6 @@
 #include <json/json.h>
 
 #include <mutex>
-#include <string>
 
 #include "base/live_stream_sdk.h"
 #include "base/oriplayer/module.h"
@@ -16,7 +15,7 @@ fake::ScriptedEngine &engine() {
     return fake::ScriptedEngine::instance();
 }
 
-std::string textOf(const char *text) {
+const char *textOf(const char *text) {
     return text ? text : "null";
 }
 
@@ -34,28 +33,28 @@ std::shared_ptr<IOriPlayer> IOriPlayer::create() {
 }
 
 int setProperty(int number, const char *value) {
-    engine().write("setProperty(" + std::to_string(number) + "," + textOf(value) + ")");
+    engine().write("setProperty", number, textOf(value));
     return engine().result(number);
 }
 
 int addPreloadTask(const char *url, int64_t kib) {
-    engine().write("addPreloadTask(" + textOf(url) + "," + std::to_string(kib) + ")");
+    engine().write("addPreloadTask", textOf(url), kib);
     return url && *url ? 0 : -1;
 }
 
 int addPreloadTask(const char *url, const char *cacheId, PreloadCallback callback, void *context) {
-    engine().write("addPreloadTask(" + textOf(url) + "," + textOf(cacheId) + ")");
+    engine().write("addPreloadTask", textOf(url), textOf(cacheId));
     if (callback) callback(context, 0, 0, 0, url);
     return url && *url ? 0 : -1;
 }
 
 int getInfoByPlayerId(int playerId, int key, void *out) {
-    engine().writeQuery("getInfoByPlayerId(" + std::to_string(playerId) + "," + std::to_string(key) + ")");
+    engine().writeQuery("getInfoByPlayerId", playerId, key);
     return engine().info(playerId, key, out);
 }
 
 int getDownloadStatisticInfo(int playerId, cache_static_t *out) {
-    engine().writeQuery("getDownloadStatisticInfo(" + std::to_string(playerId) + ")");
+    engine().writeQuery("getDownloadStatisticInfo", playerId);
     return engine().download(playerId, out);
 }
 

@@ -1,19 +1,23 @@
-#include "fake/scripted_player.h"
-
-#include <cstdint>
-#include <cstdio>
+#include <algorithm>
+#include <string>
 #include <utility>
+
+#include "fake/scripted_engine.h"
 
 namespace fake {
 
 namespace {
 
+std::string urlOf(oriplayer::ISource *source) {
+    std::string url;
+    if (source) source->getUrl(0, url);
+    return url;
+}
+
 std::string urlsOf(const std::shared_ptr<oriplayer::IPeriod> &period) {
     std::string urls;
     for (int i = 0; period && i < period->getSourceCount(); ++i) {
-        std::string url;
-        period->getSource(i)->getUrl(0, url);
-        urls += (i == 0 ? "" : "+") + url;
+        urls += (i == 0 ? "" : "+") + urlOf(period->getSource(i).get());
     }
     return urls;
 }
@@ -30,227 +34,174 @@ int64_t lengthOf(const std::shared_ptr<oriplayer::IPeriod> &period) {
     return length;
 }
 
-std::string numbers(int64_t first, int64_t second) {
-    return "(" + std::to_string(first) + "," + std::to_string(second) + ")";
-}
+class ScriptedPlayer final : public oriplayer::IOriPlayer {
+public:
+    ScriptedPlayer(std::string name, std::shared_ptr<PlayerScript> script)
+        : name_(std::move(name)), script_(std::move(script)) {}
+    ~ScriptedPlayer() override {
+        give(script_->listener, {});
+        give(script_->pipeline, {});
+        give(script_->reporter, {});
+        engine_.destroyed();
+        write("destroy");
+    }
 
-ScriptedEngine &engine() {
-    return ScriptedEngine::instance();
-}
+    int setDataSource(const std::vector<std::shared_ptr<oriplayer::PlayComponent>> &components, int,
+                      const std::shared_ptr<oriplayer::StringMap> &) override {
+        const bool given = !components.empty() && components[0] && components[0]->playList;
+        const auto period = given ? components[0]->playList->getPeriod(0) : nullptr;
+        declaredMs_ = lengthOf(period);
+        return write("setDataSource", urlsOf(period));
+    }
+    int changePeriod(int, int, const std::shared_ptr<oriplayer::IPeriod> &period,
+                     const std::shared_ptr<oriplayer::StringMap> &) override {
+        declaredMs_ = lengthOf(period);
+        return write("changePeriod", urlsOf(period));
+    }
+    int addSource(int, const std::shared_ptr<oriplayer::ISource> &source,
+                  const std::shared_ptr<oriplayer::StringMap> &) override {
+        declaredMs_ += lengthOf(source);
+        return write("addSource", urlOf(source.get()));
+    }
+    int prepareAsync() override {
+        write("prepareAsync");
+        if (engine_.autoPrepare && !script_->forgotten) engine_.postLater(name_, 1000);
+        return 0;
+    }
+    int start() override {
+        playing_ = true;
+        write("start");
+        return script_->startResult;
+    }
+    int pause() override {
+        playing_ = false;
+        return write("pause");
+    }
+    int seekTo(int positionMs, int mode) override { return write("seekTo", positionMs, mode); }
+    int stop(bool) override {
+        {
+            const std::lock_guard lock(script_->mutex);
+            script_->stopped = true;
+        }
+        playing_ = false;
+        return write("stop");
+    }
+    int getCurrentPosition(int64_t *positionMs, int mode) override {
+        query("getCurrentPosition", mode);
+        *positionMs = script_->positionMs;
+        return 0;
+    }
+    int getDuration(int64_t *durationMs) override {
+        query("getDuration");
+        const int64_t scripted = script_->durationMs;
+        *durationMs = scripted >= 0 ? scripted : declaredMs_.load();
+        return 0;
+    }
+    int getVideoWidth() override {
+        query("getVideoWidth");
+        return script_->width;
+    }
+    int getVideoHeight() override {
+        query("getVideoHeight");
+        return script_->height;
+    }
+    int setParameter(int number, const oriplayer::Param &value, int index) override {
+        return parameter("setParameter", number, value, index);
+    }
+    int getParameter(int number, oriplayer::Param *value, int) override {
+        query("getParameter", number);
+        return engine_.getParameter(number, *value);
+    }
+    bool isPlaying() override {
+        query("isPlaying");
+        return playing_;
+    }
+    int setVideoPipeline(std::shared_ptr<oriplayer::VideoRenderPipeline> pipeline) override {
+        give(script_->pipeline, std::move(pipeline));
+        return write("setVideoPipeline");
+    }
+    int setVideoSurface(void *surface, bool flag, int) override { return write("setVideoSurface", surface, flag); }
+    int setRenderConfig(int number, const oriplayer::Param &value, int index) override {
+        return parameter("setRenderConfig", number, value, index);
+    }
+    int setFilter(int type, oriplayer::StringMap &params, int index) override {
+        FilterCall call{type, {}, index};
+        for (int i = 0; i < params.size(); ++i) call.params.emplace_back(params.keyAt(i), params.valueAt(i));
+        engine_.keep(std::move(call));
+        write("setFilter", type);
+        return engine_.result(type);
+    }
+    bool isLooping() override {
+        query("isLooping");
+        return looping_;
+    }
+    int setLooping(bool looping) override {
+        looping_ = looping;
+        return write("setLooping", looping);
+    }
+    int getPlayerId() override {
+        query("getPlayerId");
+        return script_->id;
+    }
+    int setUserAgent(const char *userAgent) override { return write("setUserAgent", userAgent ? userAgent : "null"); }
+    int setConfigure(std::shared_ptr<protocols::IConfigure>) override { return write("setConfigure"); }
+    int setReporter(std::shared_ptr<protocols::IReporter> reporter) override {
+        give(script_->reporter, std::move(reporter));
+        return write("setReporter");
+    }
+    int setListener(std::shared_ptr<oriplayer::IOriPlayerListener> listener) override {
+        const bool given = listener != nullptr;
+        give(script_->listener, std::move(listener));
+        return given ? write("setListener") : write("setListener", "null");
+    }
+
+private:
+    /// What was there before is let go without the lock.
+    template <typename T> void give(std::shared_ptr<T> &place, std::shared_ptr<T> given) {
+        const std::lock_guard lock(script_->mutex);
+        place.swap(given);
+    }
+    template <typename... Arguments> int write(const char *call, const Arguments &...arguments) const {
+        if (!script_->forgotten) engine_.write(name_ + "." + call, arguments...);
+        return 0;
+    }
+    template <typename... Arguments> void query(const char *call, const Arguments &...arguments) const {
+        if (engine_.logQueries) write(call, arguments...);
+    }
+    int parameter(const char *call, int number, const oriplayer::Param &value, int index) const {
+        engine_.keep(ParameterCall{name_, call, number, value, index});
+        write(call, number);
+        return engine_.result(number);
+    }
+
+    const std::string name_;
+    const std::shared_ptr<PlayerScript> script_;
+    ScriptedEngine &engine_ = ScriptedEngine::instance();
+    std::atomic<int64_t> declaredMs_{0};
+    std::atomic<bool> playing_{false};
+    std::atomic<bool> looping_{false};
+};
 
 }  // namespace
 
-bool Voice::tell(int what, int arg1, int arg2, const oriplayer::Param &param) {
-    std::shared_ptr<oriplayer::IOriPlayerListener> told;
+std::shared_ptr<oriplayer::IOriPlayer> ScriptedEngine::create() {
+    std::shared_ptr<oriplayer::IOriPlayer> player;
+    std::string name;
     {
-        const std::lock_guard<std::mutex> lock(mutex);
-        if (!stopped) told = listener;
+        const std::lock_guard lock(mutex_);
+        if (failing_ > 0) {
+            --failing_;
+        } else {
+            name = "p" + std::to_string(++created_);
+            auto &script = scripts_[name];
+            if (!script) script = std::make_shared<PlayerScript>();
+            script->id = ++lastId_;
+            player = std::make_shared<ScriptedPlayer>(name, script);
+            maxLiving_ = std::max(maxLiving_, ++living_);
+        }
     }
-    if (told) told->notify(id, what, arg1, arg2, param);
-    return told != nullptr;
-}
-
-ScriptedPlayer::ScriptedPlayer(std::string name, std::shared_ptr<Voice> voice, std::shared_ptr<PlayerScript> script,
-                               const std::shared_ptr<const int> &session)
-    : name_(std::move(name)), voice_(std::move(voice)), script_(std::move(script)), session_(session) {}
-
-ScriptedPlayer::~ScriptedPlayer() {
-    give(voice_->listener, {});
-    give(voice_->pipeline, {});
-    give(voice_->configure, {});
-    give(voice_->reporter, {});
-    engine().destroyed(session_.expired() ? "" : name_ + ".destroy");
-}
-
-template <typename T> void ScriptedPlayer::give(std::shared_ptr<T> &place, std::shared_ptr<T> given) {
-    const std::lock_guard<std::mutex> lock(voice_->mutex);
-    place.swap(given);
-}
-
-void ScriptedPlayer::write(const std::string &call) const {
-    if (!session_.expired()) engine().write(name_ + "." + call);
-}
-
-void ScriptedPlayer::query(const std::string &call) const {
-    if (!session_.expired()) engine().writeQuery(name_ + "." + call);
-}
-
-int ScriptedPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer::PlayComponent>> &components, int,
-                                  const std::shared_ptr<oriplayer::StringMap> &) {
-    const bool given = !components.empty() && components[0] && components[0]->playList;
-    const auto period = given ? components[0]->playList->getPeriod(0) : nullptr;
-    {
-        const int64_t length = lengthOf(period);
-        const std::lock_guard<std::mutex> lock(mutex_);
-        declaredMs_ = length;
-    }
-    write("setDataSource(" + urlsOf(period) + ")");
-    return 0;
-}
-
-int ScriptedPlayer::changePeriod(int, int, const std::shared_ptr<oriplayer::IPeriod> &period,
-                                 const std::shared_ptr<oriplayer::StringMap> &) {
-    {
-        const int64_t length = lengthOf(period);
-        const std::lock_guard<std::mutex> lock(mutex_);
-        declaredMs_ = length;
-    }
-    write("changePeriod(" + urlsOf(period) + ")");
-    return 0;
-}
-
-int ScriptedPlayer::addSource(int, const std::shared_ptr<oriplayer::ISource> &source,
-                              const std::shared_ptr<oriplayer::StringMap> &) {
-    std::string url;
-    if (source) source->getUrl(0, url);
-    {
-        const int64_t length = lengthOf(source);
-        const std::lock_guard<std::mutex> lock(mutex_);
-        declaredMs_ += length;
-    }
-    write("addSource(" + url + ")");
-    return 0;
-}
-
-int ScriptedPlayer::prepareAsync() {
-    write("prepareAsync");
-    if (engine().autoPrepare && !session_.expired()) engine().postLater(name_, 1000);
-    return 0;
-}
-
-int ScriptedPlayer::start() {
-    script_->playing = true;
-    write("start");
-    return script_->startResult;
-}
-
-int ScriptedPlayer::pause() {
-    script_->playing = false;
-    write("pause");
-    return 0;
-}
-
-int ScriptedPlayer::seekTo(int positionMs, int mode) {
-    write("seekTo" + numbers(positionMs, mode));
-    return 0;
-}
-
-int ScriptedPlayer::stop(bool) {
-    {
-        const std::lock_guard<std::mutex> lock(voice_->mutex);
-        voice_->stopped = true;
-    }
-    script_->playing = false;
-    write("stop");
-    return 0;
-}
-
-int ScriptedPlayer::getCurrentPosition(int64_t *positionMs, int mode) {
-    query("getCurrentPosition(" + std::to_string(mode) + ")");
-    *positionMs = script_->positionMs;
-    return 0;
-}
-
-int ScriptedPlayer::getDuration(int64_t *durationMs) {
-    query("getDuration");
-    const int64_t scripted = script_->durationMs;
-    const std::lock_guard<std::mutex> lock(mutex_);
-    *durationMs = scripted >= 0 ? scripted : declaredMs_;
-    return 0;
-}
-
-int ScriptedPlayer::getVideoWidth() {
-    query("getVideoWidth");
-    return script_->width;
-}
-
-int ScriptedPlayer::getVideoHeight() {
-    query("getVideoHeight");
-    return script_->height;
-}
-
-int ScriptedPlayer::setParameter(int number, const oriplayer::Param &value, int index) {
-    engine().keep(ParameterCall{name_, "setParameter", number, value, index});
-    write("setParameter(" + std::to_string(number) + ")");
-    return engine().result(number);
-}
-
-int ScriptedPlayer::getParameter(int number, oriplayer::Param *value, int) {
-    query("getParameter(" + std::to_string(number) + ")");
-    return engine().parameter(number, *value) ? 0 : -1;
-}
-
-bool ScriptedPlayer::isPlaying() {
-    query("isPlaying");
-    return script_->playing;
-}
-
-int ScriptedPlayer::setVideoPipeline(std::shared_ptr<oriplayer::VideoRenderPipeline> pipeline) {
-    give(voice_->pipeline, std::move(pipeline));
-    write("setVideoPipeline");
-    return 0;
-}
-
-int ScriptedPlayer::setVideoSurface(void *surface, bool flag, int) {
-    char text[48];
-    std::snprintf(text, sizeof text, "setVideoSurface(0x%llx,%d)",
-                  static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(surface)), flag ? 1 : 0);
-    write(text);
-    return 0;
-}
-
-int ScriptedPlayer::setRenderConfig(int number, const oriplayer::Param &value, int index) {
-    engine().keep(ParameterCall{name_, "setRenderConfig", number, value, index});
-    write("setRenderConfig(" + std::to_string(number) + ")");
-    return engine().result(number);
-}
-
-int ScriptedPlayer::setFilter(int type, oriplayer::StringMap &params, int index) {
-    FilterCall call{name_, type, {}, index};
-    for (int i = 0; i < params.size(); ++i) call.params.emplace_back(params.keyAt(i), params.valueAt(i));
-    engine().keep(std::move(call));
-    write("setFilter(" + std::to_string(type) + ")");
-    return engine().result(type);
-}
-
-bool ScriptedPlayer::isLooping() {
-    query("isLooping");
-    return script_->looping;
-}
-
-int ScriptedPlayer::setLooping(bool looping) {
-    script_->looping = looping;
-    write(looping ? "setLooping(1)" : "setLooping(0)");
-    return 0;
-}
-
-int ScriptedPlayer::getPlayerId() {
-    query("getPlayerId");
-    return voice_->id;
-}
-
-int ScriptedPlayer::setUserAgent(const char *userAgent) {
-    write(std::string("setUserAgent(") + (userAgent ? userAgent : "null") + ")");
-    return 0;
-}
-
-int ScriptedPlayer::setConfigure(std::shared_ptr<protocols::IConfigure> configure) {
-    give(voice_->configure, std::move(configure));
-    write("setConfigure");
-    return 0;
-}
-
-int ScriptedPlayer::setReporter(std::shared_ptr<protocols::IReporter> reporter) {
-    give(voice_->reporter, std::move(reporter));
-    write("setReporter");
-    return 0;
-}
-
-int ScriptedPlayer::setListener(std::shared_ptr<oriplayer::IOriPlayerListener> listener) {
-    const bool given = listener != nullptr;
-    give(voice_->listener, std::move(listener));
-    write(given ? "setListener" : "setListener(null)");
-    return 0;
+    player ? write(name + ".create") : write("create", "failed");
+    return player;
 }
 
 }  // namespace fake

@@ -1,5 +1,5 @@
 #include "codec/codec_net_process.h"
-#include "codec/recording_configure.h"
+#include "fake/recording_configure.h"
 #include "mixed/player_fixture.h"
 
 namespace vexo {
@@ -146,8 +146,8 @@ TEST_F(PlaybackControl, UserAgentAndSurface_ReachOneAndBothTimelines) {
 }
 
 TEST_F(PlaybackControl, ConfigurationListener_LeavesTheOldHostFirstAndIsRenewedByEveryStart) {
-    const auto host = std::make_shared<RecordingConfigure>();
-    const auto other = std::make_shared<RecordingConfigure>();
+    const auto host = std::make_shared<fake::RecordingConfigure>();
+    const auto other = std::make_shared<fake::RecordingConfigure>();
     player->setConfigure(host);
     EXPECT_EQ(host->listeners(), 3);
     player->setConfigure(other);

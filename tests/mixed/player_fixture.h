@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -27,18 +24,12 @@ class PlayerTest : public testing::Test {
 protected:
     void SetUp() override {
         engine.reset();
-        engine.onCall([this](const std::string &entry) {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            calls_.push_back(entry);
-            changed_.notify_all();
-        });
         player = MixedCodecsPlayer::create();
         player->setListener(listener);
     }
 
     void TearDown() override {
         player.reset();
-        engine.onCall(nullptr);
         engine.reset();
     }
 
@@ -85,16 +76,7 @@ protected:
 
     void ends(const std::string &name) { ASSERT_TRUE(engine.post(name, 1001)); }
 
-    /// True once the engine has been called so, since the start of the test.
-    bool waitForCall(const std::string &entry) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(10), [&] {
-            for (const std::string &call : calls_) {
-                if (call == entry) return true;
-            }
-            return false;
-        });
-    }
+    bool waitForCall(const std::string &entry) { return engine.waitForCall(entry); }
 
     std::string log() { return engine.takeLog(); }
 
@@ -108,11 +90,6 @@ protected:
     fake::ScriptedEngine &engine = fake::ScriptedEngine::instance();
     std::shared_ptr<fake::RecordingListener> listener = std::make_shared<fake::RecordingListener>();
     std::shared_ptr<MixedCodecsPlayer> player;
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<std::string> calls_;
 };
 
 }  // namespace vexo

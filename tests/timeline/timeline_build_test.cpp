@@ -6,17 +6,16 @@ namespace {
 
 class TimelineBuild : public TimelineFixture {};
 
-struct CutCase {
-    int64_t start;
-    const char *entered;  // URL of the source that playback begins in, "none" if in none
-    int64_t offset;
-};
-
 TEST_F(TimelineBuild, AStartTimeLandsInTheOneSourceThatContainsIt) {
+    struct CutCase {
+        int64_t start;
+        const char *entered;  // URL of the source that playback begins in, "none" if in none
+        int64_t offset;
+    };
     for (const CutCase &test :
          {CutCase{0, "a", 0}, {15000, "b", 5000}, {30000, "c", 0}, {-1, "none", 0}, {60000, "none", 0}}) {
         SCOPED_TRACE(test.start);
-        timeline_->Reset();
+        StartAnew();
         AddMixed({{"a", 10}, {"b", 20}, {"c", 30}}, test.start);
         EXPECT_EQ(timeline_->GetDuration(), 60000);
         EXPECT_EQ(timeline_->GetPeriodDuration(0), 60000);
@@ -46,14 +45,13 @@ TEST_F(TimelineBuild, ACutPeriodGivesItsOptionsToEverySource_AWholeOneIsTheCalle
     headers->clear();
     timeline_->SeekTo(3000, 0);
     timeline_->AccessCurrentBound([&](PlayBound *bound) {
-        EXPECT_NE(bound->period, mixed);
-        EXPECT_EQ(bound->period->getSourceCount(), 1);
-        EXPECT_EQ(bound->period->getPeriodTag(), "tag");
-        EXPECT_EQ(bound->period->getPeriodFlag(), 3);
-        EXPECT_EQ(bound->period->getSourceKind(), 1);
-        EXPECT_EQ(bound->period->getChangeMode(), 4);
-        EXPECT_EQ(bound->period->getPeriodValue(), 5);
-        EXPECT_STREQ(bound->period->getHeaders()->valueFor("key"), "value");
+        const auto &cut = bound->period;
+        EXPECT_EQ(cut->getSourceCount(), 1);
+        EXPECT_EQ(cut->getPeriodTag(), "tag");
+        const std::vector<int64_t> options{cut->getPeriodFlag(), cut->getSourceKind(), cut->getChangeMode(),
+                                           cut->getPeriodValue()};
+        EXPECT_EQ(options, (std::vector<int64_t>{3, 1, 4, 5}));
+        EXPECT_STREQ(cut->getHeaders()->valueFor("key"), "value");
         EXPECT_STREQ(bound->headers->valueFor("key"), "value") << "a copy, the caller's map is cleared";
     });
     timeline_->SeekTo(4000, 0);
@@ -61,57 +59,6 @@ TEST_F(TimelineBuild, ACutPeriodGivesItsOptionsToEverySource_AWholeOneIsTheCalle
         EXPECT_EQ(bound->period, whole);
         EXPECT_EQ(bound->duration, 3000);
     });
-}
-
-TEST_F(TimelineBuild, IndexesOutOfRangeAndNullsChangeNothing) {
-    AddThree();
-    for (const int index : {-1, 4, 99}) timeline_->InsertBound(MakePeriod({{"x", 1}}), nullptr, index);
-    for (const int index : {-1, 3}) {
-        timeline_->RemoveBound(index);
-        timeline_->ReplaceBound(MakePeriod({{"x", 1}}), nullptr, index);
-        timeline_->InsertSource(oriplayer::ISource::create("x", 1), nullptr, index);
-        EXPECT_EQ(timeline_->GetPeriodDuration(index), 0) << index;
-    }
-    timeline_->InsertBound(nullptr, nullptr, 0);
-    timeline_->ReplaceBound(nullptr, nullptr, 0);
-    timeline_->InsertSource(nullptr, nullptr, 0);
-    EXPECT_EQ(timeline_->AddBound(nullptr, nullptr), 3);
-    EXPECT_EQ(timeline_->GetDuration(), 30000);
-    Settle();
-    EXPECT_EQ(Events(), "") << "nothing was replaced";
-}
-
-TEST_F(TimelineBuild, AMixedPeriodWithoutSourcesTakesNoPlace) {
-    EXPECT_EQ(timeline_->AddBound(MakeMixed({}), nullptr), 0);
-    Add("a");
-    timeline_->InsertBound(MakeMixed({}), nullptr, 0);
-    Add("b");
-    PlayFirst();
-    timeline_->SkipToNext(false);
-    Tell("p2", kEventPrepared);
-    EXPECT_EQ(Events(), "1000@000100");
-}
-
-TEST_F(TimelineBuild, InsertedPeriodsPlayWhereTheyStand) {
-    Add("b");
-    timeline_->InsertBound(MakePeriod({{"d", 1}}), nullptr, 1);  // appends
-    timeline_->InsertBound(MakePeriod({{"a", 1}}), nullptr, 0);
-    timeline_->InsertBound(MakeMixed({{"c1", 1}, {"c2", 1}}), nullptr, 2);
-    std::string order;
-    std::string identities;
-    for (int64_t position = 0; position < 14000; position += 1000) {
-        timeline_->SeekTo(position + 500, 0);
-        const std::string url = CurrentUrl();
-        if (order.find(url) != std::string::npos) continue;
-        order += url + " ";
-        char text[16];
-        timeline_->AccessCurrentBound([&](PlayBound *bound) {
-            std::snprintf(text, sizeof text, "%04llx ", static_cast<long long>(timeline_->GenerateIdentity(bound)));
-        });
-        identities += text;
-    }
-    EXPECT_EQ(order, "a b c1 c2 d ");
-    EXPECT_EQ(identities, "0000 0100 0200 0201 0300 ");
 }
 
 TEST_F(TimelineBuild, IdentitiesNameTimelinePeriodAndSource_EightBitsEach) {

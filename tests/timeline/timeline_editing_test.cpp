@@ -1,4 +1,6 @@
 // Changing a timeline that plays.
+#include <tuple>
+
 #include "timeline/timeline_fixture.h"
 
 namespace vexo {
@@ -6,8 +8,11 @@ namespace {
 
 class TimelineEditing : public TimelineFixture {
 protected:
-    void Replace(const char *url, int index) { timeline_->ReplaceBound(MakePeriod({{url, 10}}), nullptr, index); }
-    void Insert(const char *url, int index) { timeline_->InsertBound(MakePeriod({{url, 10}}), nullptr, index); }
+    void PlaySecondOfThree() {
+        PlayThree();
+        timeline_->SkipToNext(false);
+        Forget();
+    }
     int PeriodIndex() {
         int index = -1;
         timeline_->AccessCurrentBound([&](PlayBound *bound) {
@@ -18,10 +23,7 @@ protected:
 };
 
 TEST_F(TimelineEditing, RemovingThePlayingPeriodGoesOnToTheNext) {
-    AddThree();
-    PlayFirst();
-    timeline_->SkipToNext(false);
-    Forget();
+    PlaySecondOfThree();
     timeline_->RemoveBound(1);
     EXPECT_EQ(Calls(), Left("p2") + " " + Entered("p3", "c"));
     EXPECT_EQ(timeline_->GetState(), Timeline::kStarted);
@@ -32,9 +34,7 @@ TEST_F(TimelineEditing, RemovingThePlayingPeriodGoesOnToTheNext) {
 }
 
 TEST_F(TimelineEditing, APausedRemovedPeriodKeepsItsPlayer_ThenTheOneAtItsPlaceFollows) {
-    AddThree();
-    PlayFirst();
-    timeline_->SkipToNext(false);
+    PlaySecondOfThree();
     timeline_->Pause();
     timeline_->RemoveBound(1);
     timeline_->RemoveBound(0);  // the removed one stands in front of what is left
@@ -50,34 +50,25 @@ TEST_F(TimelineEditing, APausedRemovedPeriodKeepsItsPlayer_ThenTheOneAtItsPlaceF
     EXPECT_EQ(PeriodIndex(), 0);
 }
 
-struct RemovedCase {
-    const char *name;
-    int periods;
-    bool skip;
-    bool withinPeriod;
-    const char *current;
-};
-
 TEST_F(TimelineEditing, WhatFollowsARemovedBound) {
-    for (const RemovedCase &test :
-         {RemovedCase{"its end", 2, false, false, "b"}, RemovedCase{"its end, alone", 1, false, false, "none"},
-          RemovedCase{"a skip", 2, true, false, "b"}, RemovedCase{"a skip within", 2, true, true, "b"},
-          RemovedCase{"a skip, alone", 1, true, false, "a"}, RemovedCase{"a skip within, alone", 1, true, true, "a"}}) {
-        SCOPED_TRACE(test.name);
-        timeline_->Reset();
-        engine_.reset();
+    enum GoingOn { kEnd, kSkip, kSkipWithin };
+    for (const auto &[periods, way, current] : {std::tuple{2, kEnd, "b"},
+                                                {2, kSkip, "b"},
+                                                {2, kSkipWithin, "b"},
+                                                {1, kEnd, "none"},
+                                                {1, kSkip, "a"},
+                                                {1, kSkipWithin, "a"}}) {
+        SCOPED_TRACE(testing::Message() << periods << " periods, way " << way);
+        StartAnew();
         Add("a");
-        if (test.periods == 2) Add("b");
+        if (periods == 2) Add("b");
         PlayFirst();
         timeline_->Pause();
         timeline_->RemoveBound(0);
         timeline_->Start();
-        if (test.skip) {
-            EXPECT_EQ(timeline_->SkipToNext(test.withinPeriod), test.periods == 2);
-        } else {
-            Tell("p1", kEventEnd);
-        }
-        EXPECT_EQ(CurrentUrl(), test.current);
+        if (way == kEnd) Tell("p1", kEventEnd);
+        EXPECT_EQ(way != kEnd && timeline_->SkipToNext(way == kSkipWithin), way != kEnd && periods == 2);
+        EXPECT_EQ(CurrentUrl(), current);
     }
 }
 
@@ -95,11 +86,8 @@ TEST_F(TimelineEditing, RemovingTheChosenPeriodBeforeStart_ItStillStartsWhileItI
 }
 
 TEST_F(TimelineEditing, IdentitiesFollowEdits) {
-    AddThree();
-    PlayFirst();
-    timeline_->SkipToNext(false);
-    Forget();
-    Insert("x", 0);
+    PlaySecondOfThree();
+    timeline_->InsertBound(MakePeriod({{"x", 10}}), nullptr, 0);
     Tell("p2", kEventFirstPicture);
     timeline_->RemoveBound(0);
     timeline_->RemoveBound(0);
@@ -112,10 +100,7 @@ TEST_F(TimelineEditing, IdentitiesFollowEdits) {
 }
 
 TEST_F(TimelineEditing, ReplacingThePlayingPeriodKeepsItsPlayer) {
-    AddThree();
-    PlayFirst();
-    timeline_->SkipToNext(false);
-    Forget();
+    PlaySecondOfThree();
     const auto player = timeline_->GetActivePlayer();
     const auto replacement = MakeMixed({{"x", 10}, {"y", 10}});
     timeline_->ReplaceBound(replacement, nullptr, 1);
@@ -134,7 +119,7 @@ TEST_F(TimelineEditing, ReplacingThePreparedFirstPeriod_StartFindsTheReplacement
     Add("a", 10, -1);
     Add("b");
     timeline_->Prepare();
-    Replace("x", 1);
+    timeline_->ReplaceBound(MakePeriod({{"x", 10}}), nullptr, 1);
     Forget();
     Tell("p1", kEventPrepared);
     EXPECT_EQ(Calls(), "") << "it waits for Start as the replaced one did";
@@ -142,19 +127,8 @@ TEST_F(TimelineEditing, ReplacingThePreparedFirstPeriod_StartFindsTheReplacement
     EXPECT_EQ(Calls(), "p1.start");
 }
 
-TEST_F(TimelineEditing, ReplacingACurrentPeriodWithoutAPlayerCallsNoEngine) {
-    AddThree();
-    engine_.failCreates(1);
-    timeline_->Prepare();
-    Forget();
-    Replace("x", 0);
-    EXPECT_EQ(Calls(), "");
-    EXPECT_EQ(CurrentUrl(), "x");
-}
-
 TEST_F(TimelineEditing, ReplacingByAMixedPeriodWithoutSourcesRemoves) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     timeline_->ReplaceBound(MakeMixed({}), nullptr, 0);
     EXPECT_EQ(Calls(), Left("p1") + " " + Entered("p2", "b"));
     EXPECT_EQ(PeriodIndex(), 0);

@@ -48,8 +48,7 @@ TEST_F(TimelineEvents, WithoutACurrentBound_TheLastIdentityOrTheEnginesIdIsUsed)
 TEST_F(TimelineEvents, TheStartDelayIsRaisedOnTheFirstPeriodOnly) {
     const auto internal = std::make_shared<fake::RecordingInternalListener>();
     timeline_->SetInternalListener(internal);
-    AddThree();
-    PlayFirst();
+    PlayThree();
     Tell("p1", kEventFirstPicture);
     EXPECT_EQ(listener_->count(kEventStartDelay), 1);
     EXPECT_EQ(internal->count(kEventFirstPicture), 1);
@@ -60,8 +59,7 @@ TEST_F(TimelineEvents, TheStartDelayIsRaisedOnTheFirstPeriodOnly) {
 }
 
 TEST_F(TimelineEvents, TextsOutliveTheEnginesCall) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     char text[] = "reason";
     oriplayer::Param param;
     param.putCString(text, false);
@@ -70,7 +68,7 @@ TEST_F(TimelineEvents, TextsOutliveTheEnginesCall) {
     text[0] = 'X';
     Release();
     ASSERT_TRUE(listener_->waitFor(503));
-    EXPECT_EQ(listener_->lastText(), "reason");
+    EXPECT_EQ(Events(), "777@000000 503@000000:reason");
 }
 
 std::string sSunk;
@@ -86,8 +84,7 @@ void KeepLine(const char *tag, const char *format, ...) {
 }
 
 TEST_F(TimelineEvents, TheEnginesLogGoesToTheSinkAlone_AsTextNotAsFormat) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     const LogFunction before = GetLogCallback();
     SetLogCallback(&KeepLine);
     oriplayer::Param param;
@@ -103,8 +100,7 @@ TEST_F(TimelineEvents, TheEnginesLogGoesToTheSinkAlone_AsTextNotAsFormat) {
 }
 
 TEST_F(TimelineEvents, AnEndQueuedBeforeASwitchStillActsOnTheNewBound) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     Hold("p1");
     engine_.post("p1", kEventEnd);
     timeline_->SkipToNext(false);
@@ -115,17 +111,16 @@ TEST_F(TimelineEvents, AnEndQueuedBeforeASwitchStillActsOnTheNewBound) {
     EXPECT_EQ(Events(), "777@000000 1001@000100");
 }
 
-// A listener that hears the end of the first of three bounds gives a command of its own.
-struct ReactionCase {
-    const char *name;
-    std::function<void(Timeline &)> command;
-    std::string calls;
-};
 std::string Moved(const char *url) {
     return Left("p1") + " " + Entered("p2", url);
 }
 
 TEST_F(TimelineEvents, TheReactionToAnEndYieldsToWhatAListenerDid) {
+    struct ReactionCase {
+        const char *name;
+        std::function<void(Timeline &)> command;  // of the listener that hears the end of the first of three bounds
+        std::string calls;
+    };
     for (const ReactionCase &test :
          {ReactionCase{"Nothing", [](Timeline &) {}, Moved("b")},
           ReactionCase{"SeekBack", [](Timeline &tl) { tl.SeekTo(2000, 0); }, "p1.seekTo(2000,0)"},
@@ -143,10 +138,8 @@ TEST_F(TimelineEvents, TheReactionToAnEndYieldsToWhatAListenerDid) {
           ReactionCase{"Pause", [](Timeline &tl) { tl.Pause(); }, "p1.pause " + Moved("b")},
           ReactionCase{"Stop", [](Timeline &tl) { tl.Stop(); }, "p1.setListener(null) " + Left("p1")}}) {
         SCOPED_TRACE(test.name);
-        timeline_->Reset();
-        engine_.reset();
-        AddThree();
-        PlayFirst();
+        StartAnew();
+        PlayThree();
         listener_->on(kEventEnd, [&] { test.command(*timeline_); });
         Tell("p1", kEventEnd);
         EXPECT_EQ(Calls(), test.calls);
@@ -156,8 +149,7 @@ TEST_F(TimelineEvents, TheReactionToAnEndYieldsToWhatAListenerDid) {
 }
 
 TEST_F(TimelineEvents, ThePreparedReactionYieldsToASwitchInTheListener) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     timeline_->SkipToNext(false);
     engine_.player("p2").durationMs = 5000;
     Forget();
@@ -169,8 +161,7 @@ TEST_F(TimelineEvents, ThePreparedReactionYieldsToASwitchInTheListener) {
 
 TEST_F(TimelineEvents, ResetInAListener_NothingOfTheOldPeriodsIsToldOrActs) {
     const auto internal = std::make_shared<fake::RecordingInternalListener>();
-    AddThree();
-    PlayFirst();
+    PlayThree();
     timeline_->SetInternalListener(internal);
     listener_->on(kEventEnd, [this] {
         engine_.post("p1", kEventFirstPicture);  // waits behind this event
@@ -190,8 +181,7 @@ TEST_F(TimelineEvents, ResetInAListener_NothingOfTheOldPeriodsIsToldOrActs) {
 }
 
 TEST_F(TimelineEvents, ResetElsewhere_WhatWaitsIsStillTold) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     Hold("p1");
     engine_.post("p1", 888);
     std::thread resetting([this] { timeline_->Reset(); });
@@ -201,8 +191,7 @@ TEST_F(TimelineEvents, ResetElsewhere_WhatWaitsIsStillTold) {
 }
 
 TEST_F(TimelineEvents, AListenerMayReplaceItselfInItsOwnCall) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     const auto second = std::make_shared<fake::RecordingListener>();
     auto first = std::make_shared<fake::RecordingListener>();
     timeline_->SetListener(first);

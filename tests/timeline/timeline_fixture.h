@@ -46,6 +46,12 @@ protected:
         engine_.reset();
     }
 
+    /// For the next row of a table: no periods, no log, and players are counted from p1.
+    void StartAnew() {
+        timeline_->Reset();
+        engine_.reset();
+        listener_->takeEvents();
+    }
     void Add(const char *url, double seconds = 10.0, int64_t start = 0) {
         timeline_->AddBound(MakePeriod({{url, seconds}}, start), nullptr);
     }
@@ -75,6 +81,11 @@ protected:
         Tell("p1", kEventPrepared);
         timeline_->Start();
         Forget();
+    }
+    /// The same in the first of three periods.
+    void PlayThree() {
+        AddThree();
+        PlayFirst();
     }
     void Forget() {
         engine_.takeLog();

@@ -1,6 +1,7 @@
 // From bound to bound: the calls that the engine sees, and their order.
 #include <sstream>
 
+#include "fake/recording_configure.h"
 #include "timeline/timeline_fixture.h"
 
 namespace vexo {
@@ -23,12 +24,6 @@ protected:
 struct NullReporter : protocols::IReporter {
     bool report(std::string, int64_t, int, std::map<std::string, std::string> &) override { return true; }
 };
-struct NullConfigure : protocols::IConfigure {
-    std::string getConfig(std::string, std::string, std::string value) override { return value; }
-    std::string getLocalConfig(std::string, std::string, std::string value) override { return value; }
-    void addListener(std::string, std::string, protocols::ConfigureListener *) override {}
-    void removeListener(std::string, std::string, protocols::ConfigureListener *) override {}
-};
 
 TEST_F(TimelinePlayback, ANewPlayerIsGivenEverythingInOrder) {
     const auto internal = std::make_shared<fake::RecordingInternalListener>();
@@ -36,7 +31,7 @@ TEST_F(TimelinePlayback, ANewPlayerIsGivenEverythingInOrder) {
     timeline_->SetInternalListener(internal);
     timeline_->SetUserAgent("agent");
     timeline_->SetReporter(std::make_shared<NullReporter>());
-    timeline_->SetConfigure(std::make_shared<NullConfigure>());
+    timeline_->SetConfigure(std::make_shared<fake::RecordingConfigure>());
     timeline_->SetVideoPipelineEnable(true);
     timeline_->SetVideoSurface({reinterpret_cast<void *>(0x10), true});
     timeline_->SetVolume(0.5f);
@@ -79,8 +74,7 @@ TEST_F(TimelinePlayback, AProgrammePlaysFromBoundToBoundWithOnePlayerAtATime) {
 TEST_F(TimelinePlayback, PrepareEntersTheFirstBoundWithAStartTime) {
     for (const auto &[starts, entered] : std::vector<std::pair<std::vector<int64_t>, const char *>>{
              {{}, ""}, {{-1, -1}, ""}, {{0, 0}, "0"}, {{-1, 500, 0}, "1"}}) {
-        timeline_->Reset();
-        engine_.reset();
+        StartAnew();
         for (std::size_t i = 0; i < starts.size(); ++i) Add(std::to_string(i).c_str(), 10, starts[i]);
         timeline_->Prepare();
         EXPECT_EQ(timeline_->Start(), 0);
@@ -88,15 +82,13 @@ TEST_F(TimelinePlayback, PrepareEntersTheFirstBoundWithAStartTime) {
     }
 }
 
-// A case plays in the first of three bounds, is given commands, and says what 1000 of the then current player makes.
-struct StartCase {
-    const char *commands;
-    const char *player;  // that reports 1000
-    const char *calls;   // what the 1000 causes
-    int state;
-};
-
 TEST_F(TimelinePlayback, ABoundStartsByItselfIfItWasEnteredStartedOrIsALaterOne) {
+    struct StartCase {
+        const char *commands;  // given while the first of three bounds plays
+        const char *player;    // that reports 1000 then
+        const char *calls;     // what the 1000 causes
+        int state;
+    };
     for (const StartCase &test : {StartCase{"forward", "p2", "p2.start", 1},
                                   {"forward back", "p3", "p3.start", 1},
                                   {"pause forward", "p2", "p2.start", 2},
@@ -108,10 +100,8 @@ TEST_F(TimelinePlayback, ABoundStartsByItselfIfItWasEnteredStartedOrIsALaterOne)
                                   {"stop forward start", "p2", "", 1},
                                   {"remove", "p2", "p2.start", 1}}) {
         SCOPED_TRACE(test.commands);
-        timeline_->Reset();
-        engine_.reset();
-        AddThree();
-        PlayFirst();
+        StartAnew();
+        PlayThree();
         std::istringstream commands(test.commands);
         for (std::string command; commands >> command;) Command(command);
         Forget();
@@ -135,14 +125,13 @@ TEST_F(TimelinePlayback, StartTwiceAndStartWithoutAPlayerDoNothing) {
     EXPECT_EQ(Calls(), "p1.pause p1.start");
 }
 
-struct SkipCase {
-    bool withinPeriod;
-    int64_t position;  // where it plays: a | b c d | e, 10 s each
-    bool paused;
-    const char *entered;  // "" for a skip that finds nothing and leaves playback alone
-};
-
 TEST_F(TimelinePlayback, ASkipGoesOnFromThePeriodThatPlays) {
+    struct SkipCase {
+        bool withinPeriod;
+        int64_t position;  // where it plays: a | b c d | e, 10 s each
+        bool paused;
+        const char *entered;  // "" for a skip that finds nothing and leaves playback alone
+    };
     for (const SkipCase &test : {SkipCase{false, 0, false, "b"},
                                  {false, 15000, false, "e"},
                                  {false, 45000, false, ""},
@@ -153,8 +142,7 @@ TEST_F(TimelinePlayback, ASkipGoesOnFromThePeriodThatPlays) {
                                  {true, 45000, false, ""}}) {
         SCOPED_TRACE(std::to_string(test.position) + (test.withinPeriod ? " within" : "") +
                      (test.paused ? " paused" : ""));
-        timeline_->Reset();
-        engine_.reset();
+        StartAnew();
         Add("a");
         AddMixed({{"b", 10}, {"c", 10}, {"d", 10}});
         Add("e");
@@ -170,39 +158,26 @@ TEST_F(TimelinePlayback, ASkipGoesOnFromThePeriodThatPlays) {
     }
 }
 
-struct VolumeCase {
-    float volume;
-    const char *call;
-    double value;
-};
-
-TEST_F(TimelinePlayback, AVolumeIsAppliedToEachNewPlayer) {
-    for (const VolumeCase &test : {VolumeCase{0.0f, "setParameter(2009)", 1.0},
-                                   VolumeCase{0.25f, "setParameter(3004)", 0.25}, VolumeCase{-1.0f, "", 0.0}}) {
-        engine_.reset();
-        Timeline timeline(0);
-        timeline.SetVolume(test.volume);
-        timeline.AddBound(MakePeriod({{"a", 10}}), nullptr);
-        timeline.Prepare();
-        const std::string log = Calls();
+TEST_F(TimelinePlayback, AVolumeIsAppliedToEachNewPlayer_TheEnginesOwnStandsUntilOneIsSet) {
+    for (const auto &[volume, number, value] : {std::tuple{0.0f, 2009, 1.0}, {0.25f, 3004, 0.25}, {-1.0f, 0, 0.0}}) {
+        SCOPED_TRACE(volume);
+        StartAnew();
+        timeline_->SetVolume(volume);
+        Add("a");
+        timeline_->Prepare();
         const auto calls = engine_.takeParameterCalls();
-        if (*test.call == 0) {
-            EXPECT_TRUE(calls.empty()) << "the engine's own default stands until a volume is set";
-        } else {
-            ASSERT_EQ(calls.size(), 1u);
-            EXPECT_NE(log.find(test.call), std::string::npos) << log;
-            EXPECT_EQ(calls[0].value.getDouble(-1), test.value);
-            EXPECT_EQ(calls[0].index, -1);
-        }
-        EXPECT_EQ(timeline.GetVolume(), test.volume);
+        ASSERT_EQ(calls.size(), volume < 0 ? 0u : 1u);
+        if (volume < 0) continue;
+        EXPECT_EQ(calls[0].number, number);
+        EXPECT_EQ(calls[0].value.getDouble(-1), value);
+        EXPECT_EQ(calls[0].index, -1);
     }
 }
 
 TEST_F(TimelinePlayback, SettingsReachTheRunningPlayerAtOnce) {
     timeline_->SetVolume(0.5f);
     timeline_->SetAudioDevice("speaker");
-    AddThree();
-    PlayFirst();
+    PlayThree();
     engine_.takeParameterCalls();
     timeline_->SetVolume(0.0f);
     timeline_->SetAudioDevice("headphones");
@@ -225,15 +200,16 @@ TEST_F(TimelinePlayback, WithoutAnEnginePlayer_TheBoundIsCurrentAndCanBeEnteredA
     });
     timeline_->Pause();
     EXPECT_EQ(timeline_->Start(), 0);
+    timeline_->ReplaceBound(MakePeriod({{"x", 10}}), nullptr, 0);
+    EXPECT_EQ(Calls(), "") << "nobody to hear of the replacement";
     timeline_->Prepare();
-    EXPECT_EQ(Calls(), Entered("p1", "a"));
+    EXPECT_EQ(Calls(), Entered("p1", "x"));
 }
 
 TEST_F(TimelinePlayback, ResetEmptiesTheTimeline_AndItPlaysAgain) {
     timeline_->SetVideoSurface({reinterpret_cast<void *>(0x10), true});
     timeline_->SetUserAgent("agent");
-    AddThree();
-    PlayFirst();
+    PlayThree();
     timeline_->Reset();
     EXPECT_EQ(Calls(), "p1.setListener(null) " + Left("p1"));
     EXPECT_EQ(timeline_->GetDuration(), 0);

@@ -85,16 +85,14 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto &test) { return std::string(test.param.name); });
 
 TEST_F(TimelinePosition, ASeekBehindTheEndDoesNothing) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     timeline_->SeekTo(30001, 0);
     timeline_->SeekCurrentPeriodTo(30000, 0);
     EXPECT_EQ(Calls(), "");
 }
 
 TEST_F(TimelinePosition, TheVideoSizeIsCachedUntilTheEndOfABound) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     engine_.logQueries = true;
     engine_.player("p1").width = 640;
     engine_.player("p1").height = 360;

@@ -142,8 +142,7 @@ TEST_F(TimelineThreads, ResetsInCallbacksOneAfterTheOther_EachSourcePlays) {
 }
 
 TEST_F(TimelineThreads, AResetThatACallbackOvertakes_LeavesWhatTheCallbackSet) {
-    AddThree();
-    PlayFirst();
+    PlayThree();
     std::promise<void> inside;
     const int before = listener_->count(kBarrier);
     listener_->on(kEventEnd, [&] {

@@ -7,7 +7,7 @@
 
 #include "base/protocols/configure.h"
 
-namespace vexo {
+namespace fake {
 
 /// A host's configuration that writes down who listens: "+key" and "-key".
 class RecordingConfigure : public protocols::IConfigure {
@@ -46,4 +46,4 @@ private:
     std::string calls_;
 };
 
-}  // namespace vexo
+}  // namespace fake
