@@ -3,18 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "playback/packet_times.h"
+
 namespace oriplayer {
 namespace {
 
 constexpr int64_t kFullBytes = 16 << 20;
-
-int64_t startOf(const AVPacket &packet) {
-    return packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
-}
-
-int64_t shownAt(const AVPacket &packet) {
-    return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
-}
 
 }  // namespace
 

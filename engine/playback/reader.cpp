@@ -5,6 +5,7 @@
 
 #include "module/preload_queue.h"
 #include "module/reaper.h"
+#include "playback/packet_times.h"
 
 namespace oriplayer {
 namespace {
@@ -14,10 +15,6 @@ constexpr int64_t kLocalAheadUs = 1'500'000;
 constexpr int64_t kNetworkAheadUs = 4'000'000;
 // Declared lengths are rounded.
 constexpr int64_t kToleranceUs = 1'000'000;
-
-int64_t timeOf(const AVPacket &packet) {
-    return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
-}
 
 }  // namespace
 
@@ -106,76 +103,6 @@ void Reader::goOn() {
     stage_.readAll = false;
     stage_.control.resumeFromEnd();
     finishSource();
-}
-
-void Reader::carryOut(const SeekRequest &seek) {
-    generation_ = seek.generation;
-    held_.reset();
-    if (const auto replacement = this->replacement()) replacement->goBack();
-    stage_.readAll = false;
-    stage_.failure.clear();
-    stage_.videoPackets.clear();
-    stage_.audioPackets.clear();
-    stage_.clock.clearRounds();
-    stage_.readBaseUs = baseUs_ = 0;
-    int64_t target = seek.positionUs;
-    if (!arrive(target)) {
-        beginGeneration(target);
-        return pushEnd();
-    }
-    if (seek.mode == SeekMode::kKeyFrame && video_ && target > 0) {
-        landOnKeyFrame(target);
-    } else {
-        beginGeneration(target);
-    }
-}
-
-// Opens the source that holds the position and goes there; cuts the target to what there is.
-bool Reader::arrive(int64_t &target) {
-    if (input_) target = withinProgramme(target);
-    const auto place = stage_.programme.locate(target);
-    if ((!input_ || place.index != index_) && !open(place.index)) return false;
-    target = withinProgramme(target);
-    offsetUs_ = place.startUs;
-    if (!goTo(target - offsetUs_)) return false;
-    if (!input_->seekable() && !untouched_) target = INT64_MIN;  // it goes on where it stands
-    return true;
-}
-
-int64_t Reader::withinProgramme(int64_t positionUs) const {
-    const int64_t total = stage_.programme.totalUs();
-    return total > 0 ? std::min(positionUs, total) : positionUs;
-}
-
-bool Reader::goTo(int64_t positionUs) {
-    if (untouched_ && positionUs <= 0) return true;
-    if (!input_->seekable()) return true;
-    if (const MediaError error = input_->seek(positionUs)) {
-        giveUp(kEventReadFailed, error);
-        return false;
-    }
-    endUs_ = 0;
-    soughtUs_ = positionUs;
-    untouched_ = false;
-    ahead_.forgetAhead();
-    return true;
-}
-
-// The key frame's own time is where the sound has to begin: it is known when the packet has been read.
-void Reader::landOnKeyFrame(int64_t targetUs) {
-    std::vector<std::pair<PacketPtr, SourceInput::Stream>> held;
-    constexpr std::size_t kMost = 2000;  // packets; sound alone over 20 s means that there is no picture to find
-    while (held.size() < kMost) {
-        SourceInput::Stream stream{};
-        PacketPtr packet = read(stream);
-        if (!packet) break;
-        const bool picture = stream == SourceInput::Stream::kVideo;
-        if (picture && timeOf(*packet) != AV_NOPTS_VALUE) targetUs = timeOf(*packet) + offsetUs_;
-        held.emplace_back(std::move(packet), stream);
-        if (picture) break;
-    }
-    beginGeneration(targetUs);
-    for (auto &[packet, stream] : held) handOn(std::move(packet), stream);
 }
 
 void Reader::closeInput() {
@@ -283,15 +210,6 @@ void Reader::announceVariant(int64_t playUs) {
     newVideo_ = newAudio_ = false;
 }
 
-void Reader::beginGeneration(int64_t targetUs) {
-    stage_.landingUs = targetUs;
-    stage_.expectVideo = video_ != nullptr;
-    stage_.expectAudio = audio_ != nullptr && !stage_.untimed;
-    pushBoth(StreamItem::Kind::kFlush, targetUs);
-    stage_.variants.restart();
-    pushStreams();
-}
-
 StreamItem Reader::pictureStream() const {
     StreamItem item;
     item.kind = StreamItem::Kind::kStream;
@@ -396,12 +314,12 @@ void Reader::handOn(PacketPtr packet, SourceInput::Stream stream) {
     const bool picture = stream == SourceInput::Stream::kVideo;
     if (picture ? !video_ : !audio_) return;
     count(*packet, stream);
-    if (timeOf(*packet) != AV_NOPTS_VALUE) {
-        endUs_ = std::max(endUs_, timeOf(*packet) + packet->duration);
+    if (shownAt(*packet) != AV_NOPTS_VALUE) {
+        endUs_ = std::max(endUs_, shownAt(*packet) + packet->duration);
         stage_.bufferedEndUs = offsetUs_ + endUs_;
     }
     const int64_t shift = offsetUs_ + baseUs_;
-    if (newVideo_) announceVariant(timeOf(*packet) + shift);
+    if (newVideo_) announceVariant(shownAt(*packet) + shift);
     if (packet->pts != AV_NOPTS_VALUE) packet->pts += shift;
     if (packet->dts != AV_NOPTS_VALUE) packet->dts += shift;
     StreamItem item;
