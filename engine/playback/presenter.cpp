@@ -16,15 +16,16 @@ namespace {
 
 constexpr int64_t kInTimeUs = 500;  // closer than this a picture is shown at once
 constexpr int64_t kLateUs = Impairments::kApartUs;
-constexpr int64_t kLandingUs = 50'000;       // a first picture further behind the landing place waits for its time
-constexpr int kMostDropped = 7;              // in a row: a machine too slow for the programme still shows something
-constexpr int64_t kDeviceTailUs = 100'000;   // sound beyond the last picture that plays out in the device's mix
-constexpr milliseconds kLookAgain{100};      // the sound may lead differently than extrapolated
-constexpr milliseconds kAwaitSound{500};     // for sound decoded behind the first picture
-constexpr milliseconds kAwaitSecond{150};    // a first picture stands for this long until its successor is decoded
-constexpr int64_t kRefillUs = 500'000;       // read ahead before playing goes on behind a stall, ...
-constexpr milliseconds kRefillTime{1000};    // ... unless it comes so slowly
-constexpr int64_t kEndPatienceUs = 500'000;  // for a device that does not say that it has played everything
+constexpr int64_t kLandingUs = 50'000;         // a first picture further behind the landing place waits for its time
+constexpr int kMostDropped = 7;                // in a row: a machine too slow for the programme still shows something
+constexpr int64_t kDeviceTailUs = 100'000;     // sound beyond the last picture that plays out in the device's mix
+constexpr milliseconds kLookAgain{100};        // the sound may lead differently than extrapolated
+constexpr milliseconds kAwaitSound{500};       // for sound decoded behind the first picture
+constexpr milliseconds kAwaitSecond{150};      // a first picture stands for this long until its successor is decoded
+constexpr int64_t kInterleavedUs = 1'000'000;  // sound read further ahead than this goes on without pictures
+constexpr int64_t kRefillUs = 500'000;         // read ahead before playing goes on behind a stall, ...
+constexpr milliseconds kRefillTime{1000};      // ... unless it comes so slowly
+constexpr int64_t kEndPatienceUs = 500'000;    // for a device that does not say that it has played everything
 
 }  // namespace
 
@@ -128,7 +129,7 @@ bool Presenter::land() {
 Presenter::Next Presenter::letRun() {
     const bool soundDue = stage_.expectAudio && stage_.soundReady != generation_ && stage_.soundEnded != generation_;
     if (stalled_) {
-        if (!refilled()) return refillsSince_ ? Next(steady_clock::now() + kLookAgain) : std::nullopt;
+        if (!refilled()) return steady_clock::now() + kLookAgain;
         stalled_ = false;
         landedAt_ = steady_clock::now();
     }
@@ -147,8 +148,7 @@ std::optional<SteadyTime> Presenter::endBefore() {
 
 // With the first new data alone the next stall would follow at once.
 bool Presenter::refilled() {
-    const bool some = stage_.pictures.front(generation_) || stage_.soundReady == generation_ || everythingDecoded();
-    if (!some) return false;
+    if (stage_.bufferedEndUs == stalledAtUs_ && !everythingDecoded()) return false;
     const auto now = steady_clock::now();
     if (!refillsSince_) refillsSince_ = now;
     const bool enough = stage_.readAll || stage_.bufferedEndUs - stage_.positionUs() >= kRefillUs;
@@ -209,18 +209,21 @@ Presenter::Next Presenter::awaitFirstSound() {
     return steady_clock::now();
 }
 
-// Nothing to show, and more is to come. What has been decoded is presented first; then, if nothing was read, time
-// stands until there is more. A decoder that is only slow does not stop the clock.
+// Nothing to show, and more is to come. If nothing was read, time stands behind what there is until there is more: the
+// sound that goes with the missing pictures waits for them. A decoder that is only slow does not stop the clock.
 Presenter::Next Presenter::waitForMore() {
-    const int64_t horizon = std::max<int64_t>(lastEndUs_, stage_.soundEndUs);
-    if (stage_.clock.nowUs() < horizon) {
-        return std::min(stage_.clock.timeOf(horizon), steady_clock::now() + 5 * kLookAgain);
-    }
     const bool starved = stage_.videoPackets.empty() && stage_.audioPackets.empty() && !stage_.readAll;
-    if (!starved || stage_.clock.soundLeads()) return steady_clock::now() + milliseconds(20);
+    const int64_t soundEndUs = stage_.soundEndUs;
+    const bool together = starved && pictureShown_ && soundEndUs < lastEndUs_ + kInterleavedUs;
+    const int64_t horizon = together ? lastEndUs_ : std::max(lastEndUs_, soundEndUs);
+    if (stage_.clock.nowUs() < horizon) {
+        return std::min(stage_.clock.timeOf(horizon), steady_clock::now() + kLookAgain);
+    }
+    if (!starved || (stage_.clock.soundLeads() && !together)) return steady_clock::now() + milliseconds(20);
     stalled_ = true;
+    stalledAtUs_ = stage_.bufferedEndUs;
     refillsSince_.reset();
-    stage_.soundReady = 0;
+    if (stage_.sound.bufferedUs() == 0) stage_.soundReady = 0;
     stage_.clock.hold();
     stage_.reportStall();
     return std::nullopt;

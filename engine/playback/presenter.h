@@ -55,6 +55,7 @@ private:
     bool landed_ = false;
     uint32_t picturesEnd_ = 0;  ///< number of the last end that the pictures have come to
     bool stalled_ = false;
+    int64_t stalledAtUs_ = 0;                 ///< position up to which had been read then
     std::optional<SteadyTime> refillsSince_;  ///< the first new data behind a stall
     bool pictureShown_ = false;
     int64_t lastEndUs_ = INT64_MIN;  ///< play scale, end of the last picture shown
