@@ -71,8 +71,8 @@ std::string ScriptedEngine::takeLog() {
     return join(take(log_));
 }
 
-std::string ScriptedEngine::peekLog() {
-    return join(read(log_));
+std::string ScriptedEngine::history() {
+    return join(read(history_));
 }
 
 bool ScriptedEngine::waitForCall(const std::string &entry) {

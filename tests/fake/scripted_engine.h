@@ -89,7 +89,7 @@ public:
 
     // ---- what was called
     std::string takeLog();  ///< the entries since the last take, separated by blanks
-    std::string peekLog();
+    std::string history();  ///< all entries since reset(), taken or not
     /// True once the engine has been called so since reset(), taken or not; waits for at most 10 s.
     bool waitForCall(const std::string &entry);
     std::atomic<bool> logQueries{false};

@@ -33,6 +33,13 @@ protected:
         engine.reset();
     }
 
+    /// For the next row of a table: another player with another listener, engine players from p1 again.
+    void restart() {
+        TearDown();
+        listener = std::make_shared<fake::RecordingListener>();
+        SetUp();
+    }
+
     static std::shared_ptr<IPeriod> period(const std::vector<std::string> &urls, bool mixed = false) {
         auto period = IPeriod::create();
         for (const std::string &url : urls) period->addSource(ISource::create(url.c_str(), 10.0));
@@ -49,6 +56,12 @@ protected:
 
     int load(std::shared_ptr<PlayComponent> component) { return player->setDataSource({component}, 1, nullptr); }
 
+    int64_t duration() {
+        int64_t duration = -1;
+        player->getDuration(&duration);
+        return duration;
+    }
+
     /// Loads, prepares and starts the main timeline; its first engine player is p1.
     void playMain(const std::vector<std::string> &urls) {
         load(component(urls));
@@ -64,7 +77,12 @@ protected:
         prepared("p2");
         player->start(1);
         ASSERT_EQ(player->getActiveIndex(), 1);
-        engine.takeLog();
+        log();
+    }
+    /// A main timeline of one period stands paused, an isolated one plays.
+    void interrupt(const std::vector<std::shared_ptr<IPeriod>> &periods) {
+        playMain({"a"});
+        takeOver(periods);
     }
 
     /// The engine says that a player is prepared, and the timeline has reacted.

@@ -43,35 +43,15 @@ public:
     /// One edit or command. What has ended or lost its last period begins again.
     void step() {
         const int id = pick(3) == 0 ? 1 : 0;
-        switch (pick(10)) {
-            case 0:
-            case 1:
-                held_[id].size() < 8 ? insert(id) : remove(id);
-                break;
-            case 2:
-                replace(id);
-                break;
-            case 3:
-                remove(id);
-                break;
-            case 4:
-                player_.goNext(coin());
-                break;
-            case 5:
-                player_.seekTo(pick(static_cast<int>(length(id)) + 1000), pick(2));
-                break;
-            case 6:
-                player_.seekCurrentPeriodTo(pick(30'000), pick(2));
-                break;
-            case 7:
-                coin() ? play(id) : static_cast<void>(player_.start(id));
-                break;
-            case 8:
-                coin() ? player_.pause() : player_.start(player_.getActiveIndex());
-                break;
-            default:
-                break;  // the engine's turn
-        }
+        const int what = pick(10);  // 9 is the engine's turn
+        if (what < 2) held_[id].size() < 8 ? insert(id) : remove(id);
+        if (what == 2) replace(id);
+        if (what == 3) remove(id);
+        if (what == 4) player_.goNext(coin());
+        if (what == 5) player_.seekTo(pick(static_cast<int>(length(id)) + 1000), pick(2));
+        if (what == 6) player_.seekCurrentPeriodTo(pick(30'000), pick(2));
+        if (what == 7) coin() ? play(id) : static_cast<void>(player_.start(id));
+        if (what == 8) coin() ? player_.pause() : player_.start(player_.getActiveIndex());
         if (!player_.getActivePeriod()) play(0);
     }
 
@@ -83,8 +63,8 @@ public:
         }
     }
 
-    /// So does the timeline. An end that still waits in a queue may move it on behind our back, hence some tries; where
-    /// it holds something else, all of them fail.
+    /// So does the timeline, from its first period to its last and no further. An end that still waits in a queue may
+    /// move it on behind our back, hence some tries; where it holds something else, all of them fail.
     void checkTimeline(int id) {
         while (held_[id].empty()) insert(id);
         bool equal = false;
@@ -96,15 +76,16 @@ public:
 
 private:
     bool coin() { return pick(2) == 0; }
+    const Clip &anyClip() { return clips_[static_cast<std::size_t>(pick(static_cast<int>(clips_.size())))]; }
 
     /// Whole or mixed, one to three sources; now and then a mixed one of none, which takes no place.
     PeriodPtr make() {
         auto period = oriplayer::IPeriod::create();
         const bool mixed = coin();
         const bool nothing = mixed && pick(8) == 0;
-        Clip clip = clips_[static_cast<std::size_t>(pick(static_cast<int>(clips_.size())))];
+        Clip clip = anyClip();
         for (int i = nothing ? 0 : 1 + pick(3); i > 0; --i) {
-            if (mixed) clip = clips_[static_cast<std::size_t>(pick(static_cast<int>(clips_.size())))];
+            if (mixed) clip = anyClip();
             period->addSource(
                 oriplayer::ISource::create(clip.url.c_str(), static_cast<double>(clip.durationMs) / 1000.0));
         }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <thread>
 
 #include "mixed/player_fixture.h"
 
@@ -10,18 +11,25 @@ namespace {
 
 class RandomEdits : public PlayerTest {
 protected:
-    /// Everything anew, and the engine's players are counted from their creation to their stop: a query of another
-    /// thread may hold a stopped one a moment longer.
-    void restart() {
-        TearDown();
-        listener = std::make_shared<fake::RecordingListener>();
-        SetUp();
+    /// The engine's players are counted from their creation to their stop: the queries may hold a stopped one a moment
+    /// longer.
+    void countPlayers() {
         running_ = mostRunning_ = 0;
         engine.autoPrepare = true;
         engine.onCall([this](const std::string &entry) {
             if (entry.ends_with(".stop")) --running_;
             if (entry.ends_with(".create")) mostRunning_ = std::max(mostRunning_.load(), ++running_);
         });
+    }
+
+    /// What a user interface asks for again and again.
+    void query() {
+        int64_t position = 0;
+        player->isPlaying();
+        player->isLooping();
+        player->getCurrentPosition(&position, 0);
+        player->getActivePeriod();
+        player->getActiveID();
     }
 
     std::atomic<int> running_{0};
@@ -32,7 +40,11 @@ TEST_F(RandomEdits, OfAPlayingList_LeaveTimelineAndPlayListEqual) {
     for (const unsigned seed : random_edits::seeds()) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         restart();
+        countPlayers();
         {
+            std::jthread userInterface([this](const std::stop_token &end) {
+                while (!end.stop_requested()) query();
+            });
             random_edits::Editor editor(*player, seed, {{"a", 10'000}, {"b", 7'000}, {"c", 500}}, 0);
             for (int i = 0; i < 1000 && !HasFailure(); ++i) {
                 SCOPED_TRACE("edit " + std::to_string(i));
