@@ -1,53 +1,44 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
-
+#include "real_files.h"
 #include "running_program.h"
 
 namespace apps {
 namespace {
 
-std::string media(const std::string &name) {
-    return std::string(TEST_MEDIA) + "/" + name;
-}
+using testing::HasSubstr;
 
 struct Played {
     int timeline;
-    std::string file;
-    int pictures;
-    std::string md5;  ///< counts and sums: README of the folder
+    RealFile file;
 };
 
-const Played kBear{0, "bear-vp9.webm", 82, "5c822e3d06dd53025915baef29b01cf0"};
-const Played kPreroll{1, "preroll-5s.mp4", 125, "44618a481228e3108db787b4d98926cc"};
-const Played kHevc{1, "sample_h265.ts", 30, "19da2d7a31f79fd9e30062b1bf986c27"};
-const Played kFlv{1, "sample-with-key-frame-index.flv", 71, "dc8e571b19788304d400927850823c83"};
-const Played kMissing{1, "nothing.mp4", 0, ""};
+const RealFile kMissing{"nothing.mp4", 0, ""};
 
 void expectBounds(const Outcome &outcome, const std::vector<Played> &expected) {
     const Json::Value &bounds = outcome.summary["bounds"];
     ASSERT_EQ(bounds.size(), expected.size());
     for (Json::ArrayIndex i = 0; i < bounds.size(); ++i) {
-        EXPECT_EQ(bounds[i]["timeline"], expected[i].timeline) << i;
-        EXPECT_EQ(bounds[i]["url"], media(expected[i].file)) << i;
+        SCOPED_TRACE(i);
+        const auto &[timeline, file] = expected[i];
+        EXPECT_EQ(bounds[i]["timeline"], timeline);
+        EXPECT_EQ(bounds[i]["url"], file.path());
         // In its time a busy machine may leave pictures out, which are counted; the sum is of all or means nothing.
         const int dropped = bounds[i]["dropped"].asInt();
-        EXPECT_EQ(bounds[i]["pictures"].asInt() + dropped, expected[i].pictures) << i;
-        if (dropped > 0) continue;
-        EXPECT_EQ(bounds[i]["md5"].isNull() ? "" : bounds[i]["md5"].asString(), expected[i].md5) << i;
+        EXPECT_EQ(bounds[i]["pictures"].asInt() + dropped, file.pictures);
+        if (dropped == 0) {
+            EXPECT_EQ(bounds[i]["md5"].asString(), file.md5);
+        }
     }
 }
 
 TEST(Interrupt, TheProgrammeGoesOnAtThePictureWhereItStood) {
-    const Outcome outcome = run({"--no-window", "--json", "--hash", "--info", "-1", "--interrupt",
-                                 "2=" + media("preroll-5s.mp4"), media("bear-vp9.webm")});
+    const Outcome outcome =
+        run({"--no-window", "--json", "--hash", "--info", "-1", "--interrupt", "2=" + kHevc.path(), kBear.path()});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
-    expectBounds(outcome, {kBear, kPreroll});
+    expectBounds(outcome, {{0, kBear}, {1, kHevc}});
     EXPECT_EQ(outcome.summary["switches"].size(), 0u);
-    const auto info = std::find_if(outcome.lines.begin(), outcome.lines.end(),
-                                   [](const Json::Value &line) { return line.isMember("info"); });
-    ASSERT_NE(info, outcome.lines.end()) << "asked for the item, though not for the file";
-    EXPECT_THAT((*info)["text"].asString(), testing::HasSubstr(";videoDecodeInputTotal=82;"));
+    EXPECT_THAT(outcome.out, HasSubstr(";videoDecodeInputTotal=82;")) << "of the item, and not of the file";
     const auto back = outcome.events(10240);
     ASSERT_EQ(back.size(), 1u);
     EXPECT_GE(back[0]["position_ms"].asInt(), 2000);
@@ -57,28 +48,24 @@ TEST(Interrupt, TheProgrammeGoesOnAtThePictureWhereItStood) {
 // Untimed nothing is left out: the sums say that no picture of the programme was lost, repeated or taken for one of the
 // files.
 TEST(Interrupt, ThreeTimesWithSeveralFilesAndOneThatCannotBePlayed) {
-    const Outcome outcome =
-        run({"--no-window", "--json", "--hash", "--untimed", "--interrupt", "1.5=" + media(kMissing.file),
-             "--interrupt", "2=" + media(kFlv.file), "--interrupt",
-             "0.5=" + media(kPreroll.file) + "," + media(kHevc.file), media(kBear.file), media(kBear.file)});
+    const Outcome outcome = run({"--no-window", "--json", "--hash", "--untimed", "--interrupt",
+                                 "1.5=" + kMissing.path(), "--interrupt", "2=" + kFlv.path(), "--interrupt",
+                                 "0.5=" + kPreroll.path() + "," + kHevc.path(), kBear.path(), kBear.path()});
     ASSERT_EQ(outcome.code, 3) << outcome.err;
-    expectBounds(outcome, {kBear, kPreroll, kHevc, kMissing, kFlv, kBear});
+    expectBounds(outcome, {{0, kBear}, {1, kPreroll}, {1, kHevc}, {1, kMissing}, {1, kFlv}, {0, kBear}});
     EXPECT_EQ(outcome.events(10240).size(), 3u) << "one for each, also for the one that failed";
     ASSERT_EQ(outcome.summary["errors"].size(), 1u);
     EXPECT_EQ(outcome.summary["errors"][0]["timeline"], 1);
-    EXPECT_EQ(outcome.summary["errors"][0]["url"], media(kMissing.file));
-    EXPECT_THAT(outcome.err, testing::HasSubstr("interrupting file"));
+    EXPECT_EQ(outcome.summary["errors"][0]["url"], kMissing.path());
+    EXPECT_THAT(outcome.err, HasSubstr("interrupting file"));
     ASSERT_EQ(outcome.summary["switches"].size(), 1u) << "between the two items of the programme";
     EXPECT_EQ(outcome.summary["switches"][0]["to"], 5);
 }
 
 TEST(Interrupt, ByHandPausedSkippedAndOverSound) {
-    RunningProgram::Setting terminal;
-    terminal.terminal = true;
-    RunningProgram program(
-        {"--no-window", "--json", "--hash", "--interrupt-with", media("preroll-5s.mp4"), "--interrupt",
-         "1=" + media("sample_h265.ts"), media("bear_vorbis.ogg"), media("bear-vp9.webm")},
-        terminal);
+    RunningProgram program({"--no-window", "--json", "--interrupt-with", kPreroll.path(), "--interrupt",
+                            "0.5=" + kHevc.path(), kVorbis.path(), kBear.path()},
+                           {.terminal = true});
     ASSERT_TRUE(program.waitForOut("\"event\":10240")) << "sound alone is interrupted by its position";
     program.type("a");
     ASSERT_TRUE(program.waitForOut("\"height\":360")) << program.err();

@@ -2,24 +2,18 @@
 #include <png.h>
 
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <numeric>
 
 #include "base/oriplayer/picture.h"
 #include "colour.h"
-#include "picture_hash.h"
 #include "picture_slot.h"
 #include "picture_tap.h"
 #include "still_picture.h"
+#include "support/temporary_folder.h"
 #include "window.h"
 #include "y4m_writer.h"
 
 namespace vexoplay {
 namespace {
-
-namespace fs = std::filesystem;
 
 // A picture in rows that are wider than what they hold; the padding is 0xEE and must never be seen.
 struct PaddedPicture {
@@ -29,9 +23,9 @@ struct PaddedPicture {
             const int rows = p == 0 ? h : (h + 1) / 2;
             stride[p] = columns + 7;
             bytes[p].assign(static_cast<std::size_t>(stride[p] * rows), 0xEE);
-            for (int y = 0; y < rows; ++y)
-                std::memset(&bytes[p][static_cast<std::size_t>(y * stride[p])], fill[p],
-                            static_cast<std::size_t>(columns));
+            for (int y = 0; y < rows; ++y) {
+                std::fill_n(&bytes[p][static_cast<std::size_t>(y * stride[p])], columns, fill[p]);
+            }
         }
     }
     I420View view() const {
@@ -51,48 +45,21 @@ PictureFacts factsOf(const PaddedPicture &picture) {
     return facts;
 }
 
-class Pictures : public testing::Test {
-protected:
-    void SetUp() override {
-        folder_ = fs::temp_directory_path() / ("vexoplay_pictures_" + std::to_string(getpid()));
-        fs::create_directories(folder_);
-    }
-    void TearDown() override { fs::remove_all(folder_); }
-    std::string path(const std::string &name) const { return (folder_ / name).string(); }
-    std::string content(const std::string &name) const {
-        std::ifstream file(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    fs::path folder_;
-};
-
-TEST_F(Pictures, TheHashLeavesPaddingOutAndBeginsAnewBehindFinish) {
-    // printf 'aaaaaaaaabbbbcccc' | md5sum: a picture of 3x3 has chroma of 2x2.
-    const std::string sum = "0feeb987e0ad8769326dc7b2d022420f";
-    PictureHash hash;
-    hash.add(PaddedPicture(3, 3, {'a', 'b', 'c'}).view());
-    const std::string first = hash.finish();
-    hash.add(PaddedPicture(3, 3, {'a', 'b', 'c'}).view());
-    EXPECT_EQ(first, sum);
-    EXPECT_EQ(hash.finish(), sum);
-    EXPECT_EQ(hash.finish(), "d41d8cd98f00b204e9800998ecf8427e") << "of nothing";
-}
-
-TEST_F(Pictures, Y4mFilesHoldRowsWithoutPaddingAndOneSizeEach) {
+TEST(Pictures, Y4mFilesHoldRowsWithoutPaddingAndOneSizeEach) {
+    const support::TemporaryFolder folder;
     const PaddedPicture small(3, 3, {'a', 'b', 'c'});
     const PaddedPicture other(2, 2, {'d', 'e', 'f'});
-    Y4mWriter writer(path("out.0"));
+    Y4mWriter writer(folder / "out.0");
     writer.write(small.view(), factsOf(small));
     writer.write(small.view(), factsOf(small));
     writer.write(other.view(), factsOf(other));
     EXPECT_EQ(writer.close(), "");
     const std::string frame = "FRAME\naaaaaaaaabbbbcccc";
-    EXPECT_EQ(content("out.0.y4m"), "YUV4MPEG2 W3 H3 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED\n" + frame + frame);
-    EXPECT_THAT(content("out.0-1.y4m"), testing::EndsWith("FRAME\nddddef"));
-    EXPECT_FALSE(fs::exists(path("out.0-2.y4m")));
+    EXPECT_EQ(folder.read("out.0.y4m"), "YUV4MPEG2 W3 H3 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED\n" + frame + frame);
+    EXPECT_THAT(folder.read("out.0-1.y4m"), testing::EndsWith("FRAME\nddddef"));
 }
 
-TEST_F(Pictures, Y4mHeadersTellRateAspectAndRange) {
+TEST(Pictures, Y4mHeadersTellRateAspectAndRange) {
     const std::vector<std::pair<uint32_t, const char *>> rates{{40'000, " F25:1 "},       {33'367, " F30000:1001 "},
                                                                {33'333, " F30:1 "},       {16'683, " F60000:1001 "},
                                                                {41'708, " F24000:1001 "}, {0, " F25:1 "},
@@ -108,7 +75,7 @@ TEST_F(Pictures, Y4mHeadersTellRateAspectAndRange) {
 }
 
 // Pure colours as the standards give them, rounded to 8 bits.
-TEST_F(Pictures, ColoursFollowMatrixAndRange) {
+TEST(Pictures, ColoursFollowMatrixAndRange) {
     const uint32_t known = oriplayer::kRenderMatrixKnown;
     struct Case {
         const char *what;
@@ -133,17 +100,18 @@ TEST_F(Pictures, ColoursFollowMatrixAndRange) {
     }
 }
 
-TEST_F(Pictures, AStillIsAPngWithSquarePixelsUnderAFreshName) {
+TEST(Pictures, AStillIsAPngWithSquarePixelsUnderAFreshName) {
     const PaddedPicture red(8, 6, {81, 90, 240});
+    const support::TemporaryFolder folder;
     StagedPicture staged;
-    EXPECT_NE(saveStill(staged, path("")).error, "");
+    EXPECT_NE(saveStill(staged, folder.path()).error, "") << "no picture yet";
     PictureFacts facts = factsOf(red);
     facts.aspect = 3u << 16 | 2u;
     staged.assign(red.view(), facts);
-    EXPECT_EQ(saveStill(staged, folder_.string()).path, path("vexoplay-0001.png"));
-    const StillResult second = saveStill(staged, folder_.string());
+    EXPECT_EQ(saveStill(staged, folder.path()).path, folder / "vexoplay-0001.png");
+    const StillResult second = saveStill(staged, folder.path());
     ASSERT_EQ(second.error, "");
-    EXPECT_EQ(second.path, path("vexoplay-0002.png"));
+    EXPECT_EQ(second.path, folder / "vexoplay-0002.png");
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     ASSERT_NE(png_image_begin_read_from_file(&image, second.path.c_str()), 0);
@@ -154,30 +122,17 @@ TEST_F(Pictures, AStillIsAPngWithSquarePixelsUnderAFreshName) {
     ASSERT_NE(png_image_finish_read(&image, nullptr, rgb.data(), 0, nullptr), 0);
     EXPECT_GE(rgb[0], 253);
     EXPECT_LE(rgb[1], 2);
-    EXPECT_NE(saveStill(staged, path("no/such")).error, "");
+    EXPECT_NE(saveStill(staged, folder / "no/such").error, "");
 }
 
-TEST_F(Pictures, TheSlotKeepsTheNewestAndGivesItOnce) {
-    PictureSlot slot;
-    StagedPicture got;
-    EXPECT_FALSE(slot.fetch(got));
-    for (const uint8_t luma : std::array<uint8_t, 2>{10, 20}) {
-        const PaddedPicture picture(5, 3, {luma, 1, 2});
-        slot.put(picture.view(), factsOf(picture));
-    }
-    ASSERT_TRUE(slot.fetch(got));
-    EXPECT_EQ(got.bytes, std::vector<uint8_t>({20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20,  //
-                                               1,  1,  1,  1,  1,  1,  2,  2,  2,  2,  2,  2}));
-    EXPECT_FALSE(slot.fetch(got));
-}
-
-TEST_F(Pictures, TheTapGivesEachPictureToTheBoundOfItsPlayer) {
+TEST(Pictures, TheTapGivesEachPictureToTheBoundOfItsPlayer) {
+    const support::TemporaryFolder folder;
     BoundLog log;
     PictureSlot slot;
     int player = 7;
     PictureTap::Config config;
     config.hash = true;
-    config.rawStem = path("raw");
+    config.rawStem = folder / "raw";
     config.playerId = [&player] { return player; };
     config.speed = [] { return 2.0; };
     config.cut = [](int, int64_t positionUs) { return positionUs >= 1'000'000'000'000; };
@@ -204,14 +159,13 @@ TEST_F(Pictures, TheTapGivesEachPictureToTheBoundOfItsPlayer) {
     EXPECT_EQ(bounds[0].pictures, 1);
     EXPECT_EQ(bounds[0].late, 1);
     EXPECT_EQ(bounds[0].lastIntervalUs, 20'000) << "at twice the speed a picture stands half as long";
-    EXPECT_EQ(bounds[0].md5, "0feeb987e0ad8769326dc7b2d022420f");
+    EXPECT_EQ(bounds[0].md5, "0feeb987e0ad8769326dc7b2d022420f");  // printf 'aaaaaaaaabbbbcccc' | md5sum
     EXPECT_EQ(bounds[1].pictures, 2);
     EXPECT_EQ(bounds[1].dropped, 4u);
-    EXPECT_THAT(content("raw.0.y4m"), testing::EndsWith("\nFRAME\naaaaaaaaabbbbcccc"));
-    EXPECT_EQ(content("raw.1.y4m").size(), content("raw.0.y4m").size() + 23);
+    EXPECT_EQ(folder.read("raw.1.y4m").size(), folder.read("raw.0.y4m").size() + 23) << "one picture more";
 }
 
-TEST_F(Pictures, PicturesKeepTheirAspectInAnyWindow) {
+TEST(Pictures, PicturesKeepTheirAspectInAnyWindow) {
     const auto at = [](int w, int h, int pw, int ph) {
         const Placement place = placeIn(w, h, pw, ph);
         return std::array{place.x, place.y, place.width, place.height};

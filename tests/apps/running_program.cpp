@@ -25,7 +25,7 @@ Json::Value parsed(const std::string &line) {
     return reader->parse(line.data(), line.data() + line.size(), &value, nullptr) ? value : Json::Value();
 }
 
-void setEnvironment(const RunningProgram::Setting &setting) {
+void setEnvironment(const Setting &setting) {
     setenv("SDL_AUDIODRIVER", "dummy", 1);
     unsetenv("SDL_VIDEODRIVER");
 #ifdef __SANITIZE_THREAD__

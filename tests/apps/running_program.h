@@ -25,17 +25,16 @@ struct Outcome {
     std::vector<Json::Value> events(int number) const;
 };
 
+struct Setting {
+    bool terminal = false;  ///< standard input and error are a terminal of 100 columns
+    std::string folder{};   ///< to run in
+    std::string display{};  ///< X display; empty: none
+};
+
 /// vexoplay as a child process. Every wait has a bound; a child that is still there at the end is killed.
 class RunningProgram {
 public:
-    struct Setting {
-        bool terminal = false;  ///< standard input and error are a terminal of 100 columns
-        std::string folder;     ///< to run in
-        std::string display;    ///< X display; empty: none
-    };
-
-    explicit RunningProgram(std::vector<std::string> arguments) : RunningProgram(std::move(arguments), Setting()) {}
-    RunningProgram(std::vector<std::string> arguments, const Setting &setting);
+    explicit RunningProgram(std::vector<std::string> arguments, const Setting &setting = {});
     ~RunningProgram();
     RunningProgram(const RunningProgram &) = delete;
     RunningProgram &operator=(const RunningProgram &) = delete;

@@ -3,33 +3,23 @@
 
 #include <atomic>
 #include <csignal>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <thread>
 
 #include "running_program.h"
 #include "support/clips.h"
+#include "support/temporary_folder.h"
 
 namespace apps {
 namespace {
 
-namespace fs = std::filesystem;
-using testing::HasSubstr;
+const Setting kTerminal{.terminal = true};
 
-class Terminal : public testing::Test {
-protected:
-    RunningProgram::Setting setting() const {
-        RunningProgram::Setting setting;
-        setting.terminal = true;
-        return setting;
-    }
-    // A film of ten seconds, twice, so that nothing ends by itself.
-    std::vector<std::string> film() const {
-        return {"--no-window", "--json", support::clip("numbered.mp4"), support::clip("numbered.mp4")};
-    }
-};
+// A film of ten seconds, twice, so that nothing ends by itself.
+std::vector<std::string> film() {
+    return {"--no-window", "--json", support::clip("numbered.mp4"), support::clip("numbered.mp4")};
+}
 
 bool hasKeyMode(const RunningProgram &program) {
     return (program.terminalMode().c_lflag & (ICANON | ECHO)) == 0;
@@ -38,8 +28,8 @@ bool hasLineMode(const RunningProgram &program) {
     return (program.terminalMode().c_lflag & (ICANON | ECHO)) == (ICANON | ECHO);
 }
 
-TEST_F(Terminal, KeysControlThePlayerAndTheLineTellsSo) {
-    RunningProgram program(film(), setting());
+TEST(Terminal, KeysControlThePlayerAndTheLineTellsSo) {
+    RunningProgram program(film(), kTerminal);
     ASSERT_TRUE(program.waitForErr("playing 0:0")) << program.err();
     EXPECT_TRUE(hasKeyMode(program));
     EXPECT_TRUE(program.waitForErr("1/2  h264 160x120")) << program.err();
@@ -61,7 +51,7 @@ TEST_F(Terminal, KeysControlThePlayerAndTheLineTellsSo) {
     EXPECT_TRUE(hasLineMode(program));
 }
 
-TEST_F(Terminal, ADownloadThatStandsIsToldAndGoesOn) {
+TEST(Terminal, ADownloadThatStandsIsToldAndGoesOn) {
     std::ifstream file(support::clip("sound_longer.mkv"), std::ios::binary);
     const std::string body(std::istreambuf_iterator<char>(file), {});
     std::atomic<bool> stands{true};
@@ -77,7 +67,7 @@ TEST_F(Terminal, ADownloadThatStandsIsToldAndGoesOn) {
     const int port = server.bind_to_any_port("127.0.0.1");
     std::thread thread([&] { server.listen_after_bind(); });
     while (!server.is_running()) std::this_thread::yield();
-    RunningProgram program({"--no-window", "http://127.0.0.1:" + std::to_string(port) + "/film"}, setting());
+    RunningProgram program({"--no-window", "http://127.0.0.1:" + std::to_string(port) + "/film"}, kTerminal);
     EXPECT_TRUE(program.waitForErr("buffering 0:00")) << program.err();
     stands = false;
     program.forgetErr();
@@ -87,23 +77,23 @@ TEST_F(Terminal, ADownloadThatStandsIsToldAndGoesOn) {
     thread.join();
 }
 
-TEST_F(Terminal, ASkipWhilePausedStaysPausedInTheNextItem) {
-    RunningProgram program(film(), setting());
+TEST(Terminal, ASkipWhilePausedStaysPausedInTheNextItem) {
+    RunningProgram program(film(), kTerminal);
     ASSERT_TRUE(program.waitForOut("\"event\":1017"));
     program.type(" >");
     ASSERT_TRUE(program.waitForErr("paused 0:10 / 0:20")) << program.err();
     ASSERT_TRUE(program.waitForErr("2/2"));
     program.forgetErr();
     ASSERT_TRUE(program.waitUntil([&] { return program.err().size() > 400; }));  // some more status lines
-    EXPECT_THAT(program.err(), testing::Not(HasSubstr("0:11")));
+    EXPECT_THAT(program.err(), testing::Not(testing::HasSubstr("0:11")));
     program.type(" ");
     EXPECT_TRUE(program.waitForErr("playing 0:11"));
 }
 
-TEST_F(Terminal, EveryWayOutGivesTheTerminalBack) {
+TEST(Terminal, EveryWayOutGivesTheTerminalBack) {
     const std::vector<std::pair<int, int>> ways{{SIGINT, 4}, {SIGTERM, 4}, {SIGHUP, 4}, {SIGABRT, -SIGABRT}};
     for (const auto &[number, code] : ways) {
-        RunningProgram program(film(), setting());
+        RunningProgram program(film(), kTerminal);
         ASSERT_TRUE(program.waitForErr("playing"));
         ASSERT_TRUE(hasKeyMode(program));
         if (number == SIGINT) {
@@ -118,8 +108,8 @@ TEST_F(Terminal, EveryWayOutGivesTheTerminalBack) {
     }
 }
 
-TEST_F(Terminal, StoppingGivesTheTerminalBackUntilItGoesOn) {
-    RunningProgram program(film(), setting());
+TEST(Terminal, StoppingGivesTheTerminalBackUntilItGoesOn) {
+    RunningProgram program(film(), kTerminal);
     ASSERT_TRUE(program.waitForErr("playing"));
     program.type("\x1a");
     ASSERT_TRUE(program.waitUntilStopped());
@@ -134,19 +124,13 @@ TEST_F(Terminal, StoppingGivesTheTerminalBackUntilItGoesOn) {
     EXPECT_EQ(outcome.summary["exit"], "quit");
 }
 
-TEST_F(Terminal, AStillIsSavedWhereTheProgramRuns) {
-    RunningProgram::Setting here = setting();
-    here.folder = (fs::temp_directory_path() / ("vexoplay_still_" + std::to_string(getpid()))).string();
-    fs::create_directories(here.folder);
-    RunningProgram program(film(), here);
-    ASSERT_TRUE(program.waitForOut("\"event\":1017"));
+TEST(Terminal, AStillIsSavedWhereTheProgramRuns) {
+    const support::TemporaryFolder folder;
+    RunningProgram program(film(), {.terminal = true, .folder = folder.path()});
     ASSERT_TRUE(program.waitForErr("160x120"));
     program.type("s");
     EXPECT_TRUE(program.waitForErr("saved vexoplay-0001.png")) << program.err();
-    EXPECT_GT(fs::file_size(fs::path(here.folder) / "vexoplay-0001.png"), 100u);
-    program.type("q");
-    EXPECT_EQ(program.finish().code, 0);
-    fs::remove_all(here.folder);
+    EXPECT_GT(folder.read("vexoplay-0001.png").size(), 100u);
 }
 
 }  // namespace

@@ -4,7 +4,8 @@
 #include <unistd.h>
 
 #include <array>
-#include <memory>
+#include <sstream>
+#include <tuple>
 
 #include "json_lines.h"
 #include "line_output.h"
@@ -16,8 +17,11 @@
 namespace vexoplay {
 namespace {
 
+using testing::AllOf;
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 ParsedOptions parse(std::vector<const char *> arguments) {
     arguments.insert(arguments.begin(), "vexoplay");
@@ -46,21 +50,14 @@ TEST(Options, HeadersAreSplitAndCannotSmuggleInLines) {
     for (const char *bad : {"", ":", "no colon", ": value", "A: b\r\nC: d", "A B: c"}) EXPECT_FALSE(parseHeader(bad));
 }
 
-TEST(Options, EverythingAsked_Arrives) {
+TEST(Options, WhatIsHeardAndPreparedArrives) {
     const ParsedOptions parsed =
-        parse({"--mixed", "--start", "1:00", "--end", "90", "--speed", "1.5", "--volume", "50", "--header", "A: 1",
-               "--header", "B: 2", "--audio-track", "deu", "--prefetch=0", "one.mp4", "http://host/two.webm"});
+        parse({"--speed", "1.5", "--volume", "50", "--audio-track", "deu", "--prefetch=0", "one.mp4"});
     ASSERT_TRUE(parsed.options) << parsed.text;
-    const Options &options = *parsed.options;
-    EXPECT_THAT(options.inputs, ElementsAre("one.mp4", "http://host/two.webm"));
-    EXPECT_TRUE(options.mixed);
-    EXPECT_EQ(options.startMs, 60'000);
-    EXPECT_EQ(options.endMs, 90'000);
-    EXPECT_EQ(options.speed, 1.5);
-    EXPECT_EQ(options.volume, 0.5);
-    EXPECT_THAT(options.headers, ElementsAre(testing::Pair("A", "1"), testing::Pair("B", "2")));
-    EXPECT_EQ(options.audioTrack, "deu");
-    EXPECT_EQ(options.prefetch, 0);
+    EXPECT_EQ(parsed.options->speed, 1.5);
+    EXPECT_EQ(parsed.options->volume, 0.5);
+    EXPECT_EQ(parsed.options->audioTrack, "deu");
+    EXPECT_EQ(parsed.options->prefetch, 0);
 }
 
 TEST(Options, WhatMakesNoSense_IsAUsageErrorWithItsReason) {
@@ -85,7 +82,6 @@ TEST(Options, WhatMakesNoSense_IsAUsageErrorWithItsReason) {
         EXPECT_THAT(parsed.text, HasSubstr(reason));
     }
     EXPECT_EQ(parse({"--help"}).code, ExitCode::kPlayed);
-    EXPECT_THAT(parse({"--version"}).text, testing::MatchesRegex("vexoplay [0-9.]+\n"));
 }
 
 TEST(PlayListFile, LinesTitlesAndLengthsAreRead) {
@@ -94,16 +90,17 @@ TEST(PlayListFile, LinesTitlesAndLengthsAreRead) {
         "#EXTINF:-1,Live\nhttps://host/live?x=1\n# a remark\n/abs/two.mkv\nfile:///three.ts\npart2: the end.mp4\n",
         "/lists");
     ASSERT_EQ(list.error, "");
-    ASSERT_EQ(list.items.size(), 5u);
-    EXPECT_EQ(list.items[0].url, "/lists/sub/one.mp4");
-    EXPECT_EQ(list.items[0].title, "First, of all");
-    EXPECT_EQ(list.items[0].declaredMs, 12'500);
-    EXPECT_EQ(list.items[1].url, "https://host/live?x=1");
-    EXPECT_EQ(list.items[1].declaredMs, 0);
-    EXPECT_EQ(list.items[2].url, "/abs/two.mkv");
-    EXPECT_EQ(list.items[2].title, "") << "a title belongs to one item";
-    EXPECT_EQ(list.items[3].url, "file:///three.ts");
-    EXPECT_EQ(list.items[4].url, "/lists/part2: the end.mp4");
+    const std::vector<std::tuple<std::string, std::string, int64_t>> expected{
+        {"/lists/sub/one.mp4", "First, of all", 12'500},
+        {"https://host/live?x=1", "Live", 0},
+        {"/abs/two.mkv", "", 0},  // a title belongs to one item
+        {"file:///three.ts", "", 0},
+        {"/lists/part2: the end.mp4", "", 0}};
+    ASSERT_EQ(list.items.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        const ListedItem &item = list.items[i];
+        EXPECT_EQ(std::tuple(item.url, item.title, item.declaredMs), expected[i]);
+    }
 }
 
 TEST(PlayListFile, WhatIsNoPlayList_IsRefused) {
@@ -120,23 +117,6 @@ TEST(PlayListFile, OnlyWhatNeedsANetworkCountsAsNetwork) {
     }
 }
 
-StatusFacts richStatus() {
-    StatusFacts facts;
-    facts.state = "playing";
-    facts.positionMs = 61'000;
-    facts.totalMs = 3'723'000;
-    facts.item = 2;
-    facts.items = 5;
-    facts.codec = "hevc";
-    facts.width = 640;
-    facts.height = 360;
-    facts.dropped = 3;
-    facts.speed = 1.25;
-    facts.volumePercent = 80;
-    facts.note = "gr\xC3\xBC\xC3\x9F";
-    return facts;
-}
-
 int columnsOf(const std::string &text) {
     int columns = 0;
     for (const char c : text) columns += (c & 0xC0) != 0x80;
@@ -144,20 +124,24 @@ int columnsOf(const std::string &text) {
 }
 
 TEST(StatusLine, FitsEveryWidthAndLosesTheLeastMissedFirst) {
+    StatusFacts facts;
+    facts.state = "playing";
+    facts.positionMs = 61'000;
+    facts.totalMs = 3'723'000;
+    facts.item = 2;
+    facts.items = 5;
+    facts.codec = "hevc";
+    facts.dropped = 3;
+    facts.note = "gr\xC3\xBC\xC3\x9F";
     for (int columns = 0; columns <= 250; ++columns) {
-        EXPECT_LE(columnsOf(formatStatus(richStatus(), columns)), std::max(columns - 1, 0)) << columns;
+        EXPECT_LE(columnsOf(formatStatus(facts, columns)), std::max(columns - 1, 0)) << columns;
     }
-    const std::string wide = formatStatus(richStatus(), 120);
-    for (const char *part : {"playing 1:01 / 1:02:03", "[", "2/5", "hevc 640x360", "drop 3", "x1.25", "vol 80%"}) {
-        EXPECT_THAT(wide, HasSubstr(part));
-    }
-    const std::string narrow = formatStatus(richStatus(), 40);
-    EXPECT_THAT(narrow, HasSubstr("playing 1:01 / 1:02:03"));
-    EXPECT_THAT(narrow, HasSubstr("2/5"));
-    EXPECT_THAT(narrow, testing::Not(HasSubstr("drop")));
-    StatusFacts unknown = richStatus();
-    unknown.totalMs = 0;
-    EXPECT_THAT(formatStatus(unknown, 200), testing::Not(testing::AnyOf(HasSubstr("["), HasSubstr("/ "))));
+    EXPECT_THAT(formatStatus(facts, 120), AllOf(HasSubstr("playing 1:01 / 1:02:03"), HasSubstr("["), HasSubstr("2/5"),
+                                                HasSubstr("hevc"), HasSubstr("drop 3")));
+    EXPECT_THAT(formatStatus(facts, 40),
+                AllOf(HasSubstr("playing 1:01 / 1:02:03"), HasSubstr("2/5"), Not(HasSubstr("drop"))));
+    facts.totalMs = 0;
+    EXPECT_THAT(formatStatus(facts, 200), Not(AnyOf(HasSubstr("["), HasSubstr("/ "))));
 }
 
 TEST(StatusLine, NamesOfItemsCannotCommandTheTerminal) {
@@ -186,9 +170,7 @@ TEST(JsonLines, AnyBytesInAUrlStillMakeOneLineOfJson) {
     const std::string line = summaryLine(facts, programme);
     EXPECT_EQ(line.find('\n'), std::string::npos);
     Json::Value value;
-    std::string errors;
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    ASSERT_TRUE(reader->parse(line.data(), line.data() + line.size(), &value, &errors)) << errors;
+    ASSERT_NO_THROW(std::istringstream(line) >> value);
     EXPECT_THAT(value["summary"]["bounds"][0]["url"].asString(), testing::StartsWith("a\"b\\c\n"));
 }
 

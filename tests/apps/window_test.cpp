@@ -21,29 +21,16 @@ protected:
         setting_.display = server_.display();
     }
 
-    // Halves of pure red and blue, 160x240 pixels that are twice as wide as high: 320x240 on the screen.
-    std::string colourClip(const std::string &matrix, const std::string &range) const {
-        const std::string path = (server_.folder() / (matrix + range + ".mkv")).string();
-        const std::string command =
-            "ffmpeg -nostdin -v error -y -f lavfi -i color=red:s=80x240:r=25:d=20,format=rgb24 "
-            "-f lavfi -i color=blue:s=80x240:r=25:d=20,format=rgb24 -filter_complex \"hstack,scale=out_color_matrix=" +
-            matrix + ":out_range=" + range + ",format=yuv420p,setsar=2\" -c:v libx264 -preset ultrafast -colorspace " +
-            (matrix == "bt601" ? "smpte170m" : matrix) + " -color_range " + range + " \"" + path + "\"";
-        EXPECT_EQ(std::system(command.c_str()), 0);
-        return path;
-    }
-
     std::optional<Screenshot> screenshot() const { return server_.screenshot(); }
 
     support::XServer server_;
-    RunningProgram::Setting setting_;
+    Setting setting_;
 };
 
 TEST_F(Window, ThePictureStandsThereInItsColoursAndItsAspect) {
     // SDL has no matrix for BT.709 of the full range (see Window); the others are exact.
-    for (const auto &[matrix, range] :
-         std::vector<std::pair<std::string, std::string>>{{"bt601", "tv"}, {"bt709", "tv"}, {"bt601", "pc"}}) {
-        RunningProgram program({colourClip(matrix, range)}, setting_);
+    for (const char *clip : {"colours_bt601_tv.mkv", "colours_bt709_tv.mkv", "colours_bt601_pc.mkv"}) {
+        RunningProgram program({support::clip(clip)}, setting_);
         Screenshot::Area red;
         Screenshot::Area blue;
         // Looked at until it is right: a picture may be half drawn in any one look.
@@ -53,9 +40,9 @@ TEST_F(Window, ThePictureStandsThereInItsColoursAndItsAspect) {
             const int width = red.width() + blue.width();  // the edge between them is soft
             return red.count > 30'000 && blue.count > 30'000 && std::abs(width - 320) <= 6 && red.height() == 240 &&
                    blue.height() == 240 && red.right < blue.left;
-        })) << matrix
-            << range << ": red " << red.width() << "x" << red.height() << ", blue " << blue.width() << "x"
-            << blue.height() << program.err();
+        })) << clip
+            << ": red " << red.width() << "x" << red.height() << ", blue " << blue.width() << "x" << blue.height()
+            << program.err();
         program.signal(SIGINT);
         EXPECT_EQ(program.finish().code, 4);
     }
@@ -75,9 +62,7 @@ TEST_F(Window, TwoPicturesOfAFilmDiffer) {
 }
 
 TEST_F(Window, WithoutADisplayItPlaysAndSaysSo) {
-    RunningProgram::Setting none;
-    RunningProgram program({"--untimed", support::clip("video_only.mp4")}, none);
-    const Outcome outcome = program.finish();
+    const Outcome outcome = run({"--untimed", support::clip("video_only.mp4")});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_THAT(outcome.err, testing::HasSubstr("playing without a window"));
 }

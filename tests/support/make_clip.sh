@@ -116,6 +116,14 @@ variant_low.m3u8 | variant_high.m3u8) # one programme at two sizes; segment i be
 many_streams.mkv)
     maps=$(for _ in $(seq 250); do printf ' -map 0'; done)
     ff -f lavfi -i anullsrc=r=8000:cl=mono:d=0.1 $maps -c:a pcm_s16le "$out" ;;
+colours_*) # halves of pure red and blue, 160x240 pixels that are twice as wide as high; named by matrix and range
+    range=${name##*_} range=${range%.mkv}
+    matrix=${name#colours_} matrix=${matrix%%_*}
+    space=$matrix
+    test "$space" = bt601 && space=smpte170m
+    ff -f lavfi -i color=red:s=80x240:r=25:d=20,format=rgb24 -f lavfi -i color=blue:s=80x240:r=25:d=20,format=rgb24 \
+        -filter_complex "hstack,scale=out_color_matrix=$matrix:out_range=$range,format=yuv420p,setsar=2" \
+        $x264 -colorspace "$space" -color_range "$range" "$out" ;;
 giant.ts) # says that its pictures have 12000 x 12000 pixels
     opaque=yes
     silent -c:v mpeg2video -b:v 1M -pix_fmt yuv420p "$work/a.ts"
