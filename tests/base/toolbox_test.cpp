@@ -7,39 +7,34 @@
 #include "base/cpu_stat.h"
 #include "base/map_text.h"
 #include "base/media_url.h"
-#include "base/system_attributes.h"
 #include "base/text.h"
 
 namespace vexo {
 namespace {
 
-struct UrlCase {
-    const char *url;
-    int tagResult;
-    const char *tag;
-    int idResult;
-    const char *id;
-};
-
-class MediaUrl : public testing::TestWithParam<UrlCase> {};
-
-TEST_P(MediaUrl, GivesTagAndId) {
-    const UrlCase &c = GetParam();
-    std::string tag = "kept";
-    std::string id = "kept";
-    EXPECT_EQ(ParseVideoTag(c.url, tag), c.tagResult);
-    EXPECT_EQ(tag, c.tag);
-    EXPECT_EQ(ParseVideoId(c.url, id), c.idResult);
-    EXPECT_EQ(id, c.id);
+TEST(MediaUrl, GivesTagAndId) {
+    struct UrlCase {
+        const char *url;
+        int tagResult;
+        const char *tag;
+        int idResult;
+        const char *id;
+    };
+    for (const UrlCase &c :
+         {UrlCase{"", -1, "kept", -1, "kept"}, UrlCase{"http://h/v?vid=abc==&x=1", 0, "abc", 0, "abc=="},
+          UrlCase{"http://h/v?vid=abc==&x=1&streamtypecode=mp4", 0, "abc-mp4", 0, "abc=="},
+          UrlCase{"http://h/v?x=1&streamtypecode=flv&y", 0, "NOVID-flv", -1, "kept"},
+          UrlCase{"vid=abc==", 0, "abc==", 0, "abc=="}, UrlCase{"vid=a&streamtypecode=", 0, "-", 0, "a"},
+          UrlCase{"vid=&b", 0, "", 0, ""}}) {
+        SCOPED_TRACE(c.url);
+        std::string tag = "kept";
+        std::string id = "kept";
+        EXPECT_EQ(ParseVideoTag(c.url, tag), c.tagResult);
+        EXPECT_EQ(tag, c.tag);
+        EXPECT_EQ(ParseVideoId(c.url, id), c.idResult);
+        EXPECT_EQ(id, c.id);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Urls, MediaUrl,
-    testing::Values(UrlCase{"", -1, "kept", -1, "kept"}, UrlCase{"http://h/v?vid=abc==&x=1", 0, "abc", 0, "abc=="},
-                    UrlCase{"http://h/v?vid=abc==&x=1&streamtypecode=mp4", 0, "abc-mp4", 0, "abc=="},
-                    UrlCase{"http://h/v?x=1&streamtypecode=flv&y", 0, "NOVID-flv", -1, "kept"},
-                    UrlCase{"vid=abc==", 0, "abc==", 0, "abc=="}, UrlCase{"vid=a&streamtypecode=", 0, "-", 0, "a"},
-                    UrlCase{"vid=&b", 0, "", 0, ""}));
 
 TEST(MapText, AbsentAndNullKeysHaveAnswersOfTheirOwn) {
     const std::map<std::string, std::string> map{{"n", "12"}, {"t", "x"}};
@@ -59,7 +54,6 @@ TEST(Text, TrimsBlanksOnlyOrAllWhiteSpace) {
         std::string buffer = in;
         EXPECT_STREQ(TrimInPlace(buffer.data()), space);
     }
-    EXPECT_EQ(IntToString(-7), "-7");
 }
 
 TEST(CpuStat, CountsProcessorsAndReadsTheAggregateLine) {
@@ -78,10 +72,6 @@ TEST(CpuStat, CountsProcessorsAndReadsTheAggregateLine) {
     EXPECT_EQ(getCpuInfo(&info), 0);
     EXPECT_GT(info.cpu_count, 0);
     EXPECT_EQ(getCpuInfo(nullptr), -1);
-}
-
-TEST(SystemAttributes, HasNothingToSayHere) {
-    EXPECT_EQ(CreateSystemAttributes()->GetAttributes(), SystemAttributeWords{});
 }
 
 }  // namespace

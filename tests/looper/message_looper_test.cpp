@@ -85,19 +85,6 @@ TEST(MessageLooper, ATaskMaySendToItsOwnLooper_AnUrgentOneRunsNext) {
     EXPECT_EQ(held.ReleaseAndDestroy(), "Ab");
 }
 
-TEST(MessageLooper, TheCallersMessageStaysAsItWas) {
-    MessageLooper looper;
-    std::promise<void> first;
-    std::promise<void> second;
-    int runs = 0;
-    ThreadMessage message{[&] { (runs++ == 0 ? first : second).set_value(); }};
-    looper.SendMessage_(message, MSG_PRIO_HIGH);
-    first.get_future().wait();
-    looper.SendMessage_(message, MSG_PRIO_LOW);
-    second.get_future().wait();
-    EXPECT_EQ(runs, 2);
-}
-
 TEST(MessageLooper, SentToOneThatHasEnded_IsDestroyedUnrun) {
     auto looper = std::make_unique<MessageLooper>();
     looper->Stop();

@@ -24,12 +24,8 @@ using testing::Not;
 /// A facade with scripted engine players below. Tests wait for what the application or the engine has seen.
 class Playback : public testing::Test {
 protected:
-    Playback() { restartEngine(); }
-    ~Playback() override {
-        player_.reset();
-        engine_.autoPrepare = false;
-        engine_.reset();
-    }
+    Playback() { engine_.reset(); }
+    ~Playback() override { restartEngine(); }
     /// Players are counted from p1 again; the one of before is gone with its threads.
     void restartEngine() {
         player_.reset();
@@ -92,10 +88,8 @@ TEST_F(Playback, TheHandlerOfTheEndMayPlayTheNextSource) {
     auto prepared = at(1000, [] {});
     engine_.post("p2", 1000);
     prepared.wait();
-    std::string log;
-    while (log.find("p2.start") == std::string::npos) log += engine_.takeLog();
-    EXPECT_THAT(log, HasSubstr("p2.setDataSource(b.mp4)"));
-    EXPECT_THAT(log, Not(HasSubstr("p2.stop"))) << "the end of a.mp4 does not act on b.mp4";
+    EXPECT_TRUE(engine_.waitForCall("p2.setDataSource(b.mp4)") && engine_.waitForCall("p2.start"));
+    EXPECT_THAT(engine_.history(), Not(HasSubstr("p2.stop"))) << "the end of a.mp4 does not act on b.mp4";
     EXPECT_EQ(engine_.maxLiving(), 1);
 }
 

@@ -118,19 +118,6 @@ TEST_F(RenderTest, APipeHoldsWhatWasRegisteredForItsCategory) {
     EXPECT_EQ(b.use_count(), 3) << "here, in the register, in the fixture: the pipe's are gone";
 }
 
-TEST_F(RenderTest, ARegisteredFilterLeavesEntryByEntry) {
-    auto filter = std::make_shared<IRenderFilter>();
-    auto &manager = RenderManager::Instance();
-    manager.AddFilter(filter);
-    manager.AddFilter(filter);
-    RenderSetup setup;
-    manager.ReleasePipe(manager.AcquirePipe(setup));
-    for (const long left : {2, 1, 1}) {
-        manager.RemoveFilter(filter);
-        EXPECT_EQ(filter.use_count(), left);
-    }
-}
-
 TEST_F(RenderTest, TheWrapperHandsTheWholeRecordOn) {
     auto taking = registered('a', true);
     VideoRenderPipelineWrapper wrapper;
