@@ -16,10 +16,6 @@ std::string Subject::url() const {
     return support::clip("video_only.mp4");
 }
 
-std::shared_ptr<oriplayer::IOriPlayer> Subject::create() {
-    return oriplayer::IOriPlayer::create();
-}
-
 void Subject::play() {}
 
 }  // namespace contract

@@ -3,35 +3,24 @@
 
 namespace contract {
 
-namespace {
-
-fake::ScriptedEngine &engine() {
-    return fake::ScriptedEngine::instance();
-}
-
-}  // namespace
+using fake::ScriptedEngine;
 
 Subject::Subject() {
-    engine().reset();
-    engine().autoPrepare = true;
+    ScriptedEngine::instance().reset();
+    ScriptedEngine::instance().autoPrepare = true;
 }
 
 Subject::~Subject() {
-    engine().reset();
+    ScriptedEngine::instance().reset();
 }
 
 std::string Subject::url() const {
     return "clip.mp4";
 }
 
-std::shared_ptr<oriplayer::IOriPlayer> Subject::create() {
-    return oriplayer::IOriPlayer::create();
-}
-
 void Subject::play() {
-    const std::string last = "p" + std::to_string(engine().created());
-    engine().postLater(last, 1017);
-    engine().postLater(last, 1001);
+    ScriptedEngine &engine = ScriptedEngine::instance();
+    for (int event : {1017, 1001}) engine.postLater("p" + std::to_string(engine.created()), event);
 }
 
 }  // namespace contract

@@ -11,20 +11,15 @@
 //
 // Events are written as "number@identity", the identity in six hexadecimal digits: timeline, period, source.
 
-extern "C" {
-#include <libavutil/md5.h>
-#include <libavutil/mem.h>
-}
-
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <functional>
-#include <map>
+
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -32,6 +27,7 @@ extern "C" {
 #include "mixed/mixed_codecs_player.h"
 #include "render/render_manager.h"
 #include "support/clips.h"
+#include "support/picture_digest.h"
 
 namespace end_to_end {
 
@@ -63,7 +59,7 @@ inline std::vector<std::shared_ptr<oriplayer::PlayComponent>> componentsOf(const
 struct Shown {
     int playerId = -1;
     std::vector<int> numbers{};  ///< as written into the clips' pictures
-    std::string md5;
+    std::string md5{};
     int width = 0;  ///< of the last picture
     int height = 0;
 };
@@ -72,7 +68,6 @@ struct Shown {
 class Screen final : public vexo::IRenderMiddleware {
 public:
     /// Before the player is made: its way for pictures knows the middlewares of that moment.
-    Screen() { av_md5_init(sum_.get()); }
     void belongTo(std::weak_ptr<vexo::MixedCodecsPlayer> player) {
         const std::lock_guard lock(mutex_);
         player_ = std::move(player);
@@ -84,13 +79,13 @@ public:
         if (!player) return true;
         const int id = player->getActiveID();
         if (shown_.empty() || shown_.back().playerId != id) {
-            closeSum();
             shown_.emplace_back().playerId = id;
+            digests_.emplace_back();
         }
         shown_.back().numbers.push_back(support::pictureNumber(picture));
         shown_.back().width = picture.width;
         shown_.back().height = picture.height;
-        add(picture);
+        digests_.back().add(picture);
         changed_.notify_all();
         return true;
     }
@@ -98,7 +93,7 @@ public:
 
     std::vector<Shown> shown() {
         const std::lock_guard lock(mutex_);
-        closeSum();
+        for (std::size_t i = 0; i < shown_.size(); ++i) shown_[i].md5 = digests_[i].text();
         return shown_;
     }
     /// True once `holds` holds for what was shown.
@@ -108,38 +103,11 @@ public:
     }
 
 private:
-    void add(const oriplayer::VideoPicture &picture) {
-        for (int i = 0; i < 3; ++i) {
-            const int width = i ? (picture.width + 1) / 2 : picture.width;
-            const int height = i ? (picture.height + 1) / 2 : picture.height;
-            const auto &plane = picture.planes[i];
-            for (int row = 0; row < height; ++row) {
-                av_md5_update(sum_.get(), plane.data + static_cast<std::ptrdiff_t>(row) * plane.stride,
-                              static_cast<size_t>(width));
-            }
-        }
-        open_ = true;
-    }
-    void closeSum() {
-        if (open_) {
-            std::array<uint8_t, 16> digest{};
-            av_md5_final(sum_.get(), digest.data());
-            for (uint8_t byte : digest) {
-                char text[3];
-                std::snprintf(text, sizeof text, "%02x", byte);
-                shown_.back().md5 += text;
-            }
-        }
-        open_ = false;
-        av_md5_init(sum_.get());
-    }
-
     std::mutex mutex_;
     std::condition_variable changed_;
     std::weak_ptr<vexo::MixedCodecsPlayer> player_;
     std::vector<Shown> shown_;
-    std::unique_ptr<AVMD5, void (*)(void *)> sum_{av_md5_alloc(), av_free};
-    bool open_ = false;
+    std::vector<support::PictureDigest> digests_;
 };
 
 /// Writes events down and runs a hook behind each.
@@ -154,14 +122,14 @@ public:
         }
         if (onEvent) onEvent(text);
         const std::lock_guard lock(mutex_);
-        ++handled_[text];
+        handled_.insert(text);
         changed_.notify_all();
     }
     void notify(int, int, int, const std::string &, const std::string &) override {}
 
-    bool waitFor(const std::string &event, int count = 1) {
+    bool waitFor(const std::string &event) {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, kPatience, [&] { return handled_[event] >= count; });
+        return changed_.wait_for(lock, kPatience, [&] { return handled_.contains(event); });
     }
     /// Those among `numbers`, in the order told, separated by blanks.
     std::string told(const std::vector<std::string> &numbers) {
@@ -181,7 +149,7 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<std::string> told_;
-    std::map<std::string, int> handled_;
+    std::set<std::string> handled_;
 };
 
 class Programme {
@@ -206,7 +174,13 @@ public:
         player->setListener(events);
         player->setDataSource(componentsOf(urls, layout), 1, nullptr);
     }
-    bool waitFor(const std::string &event, int count = 1) { return events->waitFor(event, count); }
+    /// Gives and plays.
+    void play(const std::vector<std::string> &urls, Layout layout = Layout::kPeriods) {
+        give(urls, layout);
+        player->prepareAsync();
+        player->start();
+    }
+    bool waitFor(const std::string &event) { return events->waitFor(event); }
     std::vector<Shown> shown() const { return screen->shown(); }
     int64_t position() const {
         int64_t ms = -1;
