@@ -11,9 +11,9 @@
 extern "C" {
 #include <libavutil/md5.h>
 #include <libavutil/mem.h>
-#include <atomic>
 }
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -183,6 +183,14 @@ public:
     }
     ~WatchedPlayer() {
         if (player_) player_->stop(true);
+    }
+
+    /// By the same content elsewhere, running.
+    int replaceBy(const std::string &url) {
+        const auto other = oriplayer::IPeriod::create();
+        other->addSource(oriplayer::ISource::create(url.c_str(), 0.0));
+        other->setChangeMode(2);
+        return player_->changePeriod(0, 0, other, nullptr);
     }
 
     oriplayer::IOriPlayer *operator->() const { return player_.get(); }

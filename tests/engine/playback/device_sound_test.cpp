@@ -1,0 +1,92 @@
+// What of a player's sound reaches the device, in real time.
+
+#include <gtest/gtest.h>
+
+#include "engine/playback/watched_player.h"
+#include "support/disk_sound.h"
+
+namespace test {
+namespace {
+
+using support::clip;
+
+struct DeviceSound : testing::Test {
+    static void SetUpTestSuite() { disk = std::make_unique<support::DiskSound>(); }
+    static void TearDownTestSuite() { disk.reset(); }
+
+    static inline std::unique_ptr<support::DiskSound> disk;
+};
+
+void setMute(WatchedPlayer &player, int on) {
+    oriplayer::Param param;
+    param.putInt32(on);
+    EXPECT_EQ(player->setParameter(2009, param, -1), 0);
+}
+
+void setVolume(WatchedPlayer &player, float volume) {
+    oriplayer::Param param;
+    param.putFloat(volume);
+    EXPECT_EQ(player->setParameter(3004, param, -1), 0);
+}
+
+struct MuteCase {
+    const char *name;
+    int muteBefore;  ///< prepareAsync; -1: not said
+    int muteAfter;
+    float volume;  ///< said last; below 0: not said
+    bool heard;
+};
+
+TEST_F(DeviceSound, AMuteSaidBeforePreparingEndsWithTheVolumeALaterOneDoesNot) {
+    // Sound in the device's mix outlasts its player: what is not heard comes first.
+    const MuteCase cases[] = {{"before, volume 0", 1, -1, 0.0F, false},
+                              {"later", -1, 1, 0.5F, false},
+                              {"both", 1, 1, 0.5F, false},
+                              {"before, then a volume", 1, -1, 0.5F, true},
+                              {"taken back", 1, 0, -1.0F, true}};
+    for (const auto &c : cases) {
+        const std::size_t begin = disk->samples();
+        WatchedPlayer player({clip("audio_only.wav")});
+        if (c.muteBefore >= 0) setMute(player, c.muteBefore);
+        player->prepareAsync();
+        if (c.muteAfter >= 0) setMute(player, c.muteAfter);
+        if (c.volume >= 0.0F) setVolume(player, c.volume);
+        player->start();
+        ASSERT_TRUE(player.waitForEvent(1001)) << c.name << ": " << player.events();
+        EXPECT_EQ(support::peak(disk->left(begin)) > 0.01F, c.heard) << c.name;
+    }
+}
+
+/// Between the first sound and the last.
+std::size_t longestSilence(const std::vector<float> &samples) {
+    const auto sounds = [](float sample) { return std::abs(sample) > 0.005F; };
+    const auto first = std::find_if(samples.begin(), samples.end(), sounds);
+    const auto last = std::find_if(samples.rbegin(), samples.rend(), sounds).base();
+    std::size_t longest = 0;
+    std::size_t run = 0;
+    for (auto sample = first; sample < last; ++sample) {
+        run = sounds(*sample) ? 0 : run + 1;
+        longest = std::max(longest, run);
+    }
+    return longest;
+}
+
+TEST_F(DeviceSound, AReplacementJoinsWithoutAGap) {
+    const std::size_t begin = disk->samples();
+    {
+        WatchedPlayer player({clip("numbered.mp4")});
+        player->prepareAsync();
+        player->start();
+        ASSERT_TRUE(player.waitForNumber(20));
+        ASSERT_EQ(player.replaceBy(clip("numbered_better.mkv")), 0);
+        ASSERT_TRUE(player.record->wait([&] { return player.record->pictures.back().width == 320; }));
+        ASSERT_TRUE(player.waitForNumber(80));
+    }
+    constexpr std::size_t kDeviceBuffer = 1024;
+    const auto samples = disk->left(begin);
+    ASSERT_GT(samples.size(), 2U * 44'100);
+    EXPECT_LE(longestSilence(samples), kDeviceBuffer);
+}
+
+}  // namespace
+}  // namespace test
