@@ -70,7 +70,7 @@ TEST(Play, SubtitlesStandInTheItemTheyAreGivenFor) {
 }
 
 TEST(Play, SourcesOfAMixedPeriodAreCountedInTheListGiven) {
-    const std::vector<RealFile> files{kPreroll, kBear, kHevc, kFlv};
+    const std::vector<RealFile> files{kPreroll, kBear, kHevc, kFlv, kPostroll};
     std::vector<std::string> arguments{"--mixed", "--no-window", "--untimed", "--hash", "--json"};
     for (const RealFile &file : files) arguments.push_back(file.path());
     const Outcome outcome = run(arguments);

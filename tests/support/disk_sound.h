@@ -1,7 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <vector>
 
@@ -38,11 +36,5 @@ public:
 private:
     TemporaryFolder folder_;
 };
-
-inline float peak(const std::vector<float> &samples) {
-    float most = 0;
-    for (const float sample : samples) most = std::max(most, std::abs(sample));
-    return most;
-}
 
 }  // namespace support

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include "engine/output/tone.h"
 #include "engine/playback/watched_player.h"
 #include "support/disk_sound.h"
 
@@ -53,7 +56,7 @@ TEST_F(DeviceSound, AMuteSaidBeforePreparingEndsWithTheVolumeALaterOneDoesNot) {
         if (c.volume >= 0.0F) setVolume(player, c.volume);
         player->start();
         ASSERT_TRUE(player.waitForEvent(1001)) << c.name << ": " << player.events();
-        EXPECT_EQ(support::peak(disk->left(begin)) > 0.01F, c.heard) << c.name;
+        EXPECT_EQ(tone::peak(disk->left(begin)) > 0.01F, c.heard) << c.name;
     }
 }
 
