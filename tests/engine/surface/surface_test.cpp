@@ -1,11 +1,10 @@
 #include <SDL.h>
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <thread>
 #include <utility>
 
 #include "engine/playback/watched_player.h"
+#include "support/eventually.h"
 #include "support/x_server.h"
 
 // Behind all others: its macros have names that others use.
@@ -13,6 +12,7 @@
 
 using oriplayer::Param;
 using support::Screenshot;
+using test::PropertyGuard;
 using test::WatchedPlayer;
 
 namespace {
@@ -36,10 +36,7 @@ protected:
     void TearDown() override {
         if (!display_) return;
         destroyWindow();
-        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (SDL_WasInit(SDL_INIT_VIDEO) != 0 && std::chrono::steady_clock::now() < until) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
+        support::eventually([] { return SDL_WasInit(SDL_INIT_VIDEO) == 0; });
         XCloseDisplay(display_);
     }
     void destroyWindow() {
@@ -47,51 +44,29 @@ protected:
         XSync(display_, False);
     }
 
-    // Halves of red and blue, 160 x 240 pixels that are twice as wide as high.
-    std::string colourClip() const {
-        const std::string path = server_.folder() / "colours.mkv";
-        const std::string command =
-            "ffmpeg -nostdin -v error -y -f lavfi -i color=red:s=80x240:r=25:d=2,format=rgb24 "
-            "-f lavfi -i color=blue:s=80x240:r=25:d=2,format=rgb24 -filter_complex "
-            "\"hstack,scale=out_color_matrix=bt601:out_range=tv,format=yuv420p,setsar=2\" -c:v libx264 -preset "
-            "ultrafast "
-            "-colorspace smpte170m -color_range tv \"" +
-            path + "\"";
-        EXPECT_EQ(std::system(command.c_str()), 0);
-        return path;
-    }
     void *handle() const { return reinterpret_cast<void *>(window_); }
     // A player that draws into the window for as long as it lives.
-    std::unique_ptr<WatchedPlayer> playHere(const std::string &clip) const {
-        auto player = std::make_unique<WatchedPlayer>(std::vector<std::string>{clip});
-        (*player)->setVideoPipeline(nullptr);
-        (*player)->setVideoSurface(handle(), false, 0);
-        (*player)->setLooping(true);
+    std::unique_ptr<WatchedPlayer> playHere() const {
+        auto player = std::make_unique<WatchedPlayer>(std::vector<std::string>{kColours});
+        giveWindow(*player, handle());
         (*player)->prepareAsync();
         (*player)->start();
         return player;
     }
-
-    // Lines are told without an event.
-    static bool told(const WatchedPlayer &player) {
-        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (player.ear->lines == 0 && std::chrono::steady_clock::now() < until) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return player.ear->lines > 0;
+    static void giveWindow(WatchedPlayer &player, void *handle) {
+        player->setVideoPipeline(nullptr);
+        player->setVideoSurface(handle, false, 0);
     }
 
-    // "x,y WxH" of both colours, as soon as that is what stands on the screen; else what stood there last.
-    std::string seen(const std::string &expected) const {
-        std::string text;
-        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (text != expected && std::chrono::steady_clock::now() < until) {
-            if (const auto shot = server_.screenshot()) {
-                text = "red " + boxOf(*shot, {255, 0, 0}) + ", blue " + boxOf(*shot, {0, 0, 255});
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return text;
+    // True as soon as that is what stands on the screen: "x,y WxH" of both colours.
+    testing::AssertionResult shows(const std::string &expected) const {
+        std::string seen;
+        const bool right = support::eventually([&] {
+            const auto shot = server_.screenshot();
+            if (shot) seen = "red " + boxOf(*shot, {255, 0, 0}) + ", blue " + boxOf(*shot, {0, 0, 255});
+            return seen == expected;
+        });
+        return (right ? testing::AssertionSuccess() : testing::AssertionFailure()) << seen;
     }
     // In steps of ten pixels: the edges are soft.
     static std::string boxOf(const Screenshot &shot, std::array<int, 3> colour) {
@@ -101,96 +76,82 @@ protected:
         return round(area.left) + "," + round(area.top) + " " + round(area.width()) + "x" + round(area.height());
     }
 
+    // Halves of red and blue, 160 x 240 pixels that are twice as wide as high.
+    static inline const std::string kColours = support::clip("colours_bt601_tv.mkv");
+    static constexpr const char *kUpright = "red 0,50 200x300, blue 200,50 200x300";
+
     support::XServer server_;
     Display *display_ = nullptr;
     ::Window window_ = 0;
 };
 
 TEST_F(SurfaceWindow, ThePictureStandsThereAsItIsToLie) {
-    const auto player = playHere(colourClip());
-    EXPECT_EQ(seen("red 0,50 200x300, blue 200,50 200x300"), "red 0,50 200x300, blue 200,50 200x300");
+    const auto player = playHere();
+    EXPECT_TRUE(shows(kUpright));
     const auto set = [&](int number, const std::vector<int> &values, const void *pointer = nullptr) {
         Param param;
         for (const int value : values) param.putInt32(value);
         if (pointer) param.putPointer(pointer);
         return (*player)->setParameter(number, param, -1);
     };
-    struct Case {
-        std::function<int()> change;
-        std::string expected;
-    };
     const float quarterLeft[] = {0, 1, 0, -1, 0, 0, 0, 0, 1};  // x goes up
     const float mirrored[] = {-1, 0, 0, 1};
-    const Case cases[] = {
-        {[&] { return set(2006, {90}); }, "red 50,0 300x200, blue 50,200 300x200"},
-        {[&] { return set(2006, {2}); }, "red 200,50 200x300, blue 0,50 200x300"},
-        {[&] {
-             return set(2006, {0}) + set(2004, {9, 0}, quarterLeft);
-         },
-         "red 50,200 300x200, blue 50,0 300x200"},
-        {[&] {
-             return set(2004, {4, 0}, mirrored);
-         },
-         "red 200,50 200x300, blue 0,50 200x300"},
-        {[&] {
-             return set(2004, {0, 0}) + set(2008, {200, 200});
-         },
-         "red 0,30 100x150, blue 100,30 100x150"},
-        {[&] {
-             return set(2008, {0, 0}) + XResizeWindow(display_, window_, 600, 300) + XSync(display_, False) - 2;
-         },
-         "red 100,0 200x300, blue 300,0 200x300"},
-    };
-    for (const Case &one : cases) {
-        EXPECT_EQ(one.change(), 0);
-        EXPECT_EQ(seen(one.expected), one.expected);
-    }
+    EXPECT_EQ(set(2006, {90}), 0);
+    EXPECT_TRUE(shows("red 50,0 300x200, blue 50,200 300x200"));
+    EXPECT_EQ(set(2006, {2}), 0);
+    EXPECT_TRUE(shows("red 200,50 200x300, blue 0,50 200x300"));
+    EXPECT_EQ(set(2006, {0}) + set(2004, {9, 0}, quarterLeft), 0);
+    EXPECT_TRUE(shows("red 50,200 300x200, blue 50,0 300x200"));
+    EXPECT_EQ(set(2004, {4, 0}, mirrored), 0);
+    EXPECT_TRUE(shows("red 200,50 200x300, blue 0,50 200x300"));
+    EXPECT_EQ(set(2004, {0, 0}) + set(2008, {200, 200}), 0);
+    EXPECT_TRUE(shows("red 0,30 100x150, blue 100,30 100x150"));
+    EXPECT_EQ(set(2008, {0, 0}), 0);
+    XResizeWindow(display_, window_, 600, 300);
+    XSync(display_, False);
+    EXPECT_TRUE(shows("red 100,0 200x300, blue 300,0 200x300"));
     (*player)->pause();
     EXPECT_EQ(set(2006, {180}), 0) << "also while paused";
-    EXPECT_EQ(seen("red 300,0 200x300, blue 100,0 200x300"), "red 300,0 200x300, blue 100,0 200x300");
+    EXPECT_TRUE(shows("red 300,0 200x300, blue 100,0 200x300"));
     EXPECT_EQ(set(2006, {45}), -1);
     EXPECT_EQ(set(2004, {5, 0}, mirrored), -1);
     EXPECT_EQ(set(2008, {-1, 3}), -1);
 }
 
 TEST_F(SurfaceWindow, TheNextPlayerDrawsIntoTheSame_AndOneThatWantsNoneDoesNot) {
-    const std::string clip = colourClip();
-    playHere(clip);
+    playHere();
     XClearWindow(display_, window_);
     XSync(display_, False);
-    const auto next = playHere(clip);
-    EXPECT_EQ(seen("red 0,50 200x300, blue 200,50 200x300"), "red 0,50 200x300, blue 200,50 200x300");
+    const auto next = playHere();
+    EXPECT_TRUE(shows(kUpright));
     (*next)->stop(true);
     XClearWindow(display_, window_);
     XSync(display_, False);
-    WatchedPlayer unwanted({clip}, 0, {{"no_need_surface", "1"}});
-    unwanted->setVideoPipeline(nullptr);
-    unwanted->setVideoSurface(handle(), false, 0);
+    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
+    WatchedPlayer unwanted({kColours}, 0, {{"no_need_surface", "1"}});
+    giveWindow(unwanted, handle());
     ASSERT_TRUE(unwanted.playToEnd());
     EXPECT_EQ(boxOf(*server_.screenshot(), {255, 0, 0}), "none");
 }
 
 TEST_F(SurfaceWindow, ThatGoes_IsTold_AndPlayingGoesOn) {
-    const auto player = playHere(colourClip());
-    const std::string there = "red 0,50 200x300, blue 200,50 200x300";
-    ASSERT_EQ(seen(there), there);
+    const auto player = playHere();
+    ASSERT_TRUE(shows(kUpright));
     void *const gone = handle();
     destroyWindow();
-    EXPECT_TRUE(told(*player));
+    EXPECT_TRUE(support::eventually([&] { return player->ear->lines > 0; }));
+    (*player)->seekTo(19'500, 0);
+    EXPECT_TRUE(player->waitForEvent(1001));
     WatchedPlayer late({support::clip("video_only.mp4")});
-    late->setVideoPipeline(nullptr);
-    late->setVideoSurface(gone, false, 0);
+    giveWindow(late, gone);
     EXPECT_TRUE(late.playToEnd());
     EXPECT_GT(late.ear->lines, 0);
-    (*player)->setLooping(false);
-    EXPECT_TRUE(player->waitForEvent(1001));
 }
 
 TEST_F(SurfaceWindow, WithoutADisplay_PlayingGoesOn) {
     setenv("DISPLAY", ":4711", 1);
     WatchedPlayer player({support::clip("video_only.mp4")});
-    player->setVideoPipeline(nullptr);
-    player->setVideoSurface(handle(), false, 0);
+    giveWindow(player, handle());
     EXPECT_TRUE(player.playToEnd());
     EXPECT_GT(player.ear->lines, 0);
 }
