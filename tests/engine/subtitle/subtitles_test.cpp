@@ -1,19 +1,16 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string_view>
 
 #include "base/oriplayer/subtitle_font_info.h"
 #include "engine/playback/watched_player.h"
+#include "support/temporary_folder.h"
 
 using oriplayer::Param;
 using test::PropertyGuard;
 using test::WatchedPlayer;
 
 namespace {
-
-namespace fs = std::filesystem;
 
 struct Seen {
     int64_t ms;
@@ -58,32 +55,16 @@ private:
 
 class Subtitles : public testing::Test {
 protected:
-    Subtitles() { fs::create_directories(folder_); }
-    ~Subtitles() override { fs::remove_all(folder_); }
-
-    std::string file(const std::string &name, const std::string &text) const {
-        const std::string path = folder_ / name;
-        std::ofstream(path) << text;
-        return path;
-    }
-    std::string srt() const { return file("a.srt", "1\n00:00:01,000 --> 00:00:02,000\nSehr schön\n"); }
-
     using Paths = std::vector<std::pair<int, std::string>>;
-    static int choose(oriplayer::IOriPlayer &player, int number, const Paths &paths) {
+    static int choose(WatchedPlayer &player, int number, const Paths &paths) {
         Param param;
         param.putInt32(static_cast<int>(paths.size()));
         for (const auto &[index, path] : paths) {
             param.putInt32(index);
             param.putCString(path.c_str(), false);
         }
-        return player.setParameter(number, param, -1);
+        return player->setParameter(number, param, -1);
     }
-    static void setInt(oriplayer::IOriPlayer &player, int number, int value) {
-        Param param;
-        param.putInt32(value);
-        player.setParameter(number, param, -1);
-    }
-
     using Setup = std::function<void(WatchedPlayer &, Halves &)>;
     static std::vector<Seen> play(const std::string &clip, const Setup &setup) {
         const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
@@ -119,19 +100,20 @@ protected:
         return last >= 0 ? text + std::to_string(last) + " " : text;
     }
 
-    const fs::path folder_ = fs::temp_directory_path() / ("subtitles_" + std::to_string(getpid()));
+    const support::TemporaryFolder folder_;
+    const std::string srt_ = folder_.write("a.srt", "1\n00:00:01,000 --> 00:00:02,000\nSehr schön\n");
 };
 
 TEST_F(Subtitles, TextStandsInItsTimeAndItsPlace_AllElseIsThePlainPicture) {
     ASSERT_EQ(plain().size(), 125U);
-    const std::string ass = file("b.ass",
-                                 "[Script Info]\nPlayResX: 1280\nPlayResY: 720\n[V4+ Styles]\n"
-                                 "Format: Name, Fontname, Fontsize, PrimaryColour, Alignment\n"
-                                 "Style: Default,DejaVu Sans,60,&H0000FFFF,8\n[Events]\n"
-                                 "Format: Layer, Start, End, Style, Text\n"
-                                 "Dialogue: 0,0:00:00.50,0:00:01.50,Default,above\n"
-                                 "Dialogue: 0,0:00:03.00,0:00:09.00,Default,above\n");
-    const std::string latin1 = file("c.srt", "1\n00:00:01,000 --> 00:00:02,000\nsch\xF6n\n");
+    const std::string ass = folder_.write("b.ass",
+                                          "[Script Info]\nPlayResX: 1280\nPlayResY: 720\n[V4+ Styles]\n"
+                                          "Format: Name, Fontname, Fontsize, PrimaryColour, Alignment\n"
+                                          "Style: Default,DejaVu Sans,60,&H0000FFFF,8\n[Events]\n"
+                                          "Format: Layer, Start, End, Style, Text\n"
+                                          "Dialogue: 0,0:00:00.50,0:00:01.50,Default,above\n"
+                                          "Dialogue: 0,0:00:03.00,0:00:09.00,Default,above\n");
+    const std::string latin1 = folder_.write("c.srt", "1\n00:00:01,000 --> 00:00:02,000\nsch\xF6n\n");
     struct Case {
         const char *what;
         Setup setup;
@@ -139,31 +121,33 @@ TEST_F(Subtitles, TextStandsInItsTimeAndItsPlace_AllElseIsThePlainPicture) {
         std::string lower;
     };
     const auto with = [](int number, const Paths &paths) {
-        return [=](WatchedPlayer &player, Halves &) { EXPECT_EQ(choose(*player.share(), number, paths), 0); };
+        return [=](WatchedPlayer &player, Halves &) { EXPECT_EQ(choose(player, number, paths), 0); };
     };
     const Case cases[] = {
-        {"below", with(3303, {{1, srt()}}), "", "1000..1960 "},
+        {"below", with(3303, {{1, srt_}}), "", "1000..1960 "},
         {"an alphabet of its own", with(3303, {{1, latin1}}), "", "1000..1960 "},
         {"above, by its style", with(3303, {{1, ass}}), "520..1480 3000..4960 ", ""},
-        {"two files", with(3302, {{1, srt()}, {2, srt()}}), "1000..1960 ", "1000..1960 "},
-        {"the second alone", with(3302, {{2, srt()}}), "1000..1960 ", ""},
+        {"two files", with(3302, {{1, srt_}, {2, srt_}}), "1000..1960 ", "1000..1960 "},
+        {"the second alone", with(3302, {{2, srt_}}), "1000..1960 ", ""},
         {"later by 0.5 s",
          [&](WatchedPlayer &player, Halves &) {
-             choose(*player.share(), 3303, {{1, srt()}});
-             setInt(*player.share(), 3304, 500);
+             choose(player, 3303, {{1, srt_}});
+             Param later;
+             later.putInt32(500);
+             player->setParameter(3304, later, -1);
          },
          "", "1520..2480 "},
         {"switched on and off while it plays",
          [&](WatchedPlayer &player, Halves &screen) {
-             screen.then = [this, share = player.share().get()](const Seen &seen) {
-                 if (seen.ms == 1200) choose(*share, 3303, {{1, srt()}});
-                 if (seen.ms == 1600) choose(*share, 3303, {});
+             screen.then = [this, &player](const Seen &seen) {
+                 if (seen.ms == 1200) choose(player, 3303, {{1, srt_}});
+                 if (seen.ms == 1600) choose(player, 3303, {});
              };
          },
          "", "1240..1600 "},
         {"a seek back",
          [&](WatchedPlayer &player, Halves &) {
-             choose(*player.share(), 3303, {{1, srt()}});
+             choose(player, 3303, {{1, srt_}});
              player->seekTo(4000, 0);
              player->seekTo(0, 0);
          },
@@ -188,7 +172,7 @@ TEST_F(Subtitles, ALookIsCopiedAndShows) {
             EXPECT_EQ(player->setParameter(3301, param, -1), 0);
             name.assign(name.size(), 'x');
             font = {};
-            choose(*player.share(), 3303, {{1, srt()}});
+            choose(player, 3303, {{1, srt_}});
         });
     };
     const std::string serif = "/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf";
@@ -203,14 +187,14 @@ TEST_F(Subtitles, ALookIsCopiedAndShows) {
 
 TEST_F(Subtitles, WhatCannotBeReadIsTold_AndPlayingGoesOn) {
     const std::string missing = folder_ / "none.srt";
-    const std::string none = file("none.txt", "nothing of the kind");
+    const std::string none = folder_.write("none.txt", "nothing of the kind");
     for (const Paths &paths :
-         {Paths{{1, missing}}, Paths{{1, none}}, Paths{{1, kClip}}, Paths{{1, missing}, {2, srt()}}}) {
+         {Paths{{1, missing}}, Paths{{1, none}}, Paths{{1, kClip}}, Paths{{1, missing}, {2, srt_}}}) {
         int failures = -1;
         std::shared_ptr<test::Ear> ear;
         const auto pictures = play(kClip, [&](WatchedPlayer &player, Halves &screen) {
             ear = player.ear;
-            EXPECT_EQ(choose(*player.share(), 3302, paths), 0);
+            EXPECT_EQ(choose(player, 3302, paths), 0);
             screen.then = [&player, &failures](const Seen &) { failures = player.parameter(2019).getInt32(24); };
         });
         EXPECT_EQ(failures, 1) << paths[0].second;
@@ -219,15 +203,15 @@ TEST_F(Subtitles, WhatCannotBeReadIsTold_AndPlayingGoesOn) {
         EXPECT_EQ(drawn(pictures, Half::kUpper), paths.size() == 2 ? "1000..1960 " : "");
     }
     WatchedPlayer player({kClip});
-    EXPECT_EQ(choose(*player.share(), 3303, {{7, srt()}}), -1);
-    EXPECT_EQ(choose(*player.share(), 3303, {{1, ""}}), -1);
+    EXPECT_EQ(choose(player, 3303, {{7, srt_}}), -1);
+    EXPECT_EQ(choose(player, 3303, {{1, ""}}), -1);
 }
 
 TEST_F(Subtitles, TheSizeOfThePicturesMayChange) {
-    const std::string text = file("long.srt", "1\n00:00:00,000 --> 00:01:00,000\nlong\n");
+    const std::string text = folder_.write("long.srt", "1\n00:00:00,000 --> 00:01:00,000\nlong\n");
     const std::string clip = support::clip("size_change.ts");
     const auto without = play(clip, [](WatchedPlayer &, Halves &) {});
-    const auto with = play(clip, [&](WatchedPlayer &player, Halves &) { choose(*player.share(), 3303, {{1, text}}); });
+    const auto with = play(clip, [&](WatchedPlayer &player, Halves &) { choose(player, 3303, {{1, text}}); });
     ASSERT_EQ(with.size(), without.size());
     EXPECT_NE(with.front().width, with.back().width);
     for (std::size_t i = 0; i < with.size(); ++i) EXPECT_NE(with[i].lower, without[i].lower) << i;
