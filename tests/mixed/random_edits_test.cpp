@@ -22,14 +22,18 @@ protected:
         });
     }
 
-    /// What a user interface asks for again and again.
-    void query() {
+    /// What a user interface asks for and sets again and again.
+    void queryAndSet() {
         int64_t position = 0;
         player->isPlaying();
         player->isLooping();
         player->getCurrentPosition(&position, 0);
         player->getActivePeriod();
         player->getActiveID();
+        player->getVideoWidth();
+        player->setListener(std::make_shared<fake::RecordingListener>());
+        player->setVolume(0.5F);
+        player->setUserAgent("agent");
     }
 
     std::atomic<int> running_{0};
@@ -43,7 +47,7 @@ TEST_F(RandomEdits, OfAPlayingList_LeaveTimelineAndPlayListEqual) {
         countPlayers();
         {
             std::jthread userInterface([this](const std::stop_token &end) {
-                while (!end.stop_requested()) query();
+                while (!end.stop_requested()) queryAndSet();
             });
             random_edits::Editor editor(*player, seed, {{"a", 10'000}, {"b", 7'000}, {"c", 500}}, 0);
             for (int i = 0; i < 1000 && !HasFailure(); ++i) {

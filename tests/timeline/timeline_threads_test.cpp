@@ -1,7 +1,5 @@
-// Many threads at once; worth most under the thread sanitizer.
+// Resets that meet each other; queries and edits of several threads run beside the random edits of a player.
 #include <array>
-#include <atomic>
-#include <functional>
 #include <future>
 #include <thread>
 
@@ -10,88 +8,7 @@
 namespace vexo {
 namespace {
 
-class TimelineThreads : public TimelineFixture {
-protected:
-    /// Runs `work` on a thread of its own, over and over, until the fixture's StopWork.
-    void Work(std::function<void()> work) {
-        workers_.emplace_back([this, work = std::move(work)] {
-            while (!stop_work_) work();
-        });
-    }
-    void StopWork() {
-        stop_work_ = true;
-        for (std::thread &worker : workers_) worker.join();
-        workers_.clear();
-    }
-
-    std::atomic<bool> stop_work_{false};
-    std::vector<std::thread> workers_;
-};
-
-TEST_F(TimelineThreads, QueriesAndSettingsWhileTheProgrammePlays) {
-    engine_.autoPrepare = true;
-    for (int i = 0; i < 40; ++i) Add("x");
-    timeline_->Prepare();
-    timeline_->Start();
-    Work([this] {
-        if (const auto player = timeline_->PeekActivePlayer()) player->isPlaying();
-        timeline_->GetCurrentPosition(0);
-        timeline_->GetPeriodCurrentPosition(0);
-        timeline_->GetVideoWidth();
-        timeline_->GetState();
-    });
-    Work([this] {
-        timeline_->SetListener(std::make_shared<fake::RecordingListener>());
-        timeline_->SetListener(listener_);
-        timeline_->SetVolume(0.5f);
-        timeline_->SetUserAgent("agent");
-        timeline_->GetListener();
-    });
-    while (timeline_->GetState() != Timeline::kIdle) {  // every end moves on, be it told to anyone or not
-        const std::string player = "p" + std::to_string(engine_.created());
-        engine_.post(player, kEventVideoSize);
-        engine_.post(player, kEventEnd);
-        std::this_thread::yield();
-    }
-    StopWork();
-    EXPECT_GE(engine_.created(), 40);
-    EXPECT_LE(engine_.maxLiving(), 2) << "a query may hold the former player for a moment";
-    timeline_->SetListener(listener_);
-}
-
-TEST_F(TimelineThreads, DestroyedWhileTheEngineSpeaks) {
-    for (int round = 0; round < 20; ++round) {
-        AddThree();
-        timeline_->Prepare();
-        timeline_->Start();
-        const auto player = timeline_->GetActivePlayer();  // a control holds it
-        const std::string name = "p" + std::to_string(engine_.created());
-        std::thread engine([&] {
-            for (int i = 0; i < 20; ++i) engine_.post(name, i % 3 == 0 ? kEventEnd : kEventFirstPicture);
-        });
-        timeline_.reset();
-        engine.join();
-        timeline_ = std::make_unique<Timeline>(0);
-        timeline_->SetListener(listener_);
-    }
-}
-
-TEST_F(TimelineThreads, ResetAndEditsWhileTheEngineSpeaks) {
-    Work([this] { engine_.post("p" + std::to_string(engine_.created()), kEventEnd); });
-    Work([this] { engine_.post("p" + std::to_string(engine_.created()), kEventPrepared); });
-    for (int round = 0; round < 50; ++round) {
-        AddThree();
-        timeline_->Prepare();
-        timeline_->Start();
-        timeline_->RemoveBound(round % 3);
-        timeline_->SeekTo(15000, 0);
-        timeline_->ReplaceBound(MakePeriod({{"y", 1}}), nullptr, 0);
-        timeline_->Reset();
-        EXPECT_EQ(timeline_->GetDuration(), 0);
-        EXPECT_EQ(timeline_->GetState(), Timeline::kIdle);
-    }
-    StopWork();
-}
+using TimelineThreads = TimelineFixture;
 
 TEST_F(TimelineThreads, TwoTimelinesOfOnePlayer_EachHandlerResetsBoth) {
     const auto token = std::make_shared<const CallbackToken>();
