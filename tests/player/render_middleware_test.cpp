@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "player/test_picture.h"
@@ -57,6 +60,23 @@ TEST(RenderMiddleware, DetachInsideAPictureWaitsForTheOthersOnlyAndLeavesLaterOn
     EXPECT_TRUE(middleware.Process(picture.info));
     EXPECT_FALSE(middleware.Process(picture.info));
     EXPECT_EQ(sink.calls, 2);
+}
+
+TEST(RenderMiddleware, NoPictureArrivesBehindDetach) {
+    TestPicture picture(2, 2, 0);
+    for (int round = 0; round < 200; ++round) {
+        std::atomic<bool> arrived{false};
+        auto sink = std::make_unique<PictureSink>();
+        sink->whenCalled = [&] { arrived = true; };
+        VexoRenderMiddleware middleware(sink.get());
+        std::thread pictures([&] {
+            while (middleware.Process(picture.info)) continue;
+        });
+        while (!arrived) std::this_thread::yield();
+        middleware.Detach();
+        sink.reset();
+        pictures.join();
+    }
 }
 
 }  // namespace

@@ -28,8 +28,7 @@ TEST_F(TimelineEditing, RemovingThePlayingPeriodGoesOnToTheNext) {
     EXPECT_EQ(Calls(), Left("p2") + " " + Entered("p3", "c"));
     EXPECT_EQ(timeline_->GetState(), Timeline::kStarted);
     EXPECT_EQ(PeriodIndex(), 1);
-    Tell("p3", kEventPrepared);
-    EXPECT_EQ(Calls(), "p3.start");
+    EXPECT_EQ(CallsBehind("p3", kEventPrepared), "p3.start");
     EXPECT_EQ(Events(), "1000@000100");
 }
 
@@ -45,8 +44,7 @@ TEST_F(TimelineEditing, APausedRemovedPeriodKeepsItsPlayer_ThenTheOneAtItsPlaceF
     EXPECT_EQ(timeline_->Start(), 0);
     timeline_->SeekCurrentPeriodTo(300, 0);
     EXPECT_EQ(Calls(), "p2.start p2.seekTo(300,0)");
-    Tell("p2", kEventEnd);
-    EXPECT_EQ(Calls(), Left("p2") + " " + Entered("p3", "c"));
+    EXPECT_EQ(CallsBehind("p2", kEventEnd), Left("p2") + " " + Entered("p3", "c"));
     EXPECT_EQ(PeriodIndex(), 0);
 }
 
@@ -121,8 +119,7 @@ TEST_F(TimelineEditing, ReplacingThePreparedFirstPeriod_StartFindsTheReplacement
     timeline_->Prepare();
     timeline_->ReplaceBound(MakePeriod({{"x", 10}}), nullptr, 1);
     Forget();
-    Tell("p1", kEventPrepared);
-    EXPECT_EQ(Calls(), "") << "it waits for Start as the replaced one did";
+    EXPECT_EQ(CallsBehind("p1", kEventPrepared), "") << "it waits for Start as the replaced one did";
     timeline_->Start();
     EXPECT_EQ(Calls(), "p1.start");
 }
@@ -133,8 +130,7 @@ TEST_F(TimelineEditing, ReplacingByAMixedPeriodWithoutSourcesRemoves) {
     EXPECT_EQ(Calls(), Left("p1") + " " + Entered("p2", "b"));
     EXPECT_EQ(PeriodIndex(), 0);
     ASSERT_TRUE(listener_->waitFor(kEventPeriodReplaced));
-    Tell("p2", kEventPrepared);
-    EXPECT_EQ(Calls(), "p2.start");
+    EXPECT_EQ(CallsBehind("p2", kEventPrepared), "p2.start");
     timeline_->ReplaceBound(MakeMixed({}), nullptr, 0);
     timeline_->ReplaceBound(MakeMixed({}), nullptr, 0);
     EXPECT_EQ(timeline_->GetState(), Timeline::kIdle);

@@ -141,8 +141,7 @@ TEST_F(TimelineEvents, TheReactionToAnEndYieldsToWhatAListenerDid) {
         StartAnew();
         PlayThree();
         listener_->on(kEventEnd, [&] { test.command(*timeline_); });
-        Tell("p1", kEventEnd);
-        EXPECT_EQ(Calls(), test.calls);
+        EXPECT_EQ(CallsBehind("p1", kEventEnd), test.calls);
         EXPECT_LE(engine_.maxLiving(), 1);
     }
     listener_->on(kEventEnd, nullptr);
@@ -154,8 +153,8 @@ TEST_F(TimelineEvents, ThePreparedReactionYieldsToASwitchInTheListener) {
     engine_.player("p2").durationMs = 5000;
     Forget();
     listener_->on(kEventPrepared, [this] { timeline_->SkipToNext(false); });
-    Tell("p2", kEventPrepared);
-    EXPECT_EQ(Calls(), Left("p2") + " " + Entered("p3", "c")) << "p3 is not prepared yet and not started";
+    EXPECT_EQ(CallsBehind("p2", kEventPrepared), Left("p2") + " " + Entered("p3", "c"))
+        << "p3 is not prepared yet and not started";
     EXPECT_EQ(timeline_->GetDuration(), 30000) << "the answer of p2 is not taken for c";
 }
 

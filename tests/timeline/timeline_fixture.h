@@ -69,6 +69,11 @@ protected:
         ASSERT_TRUE(listener_->waitFor(what, before + 1));
         Settle();
     }
+    /// The same, and what the engine heard of the reaction and before.
+    std::string CallsBehind(const std::string &player, int what) {
+        Tell(player, what);
+        return Calls();
+    }
     /// Waits until the event that is being handled has been reacted to.
     void Settle() {
         const int before = listener_->count(kBarrier);

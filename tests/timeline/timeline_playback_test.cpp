@@ -51,19 +51,14 @@ TEST_F(TimelinePlayback, AProgrammePlaysFromBoundToBoundWithOnePlayerAtATime) {
     AddMixed({{"b", 10}, {"c", 10}}, -1);
     timeline_->Prepare();
     EXPECT_EQ(Calls(), Entered("p1", "a"));
-    Tell("p1", kEventPrepared);
-    EXPECT_EQ(Calls(), "");
+    EXPECT_EQ(CallsBehind("p1", kEventPrepared), "");
     EXPECT_EQ(timeline_->Start(), 0);
     EXPECT_EQ(Calls(), "p1.start");
-    Tell("p1", kEventEnd);
-    EXPECT_EQ(Calls(), Left("p1") + " " + Entered("p2", "b"));
-    Tell("p2", kEventPrepared);
-    EXPECT_EQ(Calls(), "p2.start");
-    Tell("p2", kEventEnd);
-    EXPECT_EQ(Calls(), Left("p2") + " " + Entered("p3", "c"));
+    EXPECT_EQ(CallsBehind("p1", kEventEnd), Left("p1") + " " + Entered("p2", "b"));
+    EXPECT_EQ(CallsBehind("p2", kEventPrepared), "p2.start");
+    EXPECT_EQ(CallsBehind("p2", kEventEnd), Left("p2") + " " + Entered("p3", "c"));
     Tell("p3", kEventPrepared);
-    Tell("p3", kEventEnd);
-    EXPECT_EQ(Calls(), "p3.start p3.setListener(null) " + Left("p3"));
+    EXPECT_EQ(CallsBehind("p3", kEventEnd), "p3.start p3.setListener(null) " + Left("p3"));
     EXPECT_EQ(Events(), "1000@000000 1001@000000 1000@000100 1001@000100 1000@000101 1001@000101");
     EXPECT_EQ(timeline_->GetState(), Timeline::kIdle);
     EXPECT_EQ(timeline_->GetActivePlayer(), nullptr);
@@ -105,8 +100,7 @@ TEST_F(TimelinePlayback, ABoundStartsByItselfIfItWasEnteredStartedOrIsALaterOne)
         std::istringstream commands(test.commands);
         for (std::string command; commands >> command;) Command(command);
         Forget();
-        Tell(test.player, kEventPrepared);
-        EXPECT_EQ(Calls(), test.calls);
+        EXPECT_EQ(CallsBehind(test.player, kEventPrepared), test.calls);
         EXPECT_EQ(timeline_->GetState(), test.state);
     }
 }

@@ -99,8 +99,7 @@ TEST_F(TimelinePosition, TheVideoSizeIsCachedUntilTheEndOfABound) {
     EXPECT_EQ(timeline_->GetVideoWidth(), 640);
     EXPECT_EQ(timeline_->GetVideoWidth(), 640);
     EXPECT_EQ(Calls(), "p1.getVideoWidth");
-    Tell("p1", kEventVideoSize);
-    EXPECT_EQ(Calls(), "p1.getVideoWidth p1.getVideoHeight");
+    EXPECT_EQ(CallsBehind("p1", kEventVideoSize), "p1.getVideoWidth p1.getVideoHeight");
     engine_.player("p2").width = 320;
     Tell("p1", kEventEnd);
     EXPECT_EQ(timeline_->GetVideoWidth(), 320);
