@@ -17,27 +17,19 @@ protected:
     }
 };
 
-TEST_F(PeriodEditing, ASourceGivenAgain_PlaysItsPeriodsOnce) {
-    const auto source = component({"a", "b"});
-    const auto list = source->playList;
-    for (int round = 0; round < 3; ++round) {
-        auto again = std::make_shared<PlayComponent>();
-        again->playList = list;
-        EXPECT_EQ(load(again), 0);
+TEST_F(PeriodEditing, ASourceGivenAgain_KeepsItsListAndPlaysItOnce) {
+    const auto own = component({"a", "b"});
+    const auto list = own->playList;
+    const auto another = std::make_shared<PlayComponent>();
+    another->playList = list;
+    for (const auto &source : {own, own, another}) {
+        EXPECT_EQ(load(source), 0);
+        EXPECT_EQ(source->playList, list);
         EXPECT_EQ(urls(list), "ab");
         EXPECT_EQ(duration(), 20'000);
     }
-}
-
-TEST_F(PeriodEditing, ThePlayersOwnComponent_KeepsItsList) {
-    const auto source = component({"a", "b"});
-    const auto list = source->playList;
-    load(source);
-    load(source);
-    EXPECT_EQ(source->playList, list);
-    EXPECT_EQ(duration(), 20'000);
     player->stop(true);
-    EXPECT_EQ(source->playList, nullptr);
+    EXPECT_EQ(another->playList, nullptr);
     EXPECT_EQ(urls(list), "ab");
 }
 
