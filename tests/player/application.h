@@ -2,14 +2,11 @@
 
 #include <atomic>
 #include <functional>
-#include <future>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "base/oriplayer/play_list.h"
 #include "base/report_log.h"
 #include "interface/vexo_player.h"
 
@@ -48,18 +45,6 @@ private:
     std::mutex mutex_;
     std::vector<std::pair<int, int>> events_;
     std::function<void(int)> onEvent_;
-};
-
-/// A source that plays nothing and tells when its player has let it go.
-class EmptySource : public IVexoMediaSource {
-public:
-    explicit EmptySource(std::promise<void> &gone) : gone_(gone) {}
-    ~EmptySource() override { gone_.set_value(); }
-    std::shared_ptr<oriplayer::IPlayList> getPlayList() override { return list_; }
-
-private:
-    std::promise<void> &gone_;
-    std::shared_ptr<oriplayer::IPlayList> list_ = oriplayer::IPlayList::create();
 };
 
 }  // namespace VexoPlayerNS
