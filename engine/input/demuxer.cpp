@@ -172,7 +172,8 @@ void Demuxer::close() {
 
 int Demuxer::next(PacketPtr &packet, SourceInput::Stream &stream) {
     int damaged = 0;
-    for (;;) {
+    // An interrupted demuxer hands out what it still has, a packet a call: each would begin a time-out anew.
+    while (late_ == 0) {
         packet.reset(av_packet_alloc());
         if (!packet) return AVERROR(ENOMEM);
         int result = av_read_frame(container_, packet.get());
@@ -185,15 +186,18 @@ int Demuxer::next(PacketPtr &packet, SourceInput::Stream &stream) {
             continue;
         }
         if (result < 0) return result;
+        if (interrupter_.interrupted()) late_ = interrupter_.meaning(AVERROR(ETIMEDOUT));
         damaged = 0;
         const bool isVideo = packet->stream_index == choice_.video;
         if (!isVideo && packet->stream_index != choice_.audio) continue;
         stream = isVideo ? SourceInput::Stream::kVideo : SourceInput::Stream::kAudio;
         if (repair_.apply(*packet, isVideo ? 0 : 1)) return 0;
     }
+    return late_;
 }
 
 int Demuxer::seekByTime(int64_t us) {
+    late_ = 0;
     const int index = choice_.video >= 0 ? choice_.video : choice_.audio;
     const AVRational timeBase = container_->streams[index]->time_base;
     const int64_t time = av_rescale_q_rnd(repair_.containerTime(us), {1, 1'000'000}, timeBase, AV_ROUND_DOWN);
@@ -213,6 +217,7 @@ MediaError Demuxer::rewind(int64_t us) {
     // The first byte is surer than a search for the first time, but a demuxer with a table keeps its own place.
     const bool byBytes = !indexed() && !(container_->iformat->flags & AVFMT_NO_BYTE_SEEK);
     if (container_->pb) container_->pb->error = 0;
+    late_ = 0;
     medium_.mend();
     if (byBytes && av_seek_frame(container_, -1, 0, AVSEEK_FLAG_BYTE) >= 0) {
         repair_.restart();

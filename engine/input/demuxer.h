@@ -56,10 +56,11 @@ private:
 
     Interrupter interrupter_;
     Medium medium_;
-    const std::function<int64_t()> bytes_ = [this] { return medium_.bytesRead(); };
+    const std::function<int64_t()> bytes_ = [this] { return medium_.mediaBytes(); };
     AVFormatContext *container_ = nullptr;
     StreamChoice choice_;
     TimestampRepair repair_;
+    int late_ = 0;  ///< an AVERROR: the last packet came out of a call that was told to end
 };
 
 }  // namespace oriplayer

@@ -179,6 +179,7 @@ int HttpStream::receive(uint8_t *buffer, int size) {
     const int result = connection_->read(buffer, size);
     if (result <= 0) return result == 0 ? AVERROR_EOF : result;
     position_ += result;
+    bytes_ += result;
     if (position_ >= progressAt_) tries_ = 0;
     return result;
 }

@@ -48,6 +48,9 @@ public:
     std::optional<std::string> restOfBody(std::size_t most);
     /// From now on demuxers read this text, from its beginning, in place of the body.
     void show(std::string text);
+    bool showsText() const { return shown_.has_value(); }
+    /// What has come of the body.
+    int64_t bytes() const { return bytes_; }
     /// Why the body cannot be read on, an AVERROR; 0 while it can. A seek tries anew.
     int failure() const { return failure_; }
 
@@ -84,6 +87,7 @@ private:
     HttpPatience patience_;
     std::unique_ptr<HttpConnection> connection_;  ///< null behind a seek, until there is something to read
     AVIOContext *io_ = nullptr;
+    int64_t bytes_ = 0;
     int64_t position_ = 0;
     int64_t size_ = -1;
     bool seekable_ = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -10,11 +11,12 @@
 namespace oriplayer {
 
 /// Ends FFmpeg's blocking calls: when somebody asks for it, or when the time of the call is up.
-/// Threads:  abort() from any; begin() and the rest from the thread that calls FFmpeg. FFmpeg asks at least every 100
-/// ms.
+/// Threads:  abort(), breakOff(), goOn() and watch() from any; begin() and the rest from the thread that calls FFmpeg.
+/// FFmpeg
+///           asks at least every 100 ms.
 class Interrupter {
 public:
-    /// `cancel` may be null; it is watched as long as the object lives.
+    /// `cancel` may be null; it is watched as long as the object lives, or until it is another one.
     void watch(const std::atomic<bool> *cancel) { cancel_ = cancel; }
     /// Is aborted whenever this one is; null or outlives the object.
     void follow(const Interrupter *leader) { leader_ = leader; }
@@ -22,6 +24,7 @@ public:
     void begin(int timeoutMs) {
         last_ = deadline_ = Clock::now() + std::chrono::milliseconds(timeoutMs);
         bytes_ = nullptr;
+        interrupted_ = false;
     }
     /// The same, but as long as `bytes` grows the time begins anew, kMaxTimes times at most: a big picture on a slow
     /// line is no stall. `bytes` must outlive the call.
@@ -34,10 +37,14 @@ public:
     }
     /// For good: everything that comes later is refused as well.
     void abort() { aborted_.store(true, std::memory_order_relaxed); }
+    /// What is under way is of no use any more; goOn() allows the next.
+    void breakOff() { brokenOff_ = true; }
+    void goOn() { brokenOff_ = false; }
 
     bool aborted() const {
-        return aborted_.load(std::memory_order_relaxed) || (cancel_ && cancel_->load(std::memory_order_relaxed)) ||
-               (leader_ && leader_->aborted());
+        const std::atomic<bool> *cancel = cancel_;
+        return aborted_.load(std::memory_order_relaxed) || brokenOff_.load(std::memory_order_relaxed) ||
+               (cancel && cancel->load(std::memory_order_relaxed)) || (leader_ && leader_->aborted());
     }
     AVIOInterruptCB callback() { return {&Interrupter::ask, this}; }
 
@@ -45,8 +52,11 @@ public:
     int meaning(int result) {
         if (result >= 0) return result;
         if (aborted()) return AVERROR_EXIT;
-        return expired() ? AVERROR(ETIMEDOUT) : result;
+        return interrupted_ || expired() ? AVERROR(ETIMEDOUT) : result;
     }
+
+    /// The call that is under way, or was last, has been told to end.
+    bool interrupted() const { return interrupted_; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -54,28 +64,28 @@ private:
 
     bool expired() {
         const Clock::time_point now = Clock::now();
-        if (now < deadline_) return false;
-        if (!bytes_ || now >= last_) return true;
-        const int64_t bytes = (*bytes_)();
-        if (bytes == seenBytes_) return true;
+        const int64_t bytes = bytes_ ? (*bytes_)() : seenBytes_;
+        if (bytes != seenBytes_) deadline_ = std::min(now + patience_, last_);
         seenBytes_ = bytes;
-        deadline_ = now + patience_;
-        return false;
+        return now >= deadline_;
     }
 
     static int ask(void *self) {
         auto *interrupter = static_cast<Interrupter *>(self);
-        return interrupter->aborted() || interrupter->expired() ? 1 : 0;
+        if (interrupter->aborted() || interrupter->expired()) interrupter->interrupted_ = true;
+        return interrupter->interrupted_ ? 1 : 0;
     }
 
-    const std::atomic<bool> *cancel_ = nullptr;
+    std::atomic<const std::atomic<bool> *> cancel_{nullptr};
     const Interrupter *leader_ = nullptr;
     std::atomic<bool> aborted_{false};
+    std::atomic<bool> brokenOff_{false};
     Clock::time_point deadline_ = Clock::time_point::max();
     Clock::time_point last_ = Clock::time_point::max();
     std::chrono::milliseconds patience_{0};
     const std::function<int64_t()> *bytes_ = nullptr;
     int64_t seenBytes_ = 0;
+    bool interrupted_ = false;
 };
 
 }  // namespace oriplayer

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 
@@ -8,7 +7,7 @@ namespace oriplayer {
 
 /// How fast a download is while somebody waits for it: pauses in between do not count, so that neither a full buffer
 /// nor a live list that has nothing new looks like a slow line.
-/// Threads: one at a time; lastKnown() any.
+/// Threads: one at a time; lastKnown() and forgetAll() any.
 class LineSpeed {
 public:
     /// Measures the time of a scope.
@@ -28,13 +27,18 @@ public:
     /// Ends a segment. The estimate follows a line that gets slower at once and one that gets faster by halves.
     void endPiece();
     /// What came since the last segment's end is no measure: the download goes elsewhere.
-    void dropPiece() { waited_ = {}, bytes_ = 0; }
+    void dropPiece();
     /// Bits a second; 0 as long as no segment has come.
     double bitsPerSecond() const { return estimate_; }
-    /// What any download of the process has found last; 0 if there was none.
+    /// What any download of the process has found last; 0 if there was none since the network is this one.
     static double lastKnown();
+    /// The network is another one: nothing is known of it, and what is under way has begun on the former.
+    static void forgetAll();
 
 private:
+    static uint32_t networkNow();
+
+    uint32_t network_ = networkNow();  ///< that the piece has begun on
     std::chrono::steady_clock::duration waited_{};
     int64_t bytes_ = 0;
     double estimate_ = 0.0;

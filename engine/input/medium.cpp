@@ -194,7 +194,8 @@ int Medium::close(AVFormatContext *container, AVIOContext *io) {
         if (self->files_.erase(io) > 0) self->closedBytes_ += io->bytes_read;
         return self->defaultClose_(container, io);
     }
-    self->closedBytes_ += io->bytes_read;
+    self->closedBytes_ += stream->second->bytes();
+    if (stream->second->showsText()) self->closedListBytes_ += stream->second->bytes();
     if (self->settled_ && self->broken_ == 0) self->broken_ = stream->second->failure();
     self->streams_.erase(stream);
     return 0;
@@ -211,7 +212,13 @@ int Medium::failure() const {
 int64_t Medium::bytesRead() const {
     int64_t bytes = closedBytes_;
     for (const AVIOContext *io : files_) bytes += io->bytes_read;
-    for (const auto &[io, stream] : streams_) bytes += io->bytes_read;
+    for (const auto &[io, stream] : streams_) bytes += stream->bytes();
+    return bytes;
+}
+
+int64_t Medium::mediaBytes() const {
+    int64_t bytes = bytesRead() - closedListBytes_;
+    for (const auto &[io, stream] : streams_) bytes -= stream->showsText() ? stream->bytes() : 0;
     return bytes;
 }
 

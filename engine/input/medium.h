@@ -23,6 +23,8 @@ public:
     /// 0 or an AVERROR.
     int attach(AVFormatContext &container, const std::string &url, const InputOptions &options);
     int64_t bytesRead() const;
+    /// Without play lists: one that is asked for again and again while nothing is added is no progress.
+    int64_t mediaBytes() const;
     /// The demuxer is gone and its files with it.
     void detach();
     /// Another route, for a new owner of what `url` has opened; while nobody reads.
@@ -65,6 +67,7 @@ private:
     std::map<const AVIOContext *, std::unique_ptr<HttpStream>> streams_;
     std::map<const AVIOContext *, std::unique_ptr<UnlockedBody>> unlocked_;
     int64_t closedBytes_ = 0;
+    int64_t closedListBytes_ = 0;
 };
 
 /// True for http: and https: URLs.

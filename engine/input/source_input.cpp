@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 #include <utility>
 
 #include "input/adaptive_demuxer.h"
@@ -23,19 +24,80 @@ constexpr std::size_t kMaxHeldBytes = 64u << 20;
 
 struct SourceInput::Impl {
     enum class Landing { kFound, kBehindTarget, kFailed };
+    /// What is asked while somebody may be reading ahead, as it was behind the last call.
+    struct Facts {
+        bool seekable = false;
+        bool live = false;
+        int64_t durationUs = 0;
+        int64_t bytesRead = 0;
+        Variants variants;
+    };
+    /// What a new owner wants, from its first call on.
+    struct Wishes {
+        bool adapt = false;
+        bool takeRoute = false;
+        std::string url;
+        std::shared_ptr<HostRoute> route;
+    };
+
+    std::mutex use;    ///< of who reads or seeks, owner or reader ahead: guards all that nothing else is said of
+    std::mutex mutex;  ///< a leaf
+    Facts facts;       ///< guarded by mutex
+    Wishes wishes;     ///< guarded by mutex
 
     AdaptiveDemuxer demuxer;
     InputOptions options;
     Failure failure = Failure::kNone;
-    HeldPackets held;
+    HeldPackets held;   // guarded by mutex as well while somebody may be reading ahead
     int endOfHeld = 0;  // what next() answered behind the held packets, if it was no packet
     int64_t originUs = 0;
 
+    void look();
+    Facts known();
+    void begin(int timeoutMs);
+    void beginReading();
+    PacketPtr takeHeld(Stream &stream);
+    int readNow(PacketPtr &packet, Stream &stream);
     int next(PacketPtr &packet, Stream &stream);
     int findFirstMoment();
     MediaError seek(int64_t positionUs);
     Landing land(int64_t positionUs, bool atStart, int &result);
 };
+
+void SourceInput::Impl::look() {
+    const AVFormatContext *open = demuxer.container();
+    Facts now;
+    now.bytesRead = demuxer.bytesRead();
+    if (open) {
+        // A play list of segments is sought by asking for another segment.
+        const bool list = (open->iformat->flags & AVFMT_NOFILE) || std::strncmp(open->iformat->name, "hls", 3) == 0;
+        const bool bySize = open->pb && (open->pb->seekable & AVIO_SEEKABLE_NORMAL);
+        now.seekable = (list || bySize) && !(open->ctx_flags & AVFMTCTX_UNSEEKABLE);
+        now.live = demuxer.live();
+        now.durationUs = demuxer.durationUs();
+        now.variants = demuxer.variants();
+    }
+    std::lock_guard lock(mutex);
+    facts = now;
+}
+
+SourceInput::Impl::Facts SourceInput::Impl::known() {
+    std::lock_guard lock(mutex);
+    return facts;
+}
+
+void SourceInput::Impl::begin(int timeoutMs) {
+    std::unique_lock lock(mutex);
+    const Wishes wished = std::exchange(wishes, {});
+    lock.unlock();
+    if (wished.adapt) demuxer.adapt();
+    if (wished.takeRoute) demuxer.takeRoute(wished.url, wished.route);
+    demuxer.beginReading(timeoutMs);
+}
+
+void SourceInput::Impl::beginReading() {
+    begin(options.timeoutMs * (demuxer.live() ? kLivePatience : 1));
+}
 
 int SourceInput::Impl::next(PacketPtr &packet, Stream &stream) {
     const int result = demuxer.next(packet, stream);
@@ -44,6 +106,18 @@ int SourceInput::Impl::next(PacketPtr &packet, Stream &stream) {
     if (packet->dts != AV_NOPTS_VALUE) packet->dts -= originUs;
     packet->time_base = {1, 1'000'000};
     return 0;
+}
+
+PacketPtr SourceInput::Impl::takeHeld(Stream &stream) {
+    std::lock_guard lock(mutex);
+    return held.empty() ? nullptr : held.pop(stream);
+}
+
+int SourceInput::Impl::readNow(PacketPtr &packet, Stream &stream) {
+    beginReading();
+    const int result = endOfHeld < 0 ? std::exchange(endOfHeld, 0) : next(packet, stream);
+    look();
+    return result;
 }
 
 int SourceInput::Impl::findFirstMoment() {
@@ -113,18 +187,38 @@ SourceInput::Impl::Landing SourceInput::Impl::land(int64_t positionUs, bool atSt
     return found || atStart ? Landing::kFound : Landing::kBehindTarget;
 }
 
-SourceInput::SourceInput() : impl_(std::make_unique<Impl>()) {}
+SourceInput::SourceInput() : impl_(std::make_shared<Impl>()) {}
 SourceInput::~SourceInput() {
     interrupt();
+    std::lock_guard use(impl_->use);  // until nobody asks any more whether the owner has given up
+}
+
+int SourceInput::ReadAhead::step() {
+    std::lock_guard use(impl_->use);
+    if (!impl_->demuxer.container()) return AVERROR(EINVAL);
+    if (impl_->demuxer.interrupter().aborted()) return AVERROR_EXIT;
+    if (impl_->endOfHeld < 0) return impl_->endOfHeld;
+    impl_->beginReading();
+    PacketPtr packet;
+    Stream stream{};
+    const int result = impl_->endOfHeld = impl_->next(packet, stream);
+    impl_->look();
+    if (result < 0) return result;
+    const int bytes = packet->size;
+    std::lock_guard lock(impl_->mutex);
+    impl_->held.push(std::move(packet), stream);
+    return bytes;
 }
 
 MediaError SourceInput::open(const std::string &url, const InputOptions &options) {
+    std::lock_guard use(impl_->use);
     impl_->options = options;
     impl_->held.clear();
     impl_->originUs = 0;
     const int timeoutMs = std::max(options.timeoutMs - options.waitedMs, 0);
     if (MediaError error = impl_->demuxer.open(url, options, timeoutMs, impl_->failure)) return error;
     const int result = impl_->findFirstMoment();
+    impl_->look();
     if (result >= 0) return {};
     impl_->failure = result == AVERROR_EOF ? Failure::kNothingPlayable : Failure::kCannotOpen;
     return {result, "cannot read the first packets of \"" + url + "\": " + avErrorText(result)};
@@ -141,7 +235,11 @@ void SourceInput::watch(const std::atomic<bool> *cancel) {
 }
 
 void SourceInput::takeRoute(const std::string &url, const std::shared_ptr<HostRoute> &route) {
-    impl_->demuxer.takeRoute(url, route);
+    std::lock_guard lock(impl_->mutex);
+    impl_->wishes.takeRoute = true;
+    impl_->wishes.url = url;
+    impl_->wishes.route = route;
+    if (route && isHttp(url)) route->setUrl(url);
 }
 
 const AVStream *SourceInput::video() const {
@@ -155,30 +253,23 @@ const AVFormatContext *SourceInput::container() const {
 }
 
 int64_t SourceInput::durationUs() const {
-    return container() ? impl_->demuxer.durationUs() : 0;
+    return impl_->known().durationUs;
 }
-
 bool SourceInput::seekable() const {
-    const AVFormatContext *open = container();
-    if (!open || (open->ctx_flags & AVFMTCTX_UNSEEKABLE)) return false;
-    // A play list of segments is sought by asking for another segment.
-    const bool list = (open->iformat->flags & AVFMT_NOFILE) || std::strncmp(open->iformat->name, "hls", 3) == 0;
-    return list || (open->pb && (open->pb->seekable & AVIO_SEEKABLE_NORMAL));
+    return impl_->known().seekable;
 }
-
 bool SourceInput::live() const {
-    return container() && impl_->demuxer.live();
+    return impl_->known().live;
 }
 
 int SourceInput::read(AVPacket *packet, Stream &stream) {
-    if (!container()) return AVERROR(EINVAL);
-    impl_->demuxer.beginReading(impl_->options.timeoutMs * (impl_->demuxer.live() ? kLivePatience : 1));
     if (impl_->demuxer.interrupter().aborted()) return AVERROR_EXIT;
-    PacketPtr own;
-    if (!impl_->held.empty()) {
-        own = impl_->held.pop(stream);
-    } else {
-        const int result = impl_->endOfHeld < 0 ? std::exchange(impl_->endOfHeld, 0) : impl_->next(own, stream);
+    PacketPtr own = impl_->takeHeld(stream);
+    if (!own) {
+        std::lock_guard use(impl_->use);
+        if (!container()) return AVERROR(EINVAL);
+        own = impl_->takeHeld(stream);  // it was just being read
+        const int result = own ? 0 : impl_->readNow(own, stream);
         if (result < 0) return result;
     }
     av_packet_move_ref(packet, own.get());
@@ -186,11 +277,16 @@ int SourceInput::read(AVPacket *packet, Stream &stream) {
 }
 
 MediaError SourceInput::seek(int64_t positionUs) {
+    impl_->demuxer.interrupter().breakOff();  // what is being read ahead is not wanted any more
+    std::lock_guard use(impl_->use);
+    impl_->demuxer.interrupter().goOn();
     if (!container()) return {AVERROR(EINVAL), "cannot seek: nothing is open"};
-    impl_->demuxer.beginReading(impl_->options.timeoutMs);
-    const int64_t length = durationUs();
+    impl_->begin(impl_->options.timeoutMs);
+    const int64_t length = impl_->demuxer.durationUs();
     const int64_t last = length > 0 ? length : INT64_MAX / 4;
-    return impl_->seek(std::clamp<int64_t>(positionUs, 0, last));
+    const MediaError error = impl_->seek(std::clamp<int64_t>(positionUs, 0, last));
+    impl_->look();
+    return error;
 }
 
 bool SourceInput::endIsProof() const {
@@ -200,14 +296,15 @@ bool SourceInput::endIsProof() const {
 }
 
 void SourceInput::adapt() {
-    impl_->demuxer.adapt();
+    std::lock_guard lock(impl_->mutex);
+    impl_->wishes.adapt = true;
 }
 SourceInput::Variants SourceInput::variants() const {
-    return impl_->demuxer.variants();
+    return impl_->known().variants;
 }
 
 int64_t SourceInput::bytesRead() const {
-    return impl_->demuxer.bytesRead();
+    return impl_->known().bytesRead;
 }
 bool SourceInput::network() const {
     return impl_->demuxer.network();

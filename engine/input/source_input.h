@@ -32,7 +32,8 @@ struct InputOptions {
 
 /// One opened source: finds its streams, reads packets in order, seeks. Knows nothing of players.
 ///
-/// Threads:    one thread at a time uses it (the reader); interrupt() alone may come from any thread.
+/// Threads:    one thread at a time uses it (the reader); interrupt() alone may come from any thread. Beside it another
+///             one may read ahead, see ReadAhead.
 /// Bounds:     open returns within timeoutMs in all; read and seek within timeoutMs of the last byte that came, and
 /// within
 ///             eight times that in all (AVERROR(ETIMEDOUT)). Waiting for more of a live play list may take four times
@@ -47,6 +48,24 @@ class SourceInput {
 public:
     enum class Failure { kNone, kCannotOpen, kNothingPlayable };
     enum class Stream { kVideo, kAudio };
+
+private:
+    struct Impl;
+
+public:
+    /// Reads ahead what read() gives later, on a thread of its own: an owner that comes in between has the source at
+    /// once, and waits for what is being read only when it is due. Outlives the source.
+    class ReadAhead {
+    public:
+        /// Bytes of one packet, AVERROR_EOF behind the last, another AVERROR on failure or when the source is gone;
+        /// whatever it is, read() gives it in its turn.
+        int step();
+
+    private:
+        friend class SourceInput;
+        explicit ReadAhead(std::shared_ptr<Impl> impl) : impl_(std::move(impl)) {}
+        std::shared_ptr<Impl> impl_;
+    };
 
     SourceInput();
     ~SourceInput();
@@ -67,9 +86,10 @@ public:
     Failure failure() const;
     /// Ends what is under way and refuses what comes later.
     void interrupt();
-    /// Another flag in place of the options' `cancel`, for a new owner; while nobody reads.
+    ReadAhead readAhead() const { return ReadAhead(impl_); }
+    /// Another flag in place of the options' `cancel`, for a new owner.
     void watch(const std::atomic<bool> *cancel);
-    /// The same for where requests go; `url` is what was opened.
+    /// The same for where requests go, from the next read on; `url` is what was opened.
     void takeRoute(const std::string &url, const std::shared_ptr<HostRoute> &route);
 
     /// The chosen streams; null where there is none. Attached pictures do not count as video.
@@ -100,8 +120,7 @@ public:
     bool network() const;
 
 private:
-    struct Impl;
-    std::unique_ptr<Impl> impl_;
+    std::shared_ptr<Impl> impl_;
 };
 
 }  // namespace oriplayer

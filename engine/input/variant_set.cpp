@@ -15,7 +15,7 @@ constexpr double kRoomToFall = 0.8;
 // Lists of sound cut their segments elsewhere than those of the pictures; a little early is dropped by its time.
 constexpr int64_t kToleranceUs = 50'000;
 constexpr int kMostFailures = 2;
-constexpr char kEmptyList[] = "#EXTM3U\n";
+constexpr char kNoList[] = "a set inside a set";  // an empty list would be asked for again and again
 
 /// An address as a list writes it, which may be relative, against the one that it was resolved to.
 bool sameAddress(const std::string &resolved, std::string_view written) {
@@ -29,8 +29,8 @@ bool sameAddress(const std::string &resolved, std::string_view written) {
 
 std::string VariantSet::present(const std::string &url, std::string list) {
     if (firstUrl_.empty()) takeFirst(url, list);
-    if (master_ && url == firstUrl_) return master_->only(current_);
-    if (!HlsMasterList(list).variants().empty()) return kEmptyList;  // a set inside a set, perhaps inside itself
+    if (master_ && url == firstUrl_ && !std::exchange(masterShown_, true)) return master_->only(current_);
+    if (!HlsMasterList(list).variants().empty()) return kNoList;  // perhaps inside itself
     const bool main = isMain(url);
     HlsSegmentList segments(list);
     if (segments.segments().empty()) return list;
@@ -117,6 +117,7 @@ bool VariantSet::startElsewhere() {
 
 void VariantSet::showFromHere(int variant) {
     begins_ = true;
+    masterShown_ = false;
     cutAt_ = place_;
     current_ = variant;
     cutLists_.clear();
@@ -128,6 +129,7 @@ bool VariantSet::showFrom(int64_t us) {
     const auto behind = std::find_if(all.begin() + 1, all.end(),
                                      [us](const HlsSegmentList::Segment &segment) { return segment.startUs > us; });
     begins_ = true;
+    masterShown_ = false;
     cutAt_ = *(behind - 1);
     cutLists_.clear();
     return true;
@@ -135,6 +137,7 @@ bool VariantSet::showFrom(int64_t us) {
 
 void VariantSet::showWhole(int variant) {
     begins_ = true;
+    masterShown_ = false;
     cutAt_.reset();
     current_ = variant;
     cutLists_.clear();

@@ -59,7 +59,8 @@ private:
     int current_ = 0;
     int start_ = 0;
     LineSpeed speed_;
-    bool begins_ = true;  ///< what comes first are lists: no measure
+    bool masterShown_ = false;  ///< to the present demuxer
+    bool begins_ = true;        ///< what comes first are lists: no measure
     int pieces_ = 0;
 
     std::optional<HlsSegmentList> list_;            ///< of the variant shown, as it was fetched last

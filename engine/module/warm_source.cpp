@@ -1,5 +1,6 @@
 #include "module/warm_source.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "module/low_priority.h"
@@ -8,6 +9,8 @@ namespace oriplayer {
 namespace {
 
 constexpr std::chrono::milliseconds kPause{20};
+// A local file is in the system's cache when it has been looked at: little of it has to be held here.
+constexpr int64_t kMostLocalBytes = 1 << 20;
 
 bool sameOpening(const InputOptions &a, const InputOptions &b, bool network) {
     const bool same = a.expectHls == b.expectHls && a.wantVideo == b.wantVideo && a.wantAudio == b.wantAudio &&
@@ -30,37 +33,59 @@ WarmSource::WarmSource(std::string url, InputOptions options, int decoderThreads
 WarmSource::~WarmSource() = default;
 
 void WarmSource::run(const std::function<bool()> &mayWork, const std::function<void()> &stateChanged) {
-    if (work(mayWork, stateChanged)) {
-        set(State::kReady);
-    } else {
-        source_.reset();
-        std::lock_guard lock(mutex_);
-        failed_ = true;
-        state_ = State::kGone;
-        changed_.notify_all();
+    if (open(mayWork)) {
+        const bool network = source_->input->network();
+        auto input = source_->input->readAhead();  // from kReady on the source may be somebody else's
+        {
+            std::lock_guard lock(mutex_);
+            state_ = State::kReady;
+            changed_.notify_all();
+        }
+        stateChanged();
+        if (readAhead(std::move(input), network, mayWork)) return;
     }
+    giveUp();
     stateChanged();
 }
 
-bool WarmSource::work(const std::function<bool()> &mayWork, const std::function<void()> &stateChanged) {
+bool WarmSource::open(const std::function<bool()> &mayWork) {
     if (!pauseWhile(mayWork)) return false;
     auto source = std::make_unique<OpenedSource>();
     auto failure = SourceInput::Failure::kNone;
     if (source->open(url_, options_, decoderThreads_, failure)) return false;
     if (source->input->live()) return false;  // what waits here would be old when it is played
-    source_ = std::move(source);
     lowerThisThread();
-    for (bool told = false;;) {
-        if (!told && source_->picturesReady()) {
-            set(State::kReading);
-            stateChanged();
-            told = true;
-        }
+    while (!source->picturesReady()) {
+        if (!pauseWhile(mayWork)) return false;
+        if (wanted_) break;
+        if (!source->prepareOne()) return false;
+    }
+    source_ = std::move(source);
+    return true;
+}
+
+// False if what is there is of no use.
+bool WarmSource::readAhead(SourceInput::ReadAhead input, bool network, const std::function<bool()> &mayWork) {
+    int64_t left = network ? mostBytes_ : std::min(mostBytes_, kMostLocalBytes);
+    while (left > 0) {
         if (!pauseWhile(mayWork)) return false;
         if (wanted_) return true;
-        const auto step = source_->readAhead(mostBytes_);
-        if (step != OpenedSource::Step::kMore) return step == OpenedSource::Step::kEnough;
+        const int bytes = input.step();
+        if (bytes == AVERROR_EOF) return true;
+        if (bytes < 0) return false;
+        left -= bytes;
     }
+    return true;
+}
+
+void WarmSource::giveUp() {
+    std::unique_ptr<OpenedSource> useless;
+    std::lock_guard lock(mutex_);
+    if (state_ == State::kGone) return;  // its new owner learns of the failure in its turn
+    useless = std::move(source_);
+    failed_ = true;
+    state_ = State::kGone;
+    changed_.notify_all();
 }
 
 // False if nobody wants it any more.
@@ -70,12 +95,6 @@ bool WarmSource::pauseWhile(const std::function<bool()> &mayWork) {
         changed_.wait_for(lock, kPause, [this] { return cancel_ || wanted_; });
     }
     return !cancel_;
-}
-
-void WarmSource::set(State state) {
-    std::lock_guard lock(mutex_);
-    state_ = state;
-    changed_.notify_all();
 }
 
 bool WarmSource::opening() const {
@@ -99,7 +118,7 @@ std::unique_ptr<OpenedSource> WarmSource::take(const InputOptions &options, int 
     std::unique_lock lock(mutex_);
     wanted_ = true;
     changed_.notify_all();
-    while (state_ == State::kOpening || state_ == State::kReading) {
+    while (state_ == State::kOpening) {
         if (cancelled) return nullptr;
         changed_.wait_for(lock, kPause);
     }

@@ -27,19 +27,21 @@ public:
     /// True while it is being opened and its first pictures are decoded.
     bool opening() const;
     bool failed() const;
-    /// What is there, waiting as long as it is being opened; it may be read on under `cancelled` from then on. Null
-    /// when it failed, does not fit, was taken, or `cancelled` is set.
+    /// What is there, waiting as long as it is being opened; it may be read on under `cancelled` from then on. A packet
+    /// that is being read ahead, which may take long, comes behind what is there. Null when it failed, does not fit,
+    /// was taken, or `cancelled` is set.
     std::unique_ptr<OpenedSource> take(const InputOptions &options, int decoderThreads,
                                        const std::atomic<bool> &cancelled);
     /// Ends the work; what is open is closed by whoever lets go last.
     void drop();
 
 private:
-    enum class State { kOpening, kReading, kReady, kGone };
+    enum class State { kOpening, kReady, kGone };
 
-    bool work(const std::function<bool()> &mayWork, const std::function<void()> &stateChanged);
+    bool open(const std::function<bool()> &mayWork);
+    bool readAhead(SourceInput::ReadAhead input, bool network, const std::function<bool()> &mayWork);
     bool pauseWhile(const std::function<bool()> &mayWork);
-    void set(State state);
+    void giveUp();
 
     const std::string url_;
     const InputOptions options_;
@@ -47,7 +49,7 @@ private:
     const int64_t mostBytes_;
     std::atomic<bool> cancel_{false};
     std::atomic<bool> wanted_{false};
-    std::unique_ptr<OpenedSource> source_;  ///< run()'s until kReady, then guarded by mutex_
+    std::unique_ptr<OpenedSource> source_;  ///< run()'s while kOpening, then guarded by mutex_
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     State state_ = State::kOpening;  ///< guarded by mutex_

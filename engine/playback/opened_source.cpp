@@ -1,6 +1,5 @@
 #include "playback/opened_source.h"
 
-#include <algorithm>
 #include <iterator>
 
 namespace oriplayer {
@@ -8,8 +7,6 @@ namespace {
 
 // What a player shows before its own decoding has to be under way: 120 ms at 25 pictures a second.
 constexpr std::size_t kPicturesAhead = 3;
-// A local file is in the system's cache when it has been looked at: little of it has to be held here.
-constexpr int64_t kMostLocalBytes = 1 << 20;
 // A stream of which so many packets give no picture is left to the player.
 constexpr std::size_t kMostDecoding = 64;
 
@@ -55,23 +52,15 @@ bool OpenedSource::picturesReady() const {
     return over_ || !video || pictures.size() >= kPicturesAhead || decoding.size() >= kMostDecoding;
 }
 
-OpenedSource::Step OpenedSource::readAhead(int64_t mostBytes) {
-    if (!input->network()) mostBytes = std::min(mostBytes, kMostLocalBytes);
-    if (over_ || (picturesReady() && bytes_ >= mostBytes)) return Step::kEnough;
+bool OpenedSource::prepareOne() {
     PacketPtr packet(av_packet_alloc());
     SourceInput::Stream stream{};
     const int result = packet ? input->read(packet.get(), stream) : AVERROR(ENOMEM);
-    if (result == AVERROR_EOF) {
-        over_ = true;  // the player reads the end again
-        return Step::kEnough;
-    }
-    if (result < 0) return Step::kFailed;
-    bytes_ += packet->size;
-    if (stream == SourceInput::Stream::kVideo && !picturesReady()) {
-        return decode(packet) ? Step::kMore : Step::kFailed;
-    }
+    over_ = result == AVERROR_EOF;  // the player reads the end again
+    if (result < 0) return over_;
+    if (stream == SourceInput::Stream::kVideo) return decode(packet);
     packets.emplace_back(std::move(packet), stream);
-    return Step::kMore;
+    return true;
 }
 
 bool OpenedSource::decode(const PacketPtr &packet) {

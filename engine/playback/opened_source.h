@@ -21,10 +21,8 @@ public:
     MediaError open(const std::string &url, const InputOptions &options, int decoderThreads,
                     SourceInput::Failure &failure);
 
-    enum class Step { kMore, kEnough, kFailed };
-    /// Reads one packet; as long as pictures are missing its picture is decoded, afterwards it is kept. Enough with
-    /// `mostBytes` kept, or at the end of the source.
-    Step readAhead(int64_t mostBytes);
+    /// Reads one packet on the way to the first pictures; a picture's is decoded, sound is kept. False if that fails.
+    bool prepareOne();
     /// The first pictures are there, or there are none to come.
     bool picturesReady() const;
 
@@ -46,7 +44,6 @@ private:
     MediaError openDecoders(int threads);
     bool decode(const PacketPtr &packet);
 
-    int64_t bytes_ = 0;
     bool over_ = false;
 };
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "ffmpeg_log.h"
+#include "input/line_speed.h"
 #include "module/domain_callback.h"
 #include "module/reaper.h"
 
@@ -134,6 +135,7 @@ void Session::setLooping(bool looping) {
 
 // The player's threads go on meanwhile; the reader moves when the answer is there.
 bool Session::changeNetwork(int state) {
+    LineSpeed::forgetAll();
     const NetworkSwitchDomainCB ask = networkSwitchDomainCallback();
     const std::string url = stage_.route->url();
     if (!ask || url.empty() || stage_.control.over()) return true;
