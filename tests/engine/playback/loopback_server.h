@@ -1,7 +1,6 @@
 #pragma once
 
-// An HTTP server of one file on 127.0.0.1 that can fall silent: it answers the first request, sends `bytes` bytes of
-// the file at most and then keeps the connection open without a word.
+// An HTTP server on 127.0.0.1 whose answers are as bad as a test wants them.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -9,112 +8,224 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <condition_variable>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/clips.h"
+
 namespace test {
 
+/// The bytes of a clip, or of what belongs to one: a segment, a play list.
+inline std::string clipBytes(const std::string &name) {
+    const auto directory = std::filesystem::path(support::clip("vod.m3u8")).parent_path();
+    std::ifstream file(directory / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// One request, and the way back.
+class Connection {
+public:
+    Connection(int socket, std::string request) : head(std::move(request)), socket_(socket) {}
+
+    std::string header(const std::string &name) const {
+        const std::size_t at = head.find("\r\n" + name + ": ");
+        if (at == std::string::npos) return {};
+        const std::size_t begin = at + name.size() + 4;
+        return head.substr(begin, head.find("\r\n", begin) - begin);
+    }
+    /// With its query.
+    std::string target() const { return head.substr(4, head.find(' ', 4) - 4); }
+    std::string path() const { return target().substr(0, target().find('?')); }
+    /// The first byte that is wanted.
+    std::size_t from() const {
+        const std::string range = header("Range");
+        return range.empty() ? 0 : std::stoul(range.substr(range.find('=') + 1));
+    }
+    bool send(const std::string &bytes) const {
+        std::size_t sent = 0;
+        while (sent < bytes.size()) {
+            const auto count = ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+            if (count <= 0) return false;
+            sent += static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+    /// False as soon as the other side, or the server, is gone.
+    bool pause(int ms) const {
+        pollfd gone{socket_, POLLIN, 0};
+        return poll(&gone, 1, ms) == 0;
+    }
+    void silence() const {
+        while (pause(1000)) {}
+    }
+    /// The connection ends without a farewell.
+    void reset() const {
+        const linger none{1, 0};
+        setsockopt(socket_, SOL_SOCKET, SO_LINGER, &none, sizeof none);
+    }
+
+    const std::string head;
+
+private:
+    const int socket_;
+};
+
+using Answer = std::function<void(const Connection &)>;
+
+inline Answer answer(const std::string &body, const std::string &status = "200 OK", const std::string &headers = {}) {
+    return [=](const Connection &connection) {
+        connection.send("HTTP/1.1 " + status + "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) +
+                        "\r\nConnection: close\r\n\r\n" + body);
+    };
+}
+
+inline Answer redirect(const std::string &to) {
+    return answer({}, "302 Found", "Location: " + to + "\r\n");
+}
+
+/// A file that is given from any byte on, up to one behind which nothing more comes. Members may change at any time.
+class Film {
+public:
+    enum class End { kSilence, kClose, kReset };
+
+    explicit Film(std::string body) : body_(std::move(body)) {}
+    std::size_t size() const { return body_.size(); }
+
+    void operator()(const Connection &connection) {
+        const std::size_t from = ranges ? connection.from() : 0;
+        const std::string last = std::to_string(size() - 1) + '/' + std::to_string(size());
+        std::string head = ranges ? "HTTP/1.1 206 Partial Content\r\n" : "HTTP/1.1 200 OK\r\n";
+        if (ranges) head += "Content-Range: bytes " + std::to_string(from) + '-' + last + "\r\n";
+        head += "Content-Length: " + std::to_string(size() - from) + "\r\n\r\n";
+        if (!connection.send(head)) return;
+        for (std::size_t place = from; place < size();) {
+            while (place >= limit && end == End::kSilence) {
+                if (!connection.pause(5)) return;
+            }
+            const std::size_t until = limit;
+            if (place >= until && end == End::kReset) connection.reset();
+            if (place >= until || !connection.pause(pauseMs)) return;
+            const std::string piece = body_.substr(place, std::min<std::size_t>(until - place, 1500));
+            if (!connection.send(piece)) return;
+            place += piece.size();
+        }
+    }
+
+    std::atomic<std::size_t> limit{SIZE_MAX};
+    std::atomic<End> end{End::kSilence};
+    std::atomic<bool> ranges{true};
+    std::atomic<int> pauseMs{0};  ///< in front of each 1,500 bytes
+
+private:
+    const std::string body_;
+};
+
+/// What no answer stands for is a file of the clips', or is not found. Every connection has a thread; it is over when
+/// its answer is.
 class LoopbackServer {
 public:
-    enum class Manner { kServe, kSilent };
-
-    /// kSilent accepts and never answers.
-    explicit LoopbackServer(Manner manner, const std::string &file = {}, std::size_t bytes = SIZE_MAX)
-        : manner_(manner), limit_(bytes) {
-        if (!file.empty()) {
-            std::ifstream stream(file, std::ios::binary);
-            content_.assign(std::istreambuf_iterator<char>(stream), {});
-        }
+    LoopbackServer() {
         listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        bind(listener_, reinterpret_cast<sockaddr *>(&address), sizeof address);
-        listen(listener_, 8);
         socklen_t size = sizeof address;
+        bind(listener_, reinterpret_cast<sockaddr *>(&address), size);
+        listen(listener_, 32);
         getsockname(listener_, reinterpret_cast<sockaddr *>(&address), &size);
         port_ = ntohs(address.sin_port);
-        thread_ = std::thread([this] { run(); });
+        acceptor_ = std::thread([this] { run(); });
     }
     ~LoopbackServer() {
-        ending_ = true;
-        thread_.join();
-        for (const int connection : connections_) close(connection);
+        shutdown(listener_, SHUT_RDWR);
+        acceptor_.join();
         close(listener_);
+        std::unique_lock lock(mutex_);
+        for (const int connection : open_) shutdown(connection, SHUT_RDWR);
+        gone_.wait(lock, [this] { return serving_ == 0; });
     }
 
-    int port() const { return port_; }
-    std::string url(const std::string &path = "clip") const {
-        return "http://127.0.0.1:" + std::to_string(port_) + "/" + path;
-    }
-    int requests() const { return requests_; }
-    std::string firstRequest() {
+    void on(const std::string &path, Answer answer) {
         const std::lock_guard lock(mutex_);
-        return firstRequest_;
+        answers_[path] = std::move(answer);
+    }
+    std::string address() const { return "127.0.0.1:" + std::to_string(port_); }
+    std::string url(const std::string &path = "/film") const { return "http://" + address() + path; }
+    int port() const { return port_; }
+    /// The heads of all requests so far, in order.
+    std::vector<std::string> requests() {
+        const std::lock_guard lock(mutex_);
+        return requests_;
+    }
+    void awaitRequests(std::size_t count) {
+        while (requests().size() < count) std::this_thread::yield();
+    }
+    std::size_t open() {
+        const std::lock_guard lock(mutex_);
+        return open_.size();
     }
 
 private:
     void run() {
-        while (!ending_) {
-            pollfd waiting{listener_, POLLIN, 0};
-            if (poll(&waiting, 1, 10) <= 0) continue;
+        for (;;) {
             const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-            if (connection < 0) continue;
-            connections_.push_back(connection);
-            const std::string request = read(connection);
-            {
-                const std::lock_guard lock(mutex_);
-                if (requests_++ == 0) firstRequest_ = request;
-            }
-            if (manner_ == Manner::kServe) answer(connection);
+            if (connection < 0) return;
+            const std::lock_guard lock(mutex_);
+            open_.insert(connection);
+            ++serving_;
+            std::thread([this, connection] { serve(connection); }).detach();
         }
     }
 
-    std::string read(int connection) const {
-        std::string request;
+    void serve(int socket) {
+        std::string head;
         char buffer[4096];
-        while (!ending_ && request.find("\r\n\r\n") == std::string::npos) {
-            pollfd waiting{connection, POLLIN, 0};
-            if (poll(&waiting, 1, 10) <= 0) continue;
-            const auto count = recv(connection, buffer, sizeof buffer, 0);
+        while (head.find("\r\n\r\n") == std::string::npos) {
+            const auto count = recv(socket, buffer, sizeof buffer, 0);
             if (count <= 0) break;
-            request.append(buffer, static_cast<std::size_t>(count));
+            head.append(buffer, static_cast<std::size_t>(count));
         }
-        return request;
+        if (head.starts_with("GET ")) answerTo(Connection(socket, head));
+        std::unique_lock lock(mutex_);
+        open_.erase(socket);
+        close(socket);
+        --serving_;
+        std::notify_all_at_thread_exit(gone_, std::move(lock));
     }
 
-    void answer(int connection) {
-        std::string reply = "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(content_.size()) + "\r\n\r\n";
-        reply += content_.substr(0, limit_);
-        std::size_t sent = 0;
-        while (!ending_ && sent < reply.size()) {
-            const auto count = send(connection, reply.data() + sent, reply.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
-            if (count > 0) {
-                sent += static_cast<std::size_t>(count);
-            } else {
-                pollfd waiting{connection, POLLOUT, 0};
-                poll(&waiting, 1, 10);
-                if ((waiting.revents & (POLLERR | POLLHUP)) != 0) return;
-            }
-        }
+    void answerTo(const Connection &connection) {
+        std::unique_lock lock(mutex_);
+        requests_.push_back(connection.head);
+        const auto found = answers_.find(connection.path());
+        const Answer own = found != answers_.end() ? found->second : nullptr;
+        lock.unlock();
+        if (own) return own(connection);
+        const std::string body = clipBytes(connection.path().substr(1));
+        if (body.empty()) return answer({}, "404 Not Found")(connection);
+        Film film(body);
+        film(connection);
     }
 
-    const Manner manner_;
-    const std::size_t limit_;
-    std::string content_;
     int listener_ = -1;
     int port_ = 0;
-    std::atomic<bool> ending_{false};
-    std::atomic<int> requests_{0};
-    std::vector<int> connections_;
     std::mutex mutex_;
-    std::string firstRequest_;
-    std::thread thread_;
+    std::map<std::string, Answer> answers_;  ///< guarded by mutex_, like all below
+    std::vector<std::string> requests_;
+    std::set<int> open_;
+    int serving_ = 0;
+    std::condition_variable gone_;
+    std::thread acceptor_;
 };
 
 }  // namespace test

@@ -1,211 +1,285 @@
 #include <gtest/gtest.h>
-#include <httplib.h>
 
-#include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <mutex>
 #include <numeric>
 #include <set>
 
+#include "engine/playback/loopback_server.h"
 #include "engine/playback/watched_player.h"
+
+// What is seen of each fault of a network, and within which time; docs/limits.md has the same table for users.
 
 namespace test {
 namespace {
 
 using namespace oriplayer;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 using support::clip;
-using Request = httplib::Request;
-using Response = httplib::Response;
 
-constexpr char kListType[] = "application/vnd.apple.mpegurl";
+constexpr char kFilm[] = "sound_longer.mkv";  // 25 pictures; its streams are known from its first bytes
 
-std::string contents(const std::string &name) {
-    std::ifstream file(clip("vod.m3u8").substr(0, clip("vod.m3u8").rfind('/') + 1) + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+// Property 9007 where it is waited for, 8 s elsewhere.
+constexpr int kTimeoutMs = 2000;
+constexpr milliseconds kAtOnce{0};
+constexpr milliseconds kTimeout{kTimeoutMs};
+constexpr milliseconds kThreeTries{1300};  // 0, 0.3 and 1 s
+// For what the processor does, a tenth of this on a machine of its own. Less than a time-out: a second one would show.
+constexpr milliseconds kSlack{1900};
+static_assert(kSlack < kTimeout);
+
+constexpr char kPlayed[] = "306 1000 1017 1001";
+constexpr char kBrokenOff[] = "306 1000 1017 503";
+constexpr int kSome = -1;  // pictures
+
+std::string list(const std::string &segments, const char *end = "#EXT-X-ENDLIST\n") {
+    return "#EXTM3U\n#EXT-X-TARGETDURATION:1\n" + segments + end;
+}
+std::string segment(const std::string &uri) {
+    return "#EXTINF:1,\n" + uri + "\n";
 }
 
-std::vector<int> numbersTo(int count) {
-    std::vector<int> numbers(static_cast<std::size_t>(count));
-    std::iota(numbers.begin(), numbers.end(), 0);
-    return numbers;
-}
+struct Seen {
+    const char *events;
+    int pictures;
+    const char *text;  ///< in the error
+    milliseconds within;
+};
 
 class NetworkFaults : public testing::Test {
 protected:
-    void SetUp() override {
-        port_ = server_.bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([this] { server_.listen_after_bind(); });
-        while (!server_.is_running()) std::this_thread::yield();
-    }
-    void TearDown() override {
-        server_.stop();
-        thread_.join();
-    }
-    std::string url(const std::string &path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
-    void serveText(const std::string &path, const std::string &text) {
-        server_.Get(path, [text](const Request &, Response &response) { response.set_content(text, kListType); });
-    }
-    void serveClip(const std::string &name) {
-        server_.Get("/" + name,
-                    [name](const Request &, Response &response) { response.set_content(contents(name), "video/x"); });
-    }
-    /// A clip of which half comes at first; what is asked for by range comes whole.
-    void serveBreaking(const std::string &pattern) {
-        server_.Get(pattern, [this](const Request &request, Response &response) {
-            const std::string body = contents(request.matches[1]);
-            const bool first = !request.has_header("Range") || request.get_header_value("Range") == "bytes=0-";
-            ++(first ? broken_ : resumed_);
-            response.set_header("Accept-Ranges", "bytes");
-            response.set_content_provider(
-                body.size(), "video/x", [body, first](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
-                    if (first && offset >= body.size() / 2) return false;
-                    return sink.write(body.data() + offset, std::min(length, body.size() / 4));
-                });
-        });
-    }
-    /// The body comes in chunks, of unknown length in all.
-    void serveInChunks(const std::string &path, const std::string &body) {
-        server_.Get(path, [body](const Request &, Response &response) {
-            response.set_chunked_content_provider("video/x", [body](std::size_t offset, httplib::DataSink &sink) {
-                const std::size_t count = std::min<std::size_t>(body.size() - offset, 10'000);
-                if (count == 0) return sink.done(), true;
-                return sink.write(body.data() + offset, count);
-            });
-        });
-    }
-
-    httplib::Server server_;
-    std::atomic<int> broken_{0};
-    std::atomic<int> resumed_{0};
-    const PropertyGuard untimed_{kPropertyUntimed, "1"};
-
-private:
-    int port_ = 0;
-    std::thread thread_;
-};
-
-TEST_F(NetworkFaults, ABodyOfUnknownSizeIsMeasuredByThePromisedLength) {
-    serveInChunks("/second.ts", contents("mpeg2_mp2.ts"));
-    struct Case {
-        const char *path;
-        double declaredSeconds;
-        const char *events;
-        const char *why;
-    };
-    for (const Case &c : {Case{"/second.ts", 0.0, "306 1000 1017 1001", "nothing was promised"},
-                          Case{"/second.ts", 1.5, "306 1000 1017 1001", "rounded"},
-                          Case{"/second.ts", 10.0, "306 1000 1017 503", "nine seconds are missing"}}) {
+    void expect(const std::string &fault, const std::string &url, const Seen &seen, double declaredSeconds = 0.0) {
+        SCOPED_TRACE(fault);
         WatchedPlayer player({});
-        player->addSource(0, ISource::create(url(c.path).c_str(), c.declaredSeconds), std::make_shared<StringMap>());
+        player->addSource(0, ISource::create(url.c_str(), declaredSeconds), std::make_shared<StringMap>());
+        const auto begin = steady_clock::now();
         player->prepareAsync();
         player->start();
-        EXPECT_TRUE(player.waitForEvent(std::string(c.events).ends_with("503") ? 503 : 1001)) << c.why;
-        EXPECT_EQ(player.events(), c.events) << c.why;
-        EXPECT_EQ(player.pictures().size(), 25u) << c.why;
+        const bool played = std::string(seen.events) == kPlayed;
+        EXPECT_TRUE(played ? player.waitForEvent(1001) : player.waitForFailure() != 0);
+        const auto took = std::chrono::duration_cast<milliseconds>(steady_clock::now() - begin);
+        EXPECT_LT(took.count(), (seen.within + kSlack).count());
+        EXPECT_GE(took, seen.within == kTimeout ? kTimeout : kAtOnce) << "it is not given up before";
+        EXPECT_EQ(player.events(), seen.events);
+        EXPECT_NE(player.record->events.back().text.find(seen.text), std::string::npos)
+            << player.record->events.back().text;
+        const int shown = static_cast<int>(player.pictures().size());
+        EXPECT_TRUE(seen.pictures == kSome ? shown > 3 : shown == seen.pictures) << shown;
+    }
+
+    LoopbackServer server_;
+    const PropertyGuard untimed_{kPropertyUntimed, "1"};
+};
+
+TEST_F(NetworkFaults, WhatCannotBeOpened) {
+    std::string refused;
+    {
+        const LoopbackServer gone;
+        refused = gone.url();
+    }
+    server_.on("/broken", answer("", "503 Service Unavailable"));
+    server_.on("/circle", redirect("/circle"));
+    server_.on("/silent", &Connection::silence);
+    server_.on("/silent.ts", &Connection::silence);
+    server_.on("/slow", [](const Connection &connection) {
+        if (connection.pause(kTimeoutMs * 7 / 10)) redirect("/slow")(connection);
+    });
+    server_.on("/trickle", [](const Connection &connection) {
+        connection.send("HTTP/1.1 200 OK\r\n");
+        while (connection.pause(kTimeoutMs / 4) && connection.send("X-More: yes\r\n")) {}
+    });
+    server_.on("/dripping", [](const Connection &connection) {
+        connection.send("HTTP/1.1 200 OK\r\n\r\n");
+        while (connection.pause(kTimeoutMs / 4) && connection.send(clipBytes(kFilm).substr(0, 1))) {}
+    });
+    server_.on("/list.m3u8", answer(list(segment("/silent.ts"))));
+    const struct {
+        const char *fault;
+        std::string url;
+        const char *text;
+        milliseconds within;
+    } cases[] = {{"refused", refused, "refused", kAtOnce},
+                 {"not found", server_.url("/none"), "404", kAtOnce},
+                 {"a server's fault", server_.url("/broken"), "5XX", kAtOnce},
+                 {"redirections in a circle", server_.url("/circle"), "/circle", kAtOnce},
+                 {"no answer", server_.url("/silent"), "timed out", kTimeout},
+                 {"each redirection is in time, all are not", server_.url("/slow"), "timed out", kTimeout},
+                 {"each line of the head is in time", server_.url("/trickle"), "timed out", kTimeout},
+                 {"each byte of the body is in time", server_.url("/dripping"), "timed out", kTimeout},
+                 {"no TLS", "https://" + server_.address() + "/silent", "timed out", kTimeout},
+                 {"a list of which no segment comes", server_.url("/list.m3u8"), "timed out", kTimeout}};
+    for (const auto &each : cases) {
+        const PropertyGuard timeout(kPropertyNetworkTimeout,
+                                    each.within == kTimeout ? std::to_string(kTimeoutMs).c_str() : "");
+        expect(each.fault, each.url, {"501", 0, each.text, each.within});
     }
 }
 
-TEST_F(NetworkFaults, AMissingSegmentIsGoneOverInTheMiddleAndAnErrorAtTheEnd) {
-    serveText("/list.m3u8", contents("variant_low.m3u8"));
-    for (const int segment : {0, 2, 3, 4}) serveClip("variant_low" + std::to_string(segment) + ".ts");
-    WatchedPlayer player({url("/list.m3u8")});
-    player->prepareAsync();
-    player->start();
-    EXPECT_EQ(player.waitForFailure(), 503) << player.events();
-    std::vector<int> all = numbersTo(125);
-    all.erase(all.begin() + 25, all.begin() + 50);
-    EXPECT_EQ(player.numbers(), all);
+TEST_F(NetworkFaults, WhatBreaksInTheMiddle) {
+    using End = Film::End;
+    enum class Again { kSame, kWhole, kNever, kThirdTime, kOther };
+    const struct {
+        const char *fault;
+        End end;
+        bool ranges;
+        Again again;  ///< what is there when it is asked for from where it stood
+        Seen seen;
+    } cases[] = {{"silence", End::kSilence, true, Again::kSame, {kBrokenOff, kSome, "timed out", kTimeout}},
+                 {"silence, no ranges", End::kSilence, false, Again::kSame, {kBrokenOff, kSome, "timed out", kTimeout}},
+                 {"silence once", End::kSilence, true, Again::kWhole, {kPlayed, 25, "", kTimeout / 2}},
+                 {"a reset once", End::kReset, true, Again::kWhole, {kPlayed, 25, "", kAtOnce}},
+                 {"an end once", End::kClose, true, Again::kWhole, {kPlayed, 25, "", kAtOnce}},
+                 {"a server that restarts", End::kReset, true, Again::kThirdTime, {kPlayed, 25, "", kThreeTries}},
+                 {"resets", End::kReset, true, Again::kSame, {kBrokenOff, kSome, "", kThreeTries}},
+                 {"ends", End::kClose, true, Again::kSame, {kBrokenOff, kSome, "", kThreeTries}},
+                 {"a server that is gone", End::kReset, true, Again::kNever, {kBrokenOff, kSome, "", kThreeTries}},
+                 {"a short body, no ranges", End::kClose, false, Again::kSame, {kBrokenOff, kSome, "", kAtOnce}},
+                 {"another file by now", End::kClose, true, Again::kOther, {kBrokenOff, kSome, "", kAtOnce}}};
+    for (const auto &each : cases) {
+        Film film(clipBytes(kFilm));
+        Film other(clipBytes("numbered.mp4"));
+        film.limit = film.size() / 2;
+        film.end = each.end;
+        film.ranges = each.ranges;
+        std::atomic<int> tries{0};
+        LoopbackServer server;
+        server.on("/film", [&](const Connection &connection) {
+            const int count = connection.from() == 0 ? 0 : ++tries;
+            const bool gone =
+                count > 0 && (each.again == Again::kNever || (each.again == Again::kThirdTime && count < 3));
+            if (gone) return answer("", "503 Service Unavailable")(connection);
+            if (count > 0 && each.again == Again::kOther) return other(connection);
+            if (count > 0 && each.again != Again::kSame) film.limit = SIZE_MAX;
+            film(connection);
+        });
+        const bool waits = each.seen.within >= kTimeout / 2 && each.seen.within != kThreeTries;
+        const PropertyGuard timeout(kPropertyNetworkTimeout, waits ? std::to_string(kTimeoutMs).c_str() : "");
+        expect(each.fault, server.url(), each.seen);
+        const bool threeTries = each.seen.within == kThreeTries;
+        // What a reset takes away of what was sent counts as progress when it comes again.
+        EXPECT_TRUE(!threeTries || tries == 3 || tries == 4) << each.fault << ": " << tries;
+    }
 }
 
-TEST_F(NetworkFaults, ASegmentThatBreaksIsTakenUpWhereItStood) {
-    serveText("/list.m3u8", contents("variant_low.m3u8"));
-    serveBreaking(R"(/(variant_low\d\.ts))");
-    WatchedPlayer player({url("/list.m3u8")});
-    ASSERT_TRUE(player.playToEnd()) << player.events();
-    EXPECT_EQ(player.numbers(), numbersTo(150));
-    EXPECT_EQ(broken_, 6);
-    EXPECT_EQ(resumed_, 6);
+TEST_F(NetworkFaults, WhatEndsEarlyOrIsMissing) {
+    const std::string body = clipBytes("mpeg2_mp2.ts");
+    server_.on("/chunks", [&](const Connection &connection) {
+        connection.send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n");
+        for (std::size_t at = 0; at < body.size(); at += 4096) {
+            const std::string piece = body.substr(at, 4096);
+            char size[16];
+            std::snprintf(size, sizeof size, "%zx\r\n", piece.size());
+            connection.send(size + piece + "\r\n");
+        }
+        connection.send("0\r\n\r\n");
+    });
+    expect("unknown size, unknown length", server_.url("/chunks"), {kPlayed, 25, "", kAtOnce});
+    expect("unknown size, a rounded length", server_.url("/chunks"), {kPlayed, 25, "", kAtOnce}, 1.5);
+    expect("nine seconds are missing", server_.url("/chunks"), {kBrokenOff, 25, "broke off", kAtOnce}, 10.0);
+    for (const char *missing : {"1", "5"}) {
+        LoopbackServer server;
+        server.on(std::string("/variant_low") + missing + ".ts", answer("", "404 Not Found"));
+        const bool last = *missing == '5';
+        expect(last ? "no last segment" : "no second segment", server.url("/variant_low.m3u8"),
+               {last ? kBrokenOff : kPlayed, 125, "", kAtOnce});
+    }
+    const PropertyGuard timeout(kPropertyNetworkTimeout, "500");  // four times as long for a list that is still growing
+    server_.on("/live.m3u8", answer(list(segment("/variant_low0.ts") + segment("/variant_low1.ts"), "")));
+    expect("a list that does not grow", server_.url("/live.m3u8"), {kBrokenOff, kSome, "timed out", kTimeout});
 }
 
 TEST_F(NetworkFaults, NothingFromTheNetworkOpensALocalFile) {
     const std::string file = clip("vod.ts");
-    const std::string head = "#EXTM3U\n#EXT-X-TARGETDURATION:4\n";
-    const std::string segment = "#EXTINF:4,\n";
     const std::string bodies[] = {
-        head + segment + file + "\n#EXT-X-ENDLIST\n",
-        head + segment + "file://" + file + "\n#EXT-X-ENDLIST\n",
-        head + segment + "crypto:file:" + file + "\n#EXT-X-ENDLIST\n",
-        head + segment + "concat:" + file + "|" + file + "\n#EXT-X-ENDLIST\n",
-        head + segment + "subfile,,start,0,end,0,,:" + file + "\n#EXT-X-ENDLIST\n",
-        head + "#EXT-X-MAP:URI=\"file://" + file + "\"\n" + segment + "/vod.ts\n#EXT-X-ENDLIST\n",
+        list(segment(file)),
+        list(segment("file://" + file)),
+        list(segment("crypto:file:" + file)),
+        list(segment("concat:" + file + "|" + file)),
+        list(segment("subfile,,start,0,end,0,,:" + file)),
+        list("#EXT-X-MAP:URI=\"file://" + file + "\"\n" + segment("/vod.ts")),
         "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nfile://" + clip("vod.m3u8") + "\n",
-        "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\n/self\n",
+        "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\n/evil\n",  // a set in itself
         "ffconcat version 1.0\nfile '" + file + "'\n",
         "ffconcat version 1.0\nfile 'file:" + file + "'\n",
         "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video 9 RTP/AVP 96\n",
     };
-    const PropertyGuard timeout(kPropertyNetworkTimeout, "3000");
-    std::string now;
-    std::mutex mutex;
-    const auto answer = [&](const Request &, Response &response) {
-        const std::lock_guard lock(mutex);
-        response.set_content(now, kListType);
-    };
-    server_.Get("/evil", answer);
-    server_.Get("/self", answer);
-    serveClip("vod.ts");
     for (const std::string &body : bodies) {
-        {
-            const std::lock_guard lock(mutex);
-            now = body;
-        }
-        WatchedPlayer player({url("/evil")});
+        server_.on("/evil", answer(body, "200 OK", "Content-Type: application/vnd.apple.mpegurl\r\n"));
+        const auto before = server_.requests().size();
+        expect(body, server_.url("/evil"), {"501", 0, "", kAtOnce});
+        EXPECT_LT(server_.requests().size() - before, 10u) << body;
+    }
+}
+
+TEST_F(NetworkFaults, TooManyStreamsAndTooBigPictures) {
+    expect("1,000 streams", clip("many_streams.mkv"), {"501", 0, "more than 200 streams", kAtOnce});
+    expect("a picture of 16384 lines", clip("giant.ts"), {"504", 0, "", kAtOnce});
+}
+
+// 100 ms, ten times that on a machine with ten times the work; far from the 8 s of the time-out that is under way.
+TEST_F(NetworkFaults, AStopWaitsForNoneOfThem_AndLetsTheConnectionGo) {
+    Film half(clipBytes(kFilm));
+    half.limit = half.size() / 2;
+    server_.on("/half", std::ref(half));
+    server_.on("/silent", &Connection::silence);
+    server_.on("/silent.ts", &Connection::silence);
+    server_.on("/moved", redirect("/silent"));
+    server_.on("/list.m3u8", answer(list(segment("/variant_low0.ts") + segment("/silent.ts"))));
+    for (const std::string &url : {server_.url("/silent"), server_.url("/moved"), server_.url("/half"),
+                                   server_.url("/list.m3u8"), "https://" + server_.address() + "/"}) {
+        SCOPED_TRACE(url);
+        WatchedPlayer player({url});
         player->prepareAsync();
         player->start();
-        const int failure = player.waitForFailure();
-        EXPECT_TRUE(failure == 501 || failure == 502) << body << player.events();
-        EXPECT_TRUE(player.pictures().empty()) << body;
+        const bool plays = url == server_.url("/half") || url == server_.url("/list.m3u8");
+        ASSERT_TRUE(!plays || player.waitForPictures(3));
+        while (server_.open() == 0) std::this_thread::yield();
+        const auto begin = steady_clock::now();
+        player->stop(true);
+        EXPECT_LT(steady_clock::now() - begin, milliseconds(1000));
+        const std::string events = player.events();
+        player.letGo();
+        while (server_.open() > 0 && steady_clock::now() - begin < kTimeout) std::this_thread::yield();
+        EXPECT_EQ(server_.open(), 0u);
+        EXPECT_EQ(player.events(), events);
     }
 }
 
 TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
-    std::mutex mutex;
-    std::set<std::string> seen;
-    server_.set_logger([&](const Request &request, const Response &) {
-        const std::lock_guard lock(mutex);
-        seen.insert(request.path + ' ' + request.get_header_value("User-Agent") + ' ' +
-                    request.get_header_value("X-Token"));
+    Film locked(clipBytes("locked.ts"));
+    locked.limit = locked.size() / 2;
+    locked.end = Film::End::kClose;
+    server_.on("/stream/7", redirect("/list.m3u8"));
+    server_.on("/list.m3u8", answer(list("#EXT-X-KEY:METHOD=AES-128,URI=\"/key\",IV=0x" + std::string(32, '0') + "\n" +
+                                         segment("/moved.ts"))));
+    server_.on("/key", answer(std::string(16, 'k')));
+    server_.on("/moved.ts", redirect("/locked.ts"));
+    server_.on("/locked.ts", [&](const Connection &connection) {
+        if (connection.from() > 0) locked.limit = SIZE_MAX;  // an encrypted segment is taken up as well
+        locked(connection);
     });
-    server_.Get("/start", [](const Request &, Response &response) { response.set_redirect("/list.m3u8"); });
-    server_.Get("/moved.ts", [](const Request &, Response &response) { response.set_redirect("/locked.ts"); });
-    serveText("/list.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXT-X-KEY:METHOD=AES-128,URI=\"/key\",IV=0x" +
-                                std::string(32, '0') + "\n#EXTINF:1,\n/moved.ts\n#EXT-X-ENDLIST\n");
-    serveText("/key", std::string(16, 'k'));
-    serveBreaking("/(locked.ts)");
-    WatchedPlayer player({url("/start")}, 0, {{"http_header:X-Token", "abc"}});
+    WatchedPlayer player({""}, 0,
+                         {{"datasource_live_type", "3"},
+                          {"qzrtp_download_ip", "127.0.0.1"},
+                          {"qzrtp_download_host", "live.example"},
+                          {"qzrtp_download_httpport", std::to_string(server_.port())},
+                          {"qzrtp_download_stream_id", "stream/7"},
+                          {"qzrtp_download_token", "secret"},
+                          {"http_header:X-Token", "abc\r\nInjected: yes"}});
     player->setUserAgent("trial-agent");
     ASSERT_TRUE(player.playToEnd()) << player.events();
-    EXPECT_EQ(player.numbers(), numbersTo(25));
-    EXPECT_EQ(resumed_, 1) << "an encrypted segment is taken up as well";
-    std::set<std::string> expected;
-    for (const char *path : {"/start", "/list.m3u8", "/key", "/moved.ts", "/locked.ts"}) {
-        expected.insert(std::string(path) + " trial-agent abc");
+    EXPECT_EQ(player.pictures().size(), 25u);
+    const auto requests = server_.requests();
+    EXPECT_TRUE(requests[0].starts_with("GET /stream/7?token=secret "));
+    EXPECT_NE(requests[0].find("\r\nHost: live.example\r\n"), std::string::npos);
+    std::set<std::string> paths;
+    for (const std::string &head : requests) {
+        const Connection request(-1, head);
+        paths.insert(request.path());
+        EXPECT_EQ(request.header("User-Agent"), "trial-agent") << head;
+        EXPECT_EQ(request.header("X-Token"), "abc  Injected: yes") << head;
     }
-    const std::lock_guard lock(mutex);
-    EXPECT_EQ(seen, expected);
-}
-
-TEST(HostileStreams, TooManyStreamsAndTooBigPicturesAreErrors) {
-    for (const char *name : {"many_streams.mkv", "giant.ts"}) {
-        WatchedPlayer player({clip(name)});
-        player->prepareAsync();
-        player->start();
-        EXPECT_NE(player.waitForFailure(), 0) << name << player.events();
-        EXPECT_TRUE(player.pictures().empty()) << name;
-    }
+    EXPECT_EQ(paths, (std::set<std::string>{"/stream/7", "/list.m3u8", "/key", "/moved.ts", "/locked.ts"}));
 }
 
 }  // namespace

@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
-#include <httplib.h>
 
+#include <algorithm>
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <numeric>
 #include <set>
 
+#include "engine/playback/loopback_server.h"
 #include "engine/playback/watched_player.h"
 #include "input/source_input.h"
 
@@ -22,72 +20,45 @@ constexpr int kPictures = 25 * kSegments;
 constexpr int kLowWidth = 160;
 constexpr int kHighWidth = 320;
 
-std::string contents(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// A set of two variants of 200 and 2,000 kbit/s, as it says; some segments come with 600 kbit/s, the others at once.
-class VariantServer {
+class VariantServer : public LoopbackServer {
 public:
-    explicit VariantServer(std::set<int> slowSegments) : slow_(std::move(slowSegments)) {
-        server_.Get("/set.m3u8", [](const httplib::Request &, httplib::Response &response) {
-            response.set_content(
-                "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=200000\nvariant_low.m3u8\n"
-                "#EXT-X-STREAM-INF:BANDWIDTH=2000000\n/variant_high.m3u8\n",
-                "application/vnd.apple.mpegurl");
-        });
-        server_.Get(R"(/(variant_\w+)\.m3u8)", [this](const httplib::Request &request, httplib::Response &response) {
-            const std::string name = request.matches[1];
-            if (name == "variant_high" && highIsGone) return void(response.status = 404);
-            response.set_content(listNow(contents(clip(name + ".m3u8"))), "application/vnd.apple.mpegurl");
-        });
-        server_.Get(R"(/(variant_[a-z]+)(\d)\.ts)",
-                    [this](const httplib::Request &request, httplib::Response &response) {
-                        const bool slow = slow_.count(std::stoi(request.matches[2])) > 0;
-                        const std::string body = contents(directory_ + request.path);
-                        response.set_content_provider(
-                            body.size(), "video/mp2t",
-                            [body, slow](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
-                                if (!slow) return sink.write(body.data() + offset, length);
-                                std::this_thread::sleep_for(std::chrono::milliseconds(20));
-                                return sink.write(body.data() + offset, std::min<std::size_t>(length, 1500));
-                            });
-                    });
-        port_ = server_.bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([this] { server_.listen_after_bind(); });
-        while (!server_.is_running()) std::this_thread::yield();
+    explicit VariantServer(const std::set<int> &slowSegments) {
+        on("/set.m3u8", answer("#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=200000\nvariant_low.m3u8\n"
+                               "#EXT-X-STREAM-INF:BANDWIDTH=2000000\n/variant_high.m3u8\n"));
+        for (const char *name : {"variant_low", "variant_high"}) {
+            for (const int each : slowSegments) {
+                const std::string file = name + std::to_string(each) + ".ts";
+                on('/' + file, [file](const Connection &connection) {
+                    Film film(clipBytes(file));
+                    film.pauseMs = 20;
+                    film(connection);
+                });
+            }
+        }
     }
-    ~VariantServer() {
-        server_.stop();
-        thread_.join();
+    std::string set() const { return url("/set.m3u8"); }
+    /// Each time that it is asked for, a list shows one segment more.
+    void grow() {
+        for (const std::string name : {"/variant_low.m3u8", "/variant_high.m3u8"}) {
+            on(name, [asked = asked_, name](const Connection &connection) {
+                const std::string whole = clipBytes(name.substr(1));
+                const int shown = std::min(kSegments, 3 + (*asked)++);
+                std::size_t end = 0;
+                for (int i = 0; i < shown; ++i) end = whole.find(".ts", end) + 4;
+                answer(shown == kSegments ? whole : whole.substr(0, end))(connection);
+            });
+        }
     }
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/set.m3u8"; }
-
-    std::atomic<bool> highIsGone{false};
-    std::atomic<bool> grows{false};  ///< each time that it is asked for, a list shows one segment more
 
 private:
-    std::string listNow(const std::string &whole) {
-        if (!grows) return whole;
-        std::size_t end = 0;
-        const int shown = std::min(kSegments, 3 + asked_++);
-        for (int i = 0; i < shown; ++i) end = whole.find(".ts", end) + 4;
-        return shown == kSegments ? whole : whole.substr(0, end);
-    }
-
-    const std::string directory_ = std::filesystem::path(clip("variant_low.m3u8")).parent_path().string();
-    const std::set<int> slow_;
-    std::atomic<int> asked_{0};
-    httplib::Server server_;
-    int port_ = 0;
-    std::thread thread_;
+    const std::shared_ptr<std::atomic<int>> asked_ = std::make_shared<std::atomic<int>>(0);
 };
 
 TEST(Variants, FollowTheSpeedUpAndDownWithEveryPictureOnce) {
     const PropertyGuard untimed(kPropertyUntimed, "1");
     VariantServer server({2, 3});
-    WatchedPlayer player({server.url()});
+    WatchedPlayer player({server.set()});
     ASSERT_TRUE(player.playToEnd()) << player.events();
     std::vector<int> all(kPictures);
     std::iota(all.begin(), all.end(), 0);
@@ -147,9 +118,9 @@ int64_t readThrough(SourceInput &input) {
 TEST(Variants, SoundGoesOnAndSeekingBackWorksBehindAChange) {
     for (const bool grows : {false, true}) {
         VariantServer server({2});
-        server.grows = grows;
+        if (grows) server.grow();
         SourceInput input;
-        const MediaError error = input.open(server.url(), {});
+        const MediaError error = input.open(server.set(), {});
         ASSERT_FALSE(error) << error.text;
         input.adapt();
         EXPECT_EQ(readThrough(input), 0);
@@ -164,10 +135,10 @@ TEST(Variants, SoundGoesOnAndSeekingBackWorksBehindAChange) {
 
 TEST(Variants, OneThatIsNotThereIsGoneWithout) {
     VariantServer server({});
-    server.highIsGone = true;
+    server.on("/variant_high.m3u8", answer("", "404 Not Found"));
     for (const char *attempt : {"found out when it is wanted", "found out at the start, now that the line is known"}) {
         SourceInput input;
-        ASSERT_FALSE(input.open(server.url(), {})) << attempt;
+        ASSERT_FALSE(input.open(server.set(), {})) << attempt;
         input.adapt();
         EXPECT_EQ(readThrough(input), 0) << attempt;
         EXPECT_EQ(input.variants().changes, 0u) << attempt;
