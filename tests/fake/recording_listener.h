@@ -28,8 +28,16 @@
 
 namespace fake {
 
-class EventRecorder {
+/// Hears what an application hears, or what the player itself hears of its timeline.
+class RecordingListener : public oriplayer::IOriPlayerListener, public vexo::InternalEventListener {
 public:
+    void notify(long long id, int what, int arg1, int, const oriplayer::Param &param) override {
+        const char *text = param.getCString(0);
+        record(id, what, arg1, text ? std::string(":") + text : "");
+    }
+    void notify(int, int, int, const std::string &, const std::string &) override {}
+    void notify(vexo::InternalEvent event) override { record(event.id, event.what, event.arg1); }
+
     void on(int what, std::function<void()> handler) {
         const std::lock_guard<std::mutex> lock(mutex_);
         handlers_[what] = std::move(handler);
@@ -54,7 +62,7 @@ public:
         return joined;
     }
 
-protected:
+private:
     void record(int64_t id, int what, int arg1, const std::string &detail = "") {
         char text[64];
         std::snprintf(text, sizeof text, id < 0 ? "%d@%lld" : "%d@%06llx", what, static_cast<long long>(id));
@@ -73,26 +81,11 @@ protected:
         changed_.notify_all();
     }
 
-private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<std::string> entries_;
     std::map<int, int> counts_;
     std::map<int, std::function<void()>> handlers_;
-};
-
-class RecordingListener : public oriplayer::IOriPlayerListener, public EventRecorder {
-public:
-    void notify(long long id, int what, int arg1, int, const oriplayer::Param &param) override {
-        const char *text = param.getCString(0);
-        record(id, what, arg1, text ? std::string(":") + text : "");
-    }
-    void notify(int, int, int, const std::string &, const std::string &) override {}
-};
-
-class RecordingInternalListener : public vexo::InternalEventListener, public EventRecorder {
-public:
-    void notify(vexo::InternalEvent event) override { record(event.id, event.what, event.arg1); }
 };
 
 }  // namespace fake

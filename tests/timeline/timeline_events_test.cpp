@@ -46,7 +46,7 @@ TEST_F(TimelineEvents, WithoutACurrentBound_TheLastIdentityOrTheEnginesIdIsUsed)
 }
 
 TEST_F(TimelineEvents, TheStartDelayIsRaisedOnTheFirstPeriodOnly) {
-    const auto internal = std::make_shared<fake::RecordingInternalListener>();
+    const auto internal = std::make_shared<fake::RecordingListener>();
     timeline_->SetInternalListener(internal);
     PlayThree();
     Tell("p1", kEventFirstPicture);
@@ -159,7 +159,7 @@ TEST_F(TimelineEvents, ThePreparedReactionYieldsToASwitchInTheListener) {
 }
 
 TEST_F(TimelineEvents, ResetInAListener_NothingOfTheOldPeriodsIsToldOrActs) {
-    const auto internal = std::make_shared<fake::RecordingInternalListener>();
+    const auto internal = std::make_shared<fake::RecordingListener>();
     PlayThree();
     timeline_->SetInternalListener(internal);
     listener_->on(kEventEnd, [this] {

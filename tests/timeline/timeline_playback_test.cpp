@@ -26,7 +26,7 @@ struct NullReporter : protocols::IReporter {
 };
 
 TEST_F(TimelinePlayback, ANewPlayerIsGivenEverythingInOrder) {
-    const auto internal = std::make_shared<fake::RecordingInternalListener>();
+    const auto internal = std::make_shared<fake::RecordingListener>();
     internal->on(kEventPeriodSwitched, [this] { engine_.write("notice"); });
     timeline_->SetInternalListener(internal);
     timeline_->SetUserAgent("agent");
