@@ -245,6 +245,24 @@ TEST_F(NetworkFaults, AStopWaitsForNoneOfThem_AndLetsTheConnectionGo) {
     }
 }
 
+TEST_F(NetworkFaults, APreloadedSourceThatStallsIsHadAtOnce_AndGoesOnWhereItStood) {
+    Film half(clipBytes(kFilm));
+    half.limit = half.size() / 2;
+    server_.on("/film", std::ref(half));
+    ASSERT_EQ(addPreloadTask(server_.url().c_str(), 1024), 0);
+    while (!half.stands) std::this_thread::yield();
+    WatchedPlayer player({server_.url()});
+    const auto begin = steady_clock::now();
+    player->prepareAsync();
+    player->start();
+    ASSERT_TRUE(player.waitForPictures(4)) << "one more than was decoded ahead";
+    EXPECT_LT(steady_clock::now() - begin, kSlack);
+    half.limit = SIZE_MAX;
+    ASSERT_TRUE(player.waitForEvent(1001)) << player.events();
+    EXPECT_EQ(player.pictures().size(), 25u);
+    EXPECT_EQ(server_.requests().size(), 1u);
+}
+
 TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
     Film locked(clipBytes("locked.ts"));
     locked.limit = locked.size() / 2;
