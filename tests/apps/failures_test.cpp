@@ -29,9 +29,10 @@ struct Failures : testing::Test {
 };
 
 TEST_F(Failures, AloneNothingIsPlayable_AndTheMessageNamesItemAttemptAndReason) {
-    const test::LoopbackServer silent(test::LoopbackServer::Manner::kSilent);
+    test::LoopbackServer server;
+    server.on("/silent", &test::Connection::silence);
     std::vector<Case> all = cases;
-    all.push_back({silent.url(), "timed out"});
+    all.push_back({server.url("/silent"), "timed out"});
     std::vector<std::unique_ptr<RunningProgram>> programs;
     for (const Case &c : all) {
         programs.push_back(std::make_unique<RunningProgram>(std::vector<std::string>{"--no-window", "--json", c.url}));

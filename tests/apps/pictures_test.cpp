@@ -5,8 +5,6 @@
 
 #include "base/oriplayer/picture.h"
 #include "colour.h"
-#include "picture_slot.h"
-#include "picture_tap.h"
 #include "still_picture.h"
 #include "support/temporary_folder.h"
 #include "window.h"
@@ -123,46 +121,6 @@ TEST(Pictures, AStillIsAPngWithSquarePixelsUnderAFreshName) {
     EXPECT_GE(rgb[0], 253);
     EXPECT_LE(rgb[1], 2);
     EXPECT_NE(saveStill(staged, folder / "no/such").error, "");
-}
-
-TEST(Pictures, TheTapGivesEachPictureToTheBoundOfItsPlayer) {
-    const support::TemporaryFolder folder;
-    BoundLog log;
-    PictureSlot slot;
-    int player = 7;
-    PictureTap::Config config;
-    config.hash = true;
-    config.rawStem = folder / "raw";
-    config.playerId = [&player] { return player; };
-    config.speed = [] { return 2.0; };
-    config.cut = [](int, int64_t positionUs) { return positionUs >= 1'000'000'000'000; };
-    PictureTap tap(config, log, slot);
-    PaddedPicture picture(3, 3, {'a', 'b', 'c'});
-    std::array<oriplayer::PlaneEntry, 3> planes{};
-    for (std::size_t p = 0; p < 3; ++p) planes[p] = {picture.stride[p], picture.bytes[p].data()};
-    oriplayer::VideoPicture record{3, 3, 0, {}, planes.data()};
-    vexo::RenderOutputInfo info{vexo::kRenderCatVideo, {}, &record};
-    info.words[oriplayer::kRenderDuration] = 40'000;
-    info.words[oriplayer::kRenderLateness] = 30'000;
-    EXPECT_TRUE(tap.Process(info));
-    info.words[oriplayer::kRenderPositionHigh] = 1000;  // 2^32 * 1000 us: behind the end
-    EXPECT_TRUE(tap.Process(info));
-    info.words[oriplayer::kRenderPositionHigh] = 0;
-    player = 9;
-    info.words[oriplayer::kRenderDropped] = 4;
-    tap.Process(info);
-    tap.Process(info);
-    tap.finish();
-    const std::vector<BoundRecord> bounds = log.all();
-    ASSERT_EQ(bounds.size(), 2u);
-    EXPECT_EQ(bounds[0].playerId, 7);
-    EXPECT_EQ(bounds[0].pictures, 1);
-    EXPECT_EQ(bounds[0].late, 1);
-    EXPECT_EQ(bounds[0].lastIntervalUs, 20'000) << "at twice the speed a picture stands half as long";
-    EXPECT_EQ(bounds[0].md5, "0feeb987e0ad8769326dc7b2d022420f");  // printf 'aaaaaaaaabbbbcccc' | md5sum
-    EXPECT_EQ(bounds[1].pictures, 2);
-    EXPECT_EQ(bounds[1].dropped, 4u);
-    EXPECT_EQ(folder.read("raw.1.y4m").size(), folder.read("raw.0.y4m").size() + 23) << "one picture more";
 }
 
 TEST(Pictures, PicturesKeepTheirAspectInAnyWindow) {

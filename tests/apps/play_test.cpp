@@ -1,9 +1,8 @@
 #include <gmock/gmock.h>
-#include <httplib.h>
 
 #include <csignal>
-#include <thread>
 
+#include "engine/playback/loopback_server.h"
 #include "real_files.h"
 #include "running_program.h"
 #include "support/clips.h"
@@ -12,6 +11,7 @@
 namespace apps {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 
 const std::vector<std::string> kFive{"h264_aac.mp4", "hevc_aac.mkv", "vp9_opus.webm", "av1_opus.mkv", "mpeg2_mp2.ts"};
@@ -66,7 +66,7 @@ TEST(Play, SubtitlesStandInTheItemTheyAreGivenFor) {
     const Outcome later = played({"--subtitles", __FILE__, "--subtitles", path, "--subtitle-delay", "60"});
     EXPECT_EQ(later.summary["bounds"][0]["md5"], plain);
     EXPECT_EQ(later.summary["bounds"][1]["md5"], plain);
-    EXPECT_THAT(later.err, testing::AllOf(HasSubstr("the subtitles of item 1"), testing::Not(HasSubstr("of item 2"))));
+    EXPECT_THAT(later.err, AllOf(HasSubstr("the subtitles of item 1"), testing::Not(HasSubstr("of item 2"))));
 }
 
 TEST(Play, SourcesOfAMixedPeriodAreCountedInTheListGiven) {
@@ -181,34 +181,25 @@ TEST(Play, ListsArePlayedAndWrongOnesRefused) {
 }
 
 TEST(Play, RequestsCarryHeadersAndUserAgent) {
-    httplib::Server server;
-    server.set_pre_routing_handler([](const httplib::Request &request, httplib::Response &response) {
-        const bool right =
-            request.get_header_value("X-Key") == "a: b" && request.get_header_value("User-Agent") == "tester/1";
-        response.status = 403;
-        return right ? httplib::Server::HandlerResponse::Unhandled : httplib::Server::HandlerResponse::Handled;
+    test::Film film(test::clipBytes("vp9_opus.webm"));
+    test::LoopbackServer server;
+    server.on("/film", [&film](const test::Connection &connection) {
+        const bool right = connection.header("X-Key") == "a: b" && connection.header("User-Agent") == "tester/1";
+        right ? film(connection) : test::answer({}, "403 Forbidden")(connection);
     });
-    const std::string clip = support::clip("vp9_opus.webm");
-    server.set_mount_point("/", clip.substr(0, clip.rfind('/')));
-    const std::string url =
-        "http://127.0.0.1:" + std::to_string(server.bind_to_any_port("127.0.0.1")) + "/vp9_opus.webm";
-    std::thread thread([&] { server.listen_after_bind(); });
-    const std::vector<std::string> options{"--no-window", "--untimed",    "--json",  "--header",
-                                           "X-Key: a: b", "--user-agent", "tester/1"};
     for (const int items : {1, 2}) {  // asked for its length while it plays, and ahead of it
-        std::vector<std::string> arguments = options;
-        arguments.insert(arguments.end(), static_cast<std::size_t>(items), url);
+        std::vector<std::string> arguments{"--no-window", "--untimed",    "--json",  "--header",
+                                           "X-Key: a: b", "--user-agent", "tester/1"};
+        arguments.insert(arguments.end(), static_cast<std::size_t>(items), server.url("/film"));
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.code, 0) << outcome.err;
         EXPECT_EQ(outcome.summary["pictures"], items * support::expected("vp9_opus.webm").pictures);
         EXPECT_EQ(outcome.summary["duration_ms"].asInt64(), items * support::expected("vp9_opus.webm").durationMs);
         EXPECT_EQ(outcome.summary["bounds"][0]["codec"], "vp9");
     }
-    const Outcome refused = run({"--no-window", "--untimed", url});
+    const Outcome refused = run({"--no-window", "--untimed", server.url("/film")});
     EXPECT_EQ(refused.code, 2);
     EXPECT_THAT(refused.err, HasSubstr("403"));
-    server.stop();
-    thread.join();
 }
 
 }  // namespace

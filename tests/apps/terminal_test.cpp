@@ -1,12 +1,8 @@
 #include <gmock/gmock.h>
-#include <httplib.h>
 
-#include <atomic>
 #include <csignal>
-#include <fstream>
-#include <iterator>
-#include <thread>
 
+#include "engine/playback/loopback_server.h"
 #include "running_program.h"
 #include "support/clips.h"
 #include "support/temporary_folder.h"
@@ -52,29 +48,16 @@ TEST(Terminal, KeysControlThePlayerAndTheLineTellsSo) {
 }
 
 TEST(Terminal, ADownloadThatStandsIsToldAndGoesOn) {
-    std::ifstream file(support::clip("sound_longer.mkv"), std::ios::binary);
-    const std::string body(std::istreambuf_iterator<char>(file), {});
-    std::atomic<bool> stands{true};
-    httplib::Server server;
-    server.Get("/film", [&](const httplib::Request &, httplib::Response &response) {
-        response.set_content_provider(
-            body.size(), "video/x-matroska", [&](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
-                while (stands && offset >= body.size() / 2 && sink.is_writable()) std::this_thread::sleep_for(5ms);
-                const std::size_t before = offset < body.size() / 2 ? body.size() / 2 - offset : length;
-                return sink.write(body.data() + offset, std::min(length, before));
-            });
-    });
-    const int port = server.bind_to_any_port("127.0.0.1");
-    std::thread thread([&] { server.listen_after_bind(); });
-    while (!server.is_running()) std::this_thread::yield();
-    RunningProgram program({"--no-window", "http://127.0.0.1:" + std::to_string(port) + "/film"}, kTerminal);
+    test::Film film(test::clipBytes("sound_longer.mkv"));
+    film.limit = film.size() / 2;
+    test::LoopbackServer server;
+    server.on("/film", std::ref(film));
+    RunningProgram program({"--no-window", server.url("/film")}, kTerminal);
     EXPECT_TRUE(program.waitForErr("buffering 0:00")) << program.err();
-    stands = false;
+    film.limit = film.size();
     program.forgetErr();
     EXPECT_TRUE(program.waitForErr("playing 0:0")) << program.err();
     EXPECT_EQ(program.finish().code, 0) << program.err();
-    server.stop();
-    thread.join();
 }
 
 TEST(Terminal, ASkipWhilePausedStaysPausedInTheNextItem) {

@@ -8,11 +8,6 @@
 //   ASSERT_TRUE(player.waitForEvent(1001));      // every wait is bounded by 20 s; false means that it never came
 //   EXPECT_EQ(player.numbers(), ...);
 
-extern "C" {
-#include <libavutil/md5.h>
-#include <libavutil/mem.h>
-}
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -27,6 +22,7 @@ extern "C" {
 #include "base/oriplayer/picture.h"
 #include "base/oriplayer/player.h"
 #include "support/clips.h"
+#include "support/picture_digest.h"
 
 namespace test {
 
@@ -45,9 +41,7 @@ private:
 struct ShownPicture {
     int64_t positionUs = 0;
     int clipNumber = 0;  ///< as written into the clip's picture
-    uint32_t running = 0;
     int width = 0;
-    int height = 0;
 };
 
 struct ToldEvent {
@@ -83,9 +77,7 @@ private:
 
 class Screen : public oriplayer::VideoRenderPipeline {
 public:
-    explicit Screen(std::shared_ptr<Record> record) : record_(std::move(record)), md5_(av_md5_alloc(), av_free) {
-        av_md5_init(md5_.get());
-    }
+    explicit Screen(std::shared_ptr<Record> record) : record_(std::move(record)) {}
 
     int Pause() override { return 0; }
     int Resume() override { return 0; }
@@ -102,41 +94,22 @@ public:
 
     int Render(oriplayer::RenderRecord *record) override {
         const oriplayer::VideoPicture &picture = *record->picture;
-        for (int plane = 0; plane < 3; ++plane) {
-            const int rows = plane == 0 ? picture.height : (picture.height + 1) / 2;
-            const int bytes = plane == 0 ? picture.width : (picture.width + 1) / 2;
-            const auto &entry = picture.planes[plane];
-            for (int y = 0; y < rows; ++y) {
-                av_md5_update(md5_.get(), entry.data + static_cast<std::ptrdiff_t>(y) * entry.stride,
-                              static_cast<std::size_t>(bytes));
-            }
-        }
+        digest_.add(picture);
         const auto position = static_cast<uint64_t>(record->words[oriplayer::kRenderPositionLow]) |
                               static_cast<uint64_t>(record->words[oriplayer::kRenderPositionHigh]) << 32;
-        const ShownPicture shown{static_cast<int64_t>(position), support::pictureNumber(picture),
-                                 record->words[oriplayer::kRenderNumber], picture.width, picture.height};
+        const ShownPicture shown{static_cast<int64_t>(position), support::pictureNumber(picture), picture.width};
         record_->change([&] { record_->pictures.push_back(shown); });
         if (onPicture) onPicture(shown);
         return 0;
     }
 
-    std::string md5() {
-        uint8_t digest[16];
-        av_md5_final(md5_.get(), digest);
-        std::string text;
-        for (const uint8_t byte : digest) {
-            char hex[3];
-            std::snprintf(hex, sizeof hex, "%02x", byte);
-            text += hex;
-        }
-        return text;
-    }
+    std::string md5() const { return digest_.text(); }
 
     std::function<void(const ShownPicture &)> onPicture;  ///< set before start()
 
 private:
     std::shared_ptr<Record> record_;
-    std::unique_ptr<AVMD5, void (*)(void *)> md5_;
+    support::PictureDigest digest_;
 };
 
 class Ear : public oriplayer::IOriPlayerListener {
