@@ -199,11 +199,11 @@ private:
             head.append(buffer, static_cast<std::size_t>(count));
         }
         if (head.starts_with("GET ")) answerTo(Connection(socket, head));
-        std::unique_lock lock(mutex_);
+        const std::lock_guard lock(mutex_);
         open_.erase(socket);
         close(socket);
         --serving_;
-        std::notify_all_at_thread_exit(gone_, std::move(lock));
+        gone_.notify_all();  // with the lock: who waits for it ends the server
     }
 
     void answerTo(const Connection &connection) {
