@@ -71,7 +71,7 @@ TEST(Parameters, TakeWhatFitsAndRefuseTheRest) {
         return player->setParameter(number, param, -1);
     };
     for (const auto &[volume, taken] : {std::pair{7.0F, 1.0F}, {0.25F, 0.25F}}) {
-        EXPECT_EQ(set(3004, [&](Param &p) { p.putFloat(volume); }), 0);
+        EXPECT_EQ(set(3004, [level = volume](Param &p) { p.putFloat(level); }), 0);
         EXPECT_FLOAT_EQ(player.parameter(3005).getFloat(-1), taken);
     }
     EXPECT_EQ(set(3006, [](Param &p) { p.putCString("no such device", false); }), -1);
