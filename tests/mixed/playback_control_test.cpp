@@ -24,7 +24,12 @@ TEST_F(PlaybackControl, ANewPlayer_AnswersThatNothingIsThere) {
                                    p.getVideoWidth()};
     EXPECT_THAT(refused, Each(-1));
     int64_t position = 7;
-    const std::vector<int> accepted{p.setLooping(true), p.seekTo(0, 0), p.seekCurrentPeriodTo(0, 0), p.start(),
+    const std::vector<int> accepted{p.getCurrentPeriodPosition(&position, 0),
+                                    p.getCurrentPeriodDuration(&position),
+                                    p.setLooping(true),
+                                    p.seekTo(0, 0),
+                                    p.seekCurrentPeriodTo(0, 0),
+                                    p.start(),
                                     p.getCurrentPosition(&position, 0)};
     EXPECT_THAT(accepted, Each(0));
     EXPECT_EQ(position, 0);
