@@ -2,64 +2,52 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "playlist/local_duration.h"
 #include "support/clips.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
 using namespace oriplayer;
 using Failure = SourceInput::Failure;
 
-class BadFiles : public testing::Test {
-protected:
-    void SetUp() override {
-        std::filesystem::create_directories(folder_);
-        make("text.mp4", "This is no film. " + std::string(5000, 'x'));
-        make("empty.mp4", "");
-        make("words.srt", "1\n00:00:00,000 --> 00:00:01,000\nHello\n\n");
-        mkfifo((folder_ / "pipe").c_str(), 0600);
-        std::filesystem::copy_file(support::clip("numbered.mp4"), folder_ / "12:30 100% done.mp4",
-                                   std::filesystem::copy_options::overwrite_existing);
-    }
-    void TearDown() override { std::filesystem::remove_all(folder_); }
-    void make(const std::string &name, const std::string &text) { std::ofstream(folder_ / name) << text; }
-    std::string path(const std::string &name) const { return (folder_ / name).string(); }
-
-    const std::filesystem::path folder_ =
-        std::filesystem::path(testing::TempDir()) / ("source_input_test_" + std::to_string(getpid()));
-};
-
-TEST_F(BadFiles, EachIsRefusedWithItsReason) {
-    struct Case {
-        const char *name;
+TEST(SourceInput, WhatCannotBePlayedIsRefusedWithItsReason) {
+    const support::TemporaryFolder folder;
+    mkfifo((folder / "pipe").c_str(), 0600);
+    const struct {
+        std::string path;
         Failure failure;
         const char *reason;
-    };
-    for (const Case &c :
-         {Case{"text.mp4", Failure::kCannotOpen, "Invalid data"}, Case{"empty.mp4", Failure::kCannotOpen, "cannot"},
-          Case{"words.srt", Failure::kNothingPlayable, "no stream that can be played"},
-          Case{"missing.mp4", Failure::kCannotOpen, "No such file"}, Case{"", Failure::kCannotOpen, "Is a directory"},
-          Case{"pipe", Failure::kCannotOpen, "not a regular file"}}) {
+    } cases[] = {
+        {folder.write("text.mp4", "This is no film. " + std::string(5000, 'x')), Failure::kCannotOpen, "Invalid"},
+        {folder.write("empty.mp4", ""), Failure::kCannotOpen, "cannot"},
+        {folder.write("words.srt", "1\n00:00:00,000 --> 00:00:01,000\nHello\n\n"), Failure::kNothingPlayable,
+         "no stream that can be played"},
+        {folder / "missing.mp4", Failure::kCannotOpen, "No such file"},
+        {folder.path(), Failure::kCannotOpen, "Is a directory"},
+        {folder / "pipe", Failure::kCannotOpen, "not a regular file"}};
+    for (const auto &each : cases) {
         SourceInput input;
-        const MediaError error = input.open(path(c.name), {});
-        EXPECT_LT(error.native, 0) << c.name;
-        EXPECT_EQ(input.failure(), c.failure) << c.name << ' ' << error.text;
-        EXPECT_NE(error.text.find(c.reason), std::string::npos) << error.text;
-        EXPECT_NE(error.text.find(path(c.name)), std::string::npos) << error.text;
+        const MediaError error = input.open(each.path, {});
+        EXPECT_LT(error.native, 0) << each.path;
+        EXPECT_EQ(input.failure(), each.failure) << error.text;
+        EXPECT_NE(error.text.find(each.reason), std::string::npos) << error.text;
+        EXPECT_NE(error.text.find(each.path), std::string::npos) << error.text;
     }
     SourceInput nothing;
     EXPECT_TRUE(nothing.open("", {}));
     EXPECT_TRUE(nothing.seek(0));
 }
 
-TEST_F(BadFiles, APathThatLooksLikeAUrlIsStillAFile) {
-    for (const std::string &url : {path("12:30 100% done.mp4"), "file://" + path("12:30%20100%25%20done.mp4")}) {
+TEST(SourceInput, APathThatLooksLikeAUrlIsStillAFile) {
+    const support::TemporaryFolder folder;
+    std::filesystem::copy(support::clip("numbered.mp4"), folder / "12:30 100% done.mp4");
+    for (const std::string &url :
+         {folder / "12:30 100% done.mp4", "file://" + (folder / "12:30%20100%25%20done.mp4")}) {
         SourceInput input;
         const MediaError error = input.open(url, {});
         EXPECT_FALSE(error) << error.text;
@@ -78,12 +66,12 @@ TEST(SourceInput, LengthsAreTheContainersOwn) {
     EXPECT_EQ(probeLocalDuration("/nowhere"), 0.0);
 }
 
-TEST_F(BadFiles, ALengthIsRememberedUntilTheFileIsAnotherOne) {
-    const std::string file = path("clip.mp4");
+TEST(SourceInput, ALengthIsRememberedUntilTheFileIsAnotherOne) {
+    const support::TemporaryFolder folder;
     for (const char *name : {"h264_aac.mp4", "numbered.mp4"}) {
-        std::filesystem::copy(support::clip(name), file, std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::copy(support::clip(name), folder / "clip", std::filesystem::copy_options::overwrite_existing);
         const double expectedMs = static_cast<double>(support::expected(name).durationMs);
-        for (int i = 0; i < 2; ++i) EXPECT_NEAR(probeLocalDuration(file) * 1000.0, expectedMs, 1.0) << name;
+        for (int i = 0; i < 2; ++i) EXPECT_NEAR(probeLocalDuration(folder / "clip") * 1000.0, expectedMs, 1.0) << name;
     }
 }
 
