@@ -78,8 +78,7 @@ TEST_F(DeviceSound, AReplacementJoinsWithoutAGap) {
     const std::size_t begin = disk->samples();
     {
         WatchedPlayer player({clip("numbered.mp4")});
-        player->prepareAsync();
-        player->start();
+        player.play();
         ASSERT_TRUE(player.waitForNumber(20));
         ASSERT_EQ(player.replaceBy(clip("numbered_better.mkv")), 0);
         ASSERT_TRUE(player.record->wait([&] { return player.record->pictures.back().width == 320; }));

@@ -73,8 +73,7 @@ TEST(Reentrance, StopFromTwoCallbacksAndTwoThreadsAtOnce) {
     player.screen->onPicture = [&](const ShownPicture &picture) {
         if (picture.clipNumber == 1) player->stop(true);
     };
-    player->prepareAsync();
-    player->start();
+    player.play();
     ASSERT_TRUE(player.waitForPictures(1));
     std::thread first([&] { player->stop(true); });
     std::thread second([&] { player->stop(true); });

@@ -58,8 +58,7 @@ TEST(Replacement, EveryPictureComesOnce_AlsoIfTheOtherCannotBeOpened) {
 
 TEST(Replacement, WhilePausedItGoesOnBehindThePictureThatStands) {
     WatchedPlayer player({clip("numbered.mp4")}, 6'000);
-    player->prepareAsync();
-    player->start();
+    player.play();
     ASSERT_TRUE(player.waitForPictures(10));
     player->pause();
     const int codec = codecOf(player);
@@ -78,8 +77,7 @@ TEST(Replacement, WhilePausedItGoesOnBehindThePictureThatStands) {
 
 TEST(Replacement, SeeksMeanwhileAreCarriedOutAndItFollowsThem) {
     WatchedPlayer player({clip("numbered.mp4")});
-    player->prepareAsync();
-    player->start();
+    player.play();
     ASSERT_TRUE(player.waitForPictures(2));
     const int codec = codecOf(player);
     player->seekTo(3000, 0);
@@ -109,8 +107,7 @@ TEST(Replacement, InALoopItJoinsTheRoundThatIsRead) {
         EXPECT_EQ(player.replaceBy(clip("numbered_better.mkv")), 0);
         EXPECT_TRUE(waitForOtherCodec(player, codec));
     };
-    player->prepareAsync();
-    player->start();
+    player.play();
     ASSERT_TRUE(player.waitForPictures(500));
     const std::vector<int> numbers = player.numbers();
     for (int i = 0; i < 500; ++i) ASSERT_EQ(numbers[static_cast<std::size_t>(i)], i % 250);
@@ -119,8 +116,7 @@ TEST(Replacement, InALoopItJoinsTheRoundThatIsRead) {
 TEST(Replacement, StopEndsItWhereverItIs) {
     for (int i = 0; i < 20; ++i) {
         WatchedPlayer player({clip("numbered.mp4")});
-        player->prepareAsync();
-        player->start();
+        player.play();
         ASSERT_TRUE(player.waitForPictures(1));
         player.replaceBy(clip("numbered_better.mkv"));
         std::this_thread::sleep_for(std::chrono::milliseconds(2 * i));  // not to wait for: to be somewhere else

@@ -171,9 +171,12 @@ public:
     std::shared_ptr<oriplayer::IOriPlayer> share() const { return player_; }
 
     bool prepare() { return player_->prepareAsync() == 0 && waitForEvent(1000); }
-    bool playToEnd() {
+    void play() {
         player_->prepareAsync();
         player_->start();
+    }
+    bool playToEnd() {
+        play();
         return waitForEvent(1001);
     }
     bool waitForEvent(int number, int times = 1) {

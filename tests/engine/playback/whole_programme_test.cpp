@@ -121,8 +121,7 @@ TEST(WholeProgramme, LoopingBeginsAnewWithoutAnEventUntilItIsTurnedOff) {
     const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
     WatchedPlayer player({clip("video_only.mp4")});
     player->setLooping(true);
-    player->prepareAsync();
-    player->start();
+    player.play();
     ASSERT_TRUE(player.waitForPictures(80));
     player->setLooping(false);
     ASSERT_TRUE(player.waitForEvent(1001));

@@ -49,8 +49,7 @@ protected:
     std::unique_ptr<WatchedPlayer> playHere() const {
         auto player = std::make_unique<WatchedPlayer>(std::vector<std::string>{kColours});
         giveWindow(*player, handle());
-        (*player)->prepareAsync();
-        (*player)->start();
+        player->play();
         return player;
     }
     static void giveWindow(WatchedPlayer &player, void *handle) {
