@@ -30,16 +30,6 @@ TEST_F(IsolatedEnd, EarlierPeriodsAndEarlierSources_GoOnInTheIsolatedTimeline) {
     EXPECT_EQ(logBut("p4.destroy"), "p4.setListener(null) p4.stop p1.start");
 }
 
-TEST_F(IsolatedEnd, BehindAStoppedIsolatedTimeline_OnlyTheNewPeriodsCount) {
-    playMain({"a"});
-    for (const char *url : {"u", "v", "w"}) player->addPeriod(1, -1, period({url}), nullptr);
-    player->stop(1, true);
-    takeOver({period({"x"})});
-    ends("p2");
-    EXPECT_TRUE(listener->waitFor(10240));
-    EXPECT_EQ(player->getActiveIndex(), 0);
-}
-
 TEST_F(IsolatedEnd, EndOfTheMainTimeline_GivesNothingBack) {
     playMain({"a"});
     ends("p1");

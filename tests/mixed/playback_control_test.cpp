@@ -86,22 +86,6 @@ TEST_F(PlaybackControl, GoNextBehindTheIsolatedList_GivesControlBack) {
     EXPECT_EQ(player->getActiveIndex(), 0);
 }
 
-TEST_F(PlaybackControl, ASourceSetByTheHandlerOfTheLastEnd_PlaysOnUndisturbed) {
-    playMain({"a"});
-    listener->on(1001, [this] {
-        load(component({"b"}));
-        player->prepareAsync();
-        player->start();
-    });
-    ends("p1");
-    ASSERT_TRUE(listener->waitFor(1001));
-    prepared("p2");
-    const std::string calls = log();
-    EXPECT_NE(calls.find("p2.start"), std::string::npos);
-    EXPECT_EQ(calls.find("p2.stop"), std::string::npos);
-    EXPECT_EQ(player->getActiveID(), engine.idOf("p2"));
-}
-
 TEST_F(PlaybackControl, EngineResultsAreDropped_ZeroSaysThatAPlayerWasThere) {
     playMain({"a"});
     engine.resultOf(77, -5);

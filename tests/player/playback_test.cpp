@@ -93,22 +93,6 @@ TEST_F(Playback, TheHandlerOfTheEndMayPlayTheNextSource) {
     EXPECT_EQ(engine_.maxLiving(), 1);
 }
 
-TEST_F(Playback, ACommandInACallbackDoesNotWaitForAStopThatWaitsForIt) {
-    create();
-    open("a.mp4");
-    settle();
-    auto handled = at(1000, [this] {
-        player_->stop();
-        reports_.awaitLine("stop impl call\n");  // from here on its task waits for this thread
-        player_->prepareAsync();
-        player_->start();
-    });
-    engine_.post("p1", 1000);
-    handled.wait();
-    settle();
-    EXPECT_EQ(engine_.living(), 0);
-}
-
 TEST_F(Playback, BehindTheDestructorTheApplicationHearsNothing) {
     for (int round = 0; round < 20; ++round) {
         restartEngine();
