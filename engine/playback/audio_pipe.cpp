@@ -49,13 +49,13 @@ FramePtr silenceLike(const AVFrame &like, int64_t durationUs) {
 
 void AudioPipe::run() {
     while (!stage_.control.over()) {
-        auto item = stage_.audioPackets.pop();
+        auto item = stage_.audioPackets.pop(stage_.control.generation());
         if (!item) {
             stage_.audioWake.wait();
             continue;
         }
         if (stage_.audioPackets.wantsMore()) stage_.readWake.notify();
-        if (stage_.control.current(item->generation)) handle(std::move(*item));
+        handle(std::move(*item));
     }
     decoder_.reset();
 }
@@ -97,7 +97,7 @@ void AudioPipe::beginGeneration(const StreamItem &item) {
     generation_ = item.generation;
     targetUs_ = item.targetUs;
     nextUs_ = INT64_MIN;
-    if (decoder_) decoder_->flush();
+    if (decoder_ && !item.goesOn) decoder_->flush();
     stage_.sound.flush();
     stage_.soundEndUs = targetUs_ == INT64_MIN ? 0 : targetUs_;
     stage_.clock.soundIsOf(generation_);
@@ -105,34 +105,36 @@ void AudioPipe::beginGeneration(const StreamItem &item) {
     stage_.sound.uninterrupt();
 }
 
+// A packet goes in even if a seek has made it outdated meanwhile: behind that one the decoder may go on from here.
 void AudioPipe::decode(const AVPacket *packet) {
     const auto decoder = decoder_;  // receive() may give it up
     if (!decoder) return;
     const int64_t damaged = decoder->damagedPackets();
-    while (decoder->send(packet) == AVERROR(EAGAIN)) {
-        receive();
-        if (outdated() || !decoder_) break;
-    }
-    receive();
+    while (decoder->send(packet) == AVERROR(EAGAIN) && receive()) {}
+    if (decoder_) receive();
     stage_.counters.soundsDamaged += decoder->damagedPackets() - damaged;
 }
 
-void AudioPipe::receive() {
+// At least one frame, if there is one, and all of them unless they are outdated. False behind a failure.
+bool AudioPipe::receive() {
     const FramePtr frame(av_frame_alloc());
-    while (frame && !outdated() && decoder_) {
+    if (!frame) return false;
+    do {
         const int result = decoder_->receive(frame.get());
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return true;
         if (result < 0) {
             // The picture goes on without sound; sound alone cannot.
             const MediaError error{result, "decoding sound: " + avErrorText(result)};
             decoder_.reset();
             if (!stage_.expectVideo) stage_.fail(kEventDecodeFailed, error);
-            return;
+            return false;
         }
+        if (outdated()) return true;
         ++stage_.counters.soundsDecoded;
         take(*frame);
         av_frame_unref(frame.get());
-    }
+    } while (!outdated());
+    return true;
 }
 
 void AudioPipe::drain() {

@@ -20,7 +20,7 @@ private:
     void handle(StreamItem item);
     void beginGeneration(const StreamItem &item);
     void decode(const AVPacket *packet);
-    void receive();
+    bool receive();
     void drain();
     void end(uint32_t number);
     void take(AVFrame &frame);

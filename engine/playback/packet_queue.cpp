@@ -25,27 +25,30 @@ void PacketQueue::push(StreamItem item) {
     items_.push_back(std::move(item));
 }
 
-std::optional<StreamItem> PacketQueue::pop() {
+std::optional<StreamItem> PacketQueue::pop(uint32_t generation) {
     std::lock_guard lock(mutex_);
-    if (items_.empty()) return std::nullopt;
+    if (items_.empty() || items_.front().generation != generation) return std::nullopt;
     StreamItem item = std::move(items_.front());
     items_.pop_front();
     if (item.packet) {
         --packets_;
         bytes_ -= item.packet->size;
         takenUs_ = std::max(takenUs_, shownAt(*item.packet));
+        fedUs_ = std::max(fedUs_, endOf(*item.packet));
     }
+    fedUs_ = std::max(fedUs_, item.fedUs);
     return item;
 }
 
-void PacketQueue::clear() {
+PacketQueue::Content PacketQueue::takeAll() {
     std::lock_guard lock(mutex_);
-    items_.clear();
+    Content content{std::exchange(items_, {}), std::exchange(fedUs_, INT64_MIN)};
     packets_ = 0;
     bytes_ = 0;
     endUs_ = INT64_MIN;
     reachUs_ = INT64_MIN;
     takenUs_ = INT64_MIN;
+    return content;
 }
 
 // Behind the last item that is neither data nor the end: what follows belongs to the stream read last.

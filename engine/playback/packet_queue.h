@@ -14,7 +14,8 @@
 namespace oriplayer {
 
 /// What travels from the reader to a decoder thread, in order.
-///   kFlush   a seek: forget what was before; what ends at or before `targetUs` is not wanted
+///   kFlush   a seek: forget what was before (with `goesOn` the decoder does not: what follows is what comes next for
+///            it); what ends at or before `targetUs` is not wanted
 ///   kStream  from here on another decoder (none: this source lacks the stream), behind what the former still holds
 ///   kPacket  data
 ///   kEnd     the programme is over, or cannot be read on
@@ -34,6 +35,7 @@ struct StreamItem {
     /// else it forgets that.
     std::vector<FramePtr> pictures;
     bool goesOn = false;
+    int64_t fedUs = INT64_MIN;  ///< with `goesOn`: end of what the decoder has been fed; INT64_MAX: unknown
     /// kStream: it takes over at this moment; what it has before is not wanted.
     std::optional<int64_t> joinUs;
     /// kStream: the source is read from its beginning, and this is its first moment.
@@ -45,8 +47,17 @@ struct StreamItem {
 class PacketQueue {
 public:
     void push(StreamItem item);
-    std::optional<StreamItem> pop();
-    void clear();
+    /// The first item, if it is of this generation: behind a seek the others wait for what the reader makes of them.
+    /// Whoever pops an item carries it out, so that a decoder misses nothing in front of what waits.
+    std::optional<StreamItem> pop(uint32_t generation);
+    void clear() { takeAll(); }
+
+    struct Content {
+        std::deque<StreamItem> items;
+        int64_t fedUs = INT64_MIN;  ///< end of what was popped since clear(); INT64_MIN: nothing, INT64_MAX: unknown
+    };
+    /// Takes everything out.
+    Content takeAll();
 
     struct Cut {
         int64_t playUs = 0;             ///< time of the first packet taken out, or the end of what is there
@@ -91,6 +102,7 @@ private:
     int64_t endUs_ = INT64_MIN;    ///< end of the last packet
     int64_t reachUs_ = INT64_MIN;  ///< the same, as it is presented
     int64_t takenUs_ = INT64_MIN;
+    int64_t fedUs_ = INT64_MIN;
 };
 
 }  // namespace oriplayer

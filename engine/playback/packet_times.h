@@ -16,4 +16,11 @@ inline int64_t shownAt(const AVPacket &packet) {
     return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
 }
 
+constexpr int64_t kUnknownEnd = INT64_MAX;
+
+/// When its picture or sound is over, as far as the container tells it.
+inline int64_t endOf(const AVPacket &packet) {
+    return packet.pts != AV_NOPTS_VALUE && packet.duration > 0 ? packet.pts + packet.duration : kUnknownEnd;
+}
+
 }  // namespace oriplayer

@@ -232,6 +232,7 @@ void Reader::pushStreams() {
     if (offsetUs_ + baseUs_ != 0) ahead_.undoDecoding();  // the decoder knows these pictures by other times
     item.pictures = std::move(ahead_.pictures);
     item.goesOn = !ahead_.decoding.empty();
+    for (const PacketPtr &packet : ahead_.decoding) item.fedUs = std::max(item.fedUs, endOf(*packet));
     newVideo_ = newAudio_ = false;
     stage_.videoPackets.push(std::move(item));
     stage_.audioPackets.push(soundStream());

@@ -11,6 +11,7 @@
 #include "base/oriplayer/source.h"
 #include "input/source_input.h"
 #include "playback/data_source.h"
+#include "playback/kept_packets.h"
 #include "playback/opened_source.h"
 #include "playback/replacement.h"
 #include "playback/stage.h"
@@ -42,16 +43,10 @@ private:
     void begin();
     void takeAdded();
     void goOn();
-    void carryOut(const SeekRequest &seek);
-    bool arrive(int64_t &target);
-    int64_t withinProgramme(int64_t positionUs) const;
     bool open(int index);
     void closeInput();
     void adopt(OpenedSource source, int index);
     bool openCold(const std::string &url, std::chrono::steady_clock::time_point begin, OpenedSource &source);
-    bool goTo(int64_t positionUs);
-    void landOnKeyFrame(int64_t targetUs);
-    void beginGeneration(int64_t targetUs);
     StreamItem pictureStream() const;
     StreamItem soundStream() const;
     void pushStreams();
@@ -73,6 +68,18 @@ private:
     bool startNext(int index);
     bool startOver();
     void giveUp(PlayerEvent event, MediaError error);
+
+    // Seeks, reader_seek.cpp
+    void carryOut(const SeekRequest &seek);
+    bool readsOn(const SeekRequest &seek);
+    bool standsIn(int64_t targetUs) const;
+    bool arrive(int64_t &target);
+    int64_t withinProgramme(int64_t positionUs) const;
+    bool goTo(int64_t positionUs);
+    void landOnKeyFrame(int64_t targetUs);
+    void announceGeneration(int64_t targetUs);
+    void beginGeneration(int64_t targetUs);
+    void handBack(PacketQueue &queue, KeptPackets kept, StreamItem stream, int64_t targetUs) const;
 
     // Running replacement, reader_replacement.cpp
     /// What was taken back for the source that is to join, in case it fails.

@@ -140,6 +140,7 @@ void Reader::joinStreams(int64_t joinUs) {
     pictures.joinUs = sound.joinUs = joinUs;
     pictures.pictures = std::move(ahead_.pictures);
     pictures.goesOn = true;
+    pictures.fedUs = offsetUs_ + baseUs_ + endUs_;
     newVideo_ = newAudio_ = false;
     stage_.videoPackets.push(std::move(pictures));
     stage_.audioPackets.push(std::move(sound));

@@ -1,5 +1,6 @@
 // The reader's part in a seek.
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -10,8 +11,10 @@ namespace oriplayer {
 
 void Reader::carryOut(const SeekRequest &seek) {
     generation_ = seek.generation;
+    const bool whole = !held_;
     held_.reset();
     if (const auto replacement = this->replacement()) replacement->goBack();
+    if (whole && readsOn(seek)) return;
     stage_.readAll = false;
     stage_.failure.clear();
     stage_.videoPackets.clear();
@@ -27,6 +30,55 @@ void Reader::carryOut(const SeekRequest &seek) {
         landOnKeyFrame(target);
     } else {
         beginGeneration(target);
+    }
+}
+
+// A target in what has been read already: the input stays where it stands, and the packets from there on are used.
+// False if that is not certain to show the same; then the packets are gone.
+bool Reader::readsOn(const SeekRequest &seek) {
+    int64_t target = withinProgramme(seek.positionUs);
+    auto pictures = stage_.videoPackets.takeAll();
+    auto sound = stage_.audioPackets.takeAll();
+    if (!standsIn(target)) return false;
+    std::optional<KeptPackets> keptPictures = KeptPackets{};
+    std::optional<KeptPackets> keptSound = KeptPackets{};
+    if (video_) {
+        const SeekMode mode = target > 0 ? seek.mode : SeekMode::kExact;
+        keptPictures = keepPictures(std::move(pictures), target, mode, video_->codecId());
+        if (!keptPictures) return false;
+        if (mode == SeekMode::kKeyFrame) target = keptPictures->packets.front().packet->pts;
+    }
+    const SoundRole role = video_ ? SoundRole::kBesidePictures : SoundRole::kAlone;
+    if (audio_) keptSound = keepSound(std::move(sound), target, role);
+    if (!keptSound) return false;
+    announceGeneration(target);
+    handBack(stage_.videoPackets, std::move(*keptPictures), pictureStream(), target);
+    handBack(stage_.audioPackets, std::move(*keptSound), soundStream(), target);
+    if (stage_.readAll) pushEnd();
+    stage_.wakeAll();
+    return true;
+}
+
+// What is read next belongs to the source in which the target lies, in its first round.
+bool Reader::standsIn(int64_t targetUs) const {
+    const bool reads = input_ && (video_ || audio_) && !stage_.failure.get();
+    if (!reads || !input_->seekable() || baseUs_ != 0 || newVideo_ || newAudio_) return false;
+    const auto place = stage_.programme.locate(targetUs);
+    return place.index == index_ && place.startUs == offsetUs_;
+}
+
+void Reader::handBack(PacketQueue &queue, KeptPackets kept, StreamItem stream, int64_t targetUs) const {
+    StreamItem flush;
+    flush.kind = StreamItem::Kind::kFlush;
+    flush.generation = generation_;
+    flush.targetUs = targetUs;
+    flush.goesOn = kept.goesOn;
+    flush.fedUs = kept.fedUs;
+    queue.push(std::move(flush));
+    if (!kept.goesOn) queue.push(std::move(stream));
+    for (StreamItem &item : kept.packets) {
+        item.generation = generation_;
+        queue.push(std::move(item));
     }
 }
 
@@ -78,12 +130,16 @@ void Reader::landOnKeyFrame(int64_t targetUs) {
     for (auto &[packet, stream] : held) handOn(std::move(packet), stream);
 }
 
-void Reader::beginGeneration(int64_t targetUs) {
+void Reader::announceGeneration(int64_t targetUs) {
     stage_.landingUs = targetUs;
     stage_.expectVideo = video_ != nullptr;
     stage_.expectAudio = audio_ != nullptr && !stage_.untimed;
-    pushBoth(StreamItem::Kind::kFlush, targetUs);
     stage_.variants.restart();
+}
+
+void Reader::beginGeneration(int64_t targetUs) {
+    announceGeneration(targetUs);
+    pushBoth(StreamItem::Kind::kFlush, targetUs);
     pushStreams();
 }
 

@@ -15,13 +15,13 @@ constexpr int64_t kLateUs = 40'000;
 
 void VideoPipe::run() {
     while (!stage_.control.over()) {
-        auto item = firstComesFirst() ? std::nullopt : stage_.videoPackets.pop();
+        auto item = firstComesFirst() ? std::nullopt : stage_.videoPackets.pop(stage_.control.generation());
         if (!item) {
             stage_.videoWake.wait();
             continue;
         }
         if (stage_.videoPackets.wantsMore()) stage_.readWake.notify();
-        if (stage_.control.current(item->generation)) handle(std::move(*item));
+        handle(std::move(*item));
     }
     Reaper::instance().bury(std::move(decoder_));
 }
@@ -122,7 +122,9 @@ void VideoPipe::beginGeneration(const StreamItem &item) {
     skipped_.reset();
     beginsUs_.reset();
     forgetTwin();
-    if (decoder_) decoder_->flush();
+    if (!decoder_) return;
+    if (!item.goesOn) decoder_->flush();
+    decoder_->skipBefore(targetUs_);
 }
 
 // Late pictures are left out where that is cheapest: in the decoder, which knows what no other picture needs.
@@ -145,38 +147,45 @@ void VideoPipe::countSkipped(int64_t playUs) {
     awaited_.erase(playUs);
 }
 
+// A packet goes in even if a seek has made it outdated meanwhile: behind that one the decoder may go on from here.
 void VideoPipe::decode(const AVPacket *packet) {
     if (!decoder_) return;
-    for (;;) {
+    for (bool room = true; room;) {
         int result = 0;
         {
             Stopwatch watch(stage_.counters.decodeUs);
             result = decoder_->send(packet);
         }
-        receive();
-        if (result != AVERROR(EAGAIN) || outdated()) return;
+        room = receive() && result == AVERROR(EAGAIN);
     }
 }
 
-void VideoPipe::receive() {
-    while (!outdated()) {
+// At least one picture, if there is one, and all of them unless they are outdated. False behind a failure.
+bool VideoPipe::receive() {
+    do {
         FramePtr frame(av_frame_alloc());
-        if (!frame) return stage_.fail(kEventDecodeFailed, {AVERROR(ENOMEM), "no memory for a picture"});
+        if (!frame) {
+            stage_.fail(kEventDecodeFailed, {AVERROR(ENOMEM), "no memory for a picture"});
+            return false;
+        }
         int result = 0;
         {
             Stopwatch watch(stage_.counters.decodeUs);
             result = decoder_->receive(frame.get());
         }
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return true;
         if (result < 0) {
             const std::string what = std::string("decoding ") + decoder_->codecName() + ": " + avErrorText(result);
-            return stage_.fail(kEventDecodeFailed, {result, what});
+            stage_.fail(kEventDecodeFailed, {result, what});
+            return false;
         }
+        if (outdated()) return true;
         countSkipped(frame->pts);
         if (isTwin(*frame)) continue;
         ++stage_.counters.picturesDecoded;
         take(std::move(frame));
-    }
+    } while (!outdated());
+    return true;
 }
 
 void VideoPipe::drain() {

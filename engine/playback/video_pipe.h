@@ -25,7 +25,7 @@ private:
     bool isTwin(const AVFrame &frame);
     void forgetTwin();
     void decode(const AVPacket *packet);
-    void receive();
+    bool receive();
     void drain();
     void take(FramePtr frame);
     bool belongs(const AVFrame &frame);

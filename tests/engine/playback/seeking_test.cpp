@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <sstream>
 #include <thread>
 
+#include "engine/playback/loopback_server.h"
 #include "engine/playback/watched_player.h"
+#include "playback/kept_packets.h"
 
 namespace test {
 namespace {
@@ -130,6 +134,141 @@ TEST(Seeking, ThePositionIsThatOfTheSeekAtOnceAndStandsWhilePaused) {
     player->start();
     ASSERT_TRUE(player.waitForNumber(135));
     EXPECT_GE(player.positionMs(), 5300);
+}
+
+// A film of 250 pictures, 40 ms each, a key frame every 60, two pictures of three overtaken by the third.
+TEST(Seeking, WhatWasReadAheadIsNotAskedForAgain) {
+    LoopbackServer server;
+    WatchedPlayer player({server.url("/numbered_better.mkv")});
+    ASSERT_TRUE(player.prepare());
+    player->start();
+    ASSERT_TRUE(player.waitForPictures(1));
+    player->pause();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (player.positionMs(1) < 3800 && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
+    const std::size_t requests = server.requests().size();
+    for (const SeekCase &seek :
+         {SeekCase{1400, kExact, 35}, SeekCase{2600, kKeyFrame, 60}, SeekCase{3700, kExact, 92}}) {
+        const auto shown = player.pictures().size();
+        player->seekTo(seek.positionMs, seek.mode);
+        ASSERT_TRUE(player.waitForNumber(seek.picture, shown)) << seek.positionMs;
+        EXPECT_EQ(server.requests().size(), requests) << seek.positionMs;
+    }
+    player->seekTo(1000, kExact);  // it is behind what is left
+    ASSERT_TRUE(player.waitForNumber(25, player.pictures().size()));
+    EXPECT_GT(server.requests().size(), requests);
+}
+
+// Each lands ahead of the one before, in what was read ahead, and shows what a player shows that begins there.
+TEST(Seeking, AheadInWhatWasReadItLandsWhereAFreshPlayerBegins) {
+    for (const char *name :
+         {"bframes.mp4", "bframes.mkv", "open_gop.mpg", "hevc_aac.mkv", "vp9_opus.webm", "mpeg2_mp2.ts"}) {
+        for (const int mode : {kExact, kKeyFrame}) {
+            WatchedPlayer player({clip(name)});
+            ASSERT_TRUE(player.prepare());
+            player->start();
+            ASSERT_TRUE(player.waitForPictures(1));
+            player->pause();
+            for (const int positionMs : {390, 500, 770, 960}) {
+                WatchedPlayer fresh({clip(name)});
+                fresh->seekTo(positionMs, mode);
+                ASSERT_TRUE(fresh.prepare());
+                fresh->start();
+                ASSERT_TRUE(fresh.waitForPictures(1));
+                const auto shown = player.pictures().size();
+                player->seekTo(positionMs, mode);
+                EXPECT_TRUE(player.waitForNumber(fresh.numbers()[0], shown))
+                    << name << " " << positionMs << " " << mode;
+            }
+        }
+    }
+}
+
+using oriplayer::PacketQueue;
+using oriplayer::SeekMode;
+using oriplayer::StreamItem;
+
+// What waits, in the order of decoding: K (key frame), R (H.264's recovery point) or P with the picture's number, 40 ms
+// each; ? has no time; | another stream begins; > the decoder has not come to a seek that it goes on from; . the end.
+PacketQueue::Content waiting(const std::string &text, int fed) {
+    PacketQueue::Content content;
+    if (fed >= 0) content.fedUs = fed * 40'000;
+    std::istringstream words(text);
+    int64_t decoded = INT64_MIN;
+    for (std::string word; words >> word;) {
+        StreamItem item;
+        item.goesOn = word[0] == '>';
+        if (word[0] == '>') item.kind = StreamItem::Kind::kFlush;
+        if (word[0] == '|') item.kind = StreamItem::Kind::kStream;
+        if (word[0] == '.') item.kind = StreamItem::Kind::kEnd;
+        if (item.kind == StreamItem::Kind::kPacket) {
+            item.packet.reset(av_packet_alloc());
+            av_new_packet(item.packet.get(), 6);
+            const uint8_t unit[6] = {0, 0, 0, 2, static_cast<uint8_t>(word[0] == 'K' ? 0x65 : 0x41), 0};
+            std::copy(std::begin(unit), std::end(unit), item.packet->data);
+            item.packet->flags = word[0] == 'K' || word[0] == 'R' ? AV_PKT_FLAG_KEY : 0;
+            item.packet->duration = 40'000;
+            const bool timed = word[0] != '?';
+            if (timed) item.packet->pts = std::stoi(word.substr(1)) * 40'000;
+            decoded = decoded == INT64_MIN ? item.packet->pts - 80'000 : decoded + 40'000;
+            item.packet->dts = decoded;
+        }
+        content.items.push_back(std::move(item));
+    }
+    return content;
+}
+
+std::string told(const std::optional<oriplayer::KeptPackets> &kept) {
+    if (!kept) return "nothing";
+    std::string text = kept->goesOn ? "on" : "anew";
+    for (const auto &item : kept->packets) text += " " + std::to_string(item.packet->pts / 40'000);
+    return text;
+}
+
+TEST(Seeking, OfWhatWaitsThatIsKeptWhichShowsTheSame) {
+    constexpr int kFresh = -1;
+    const struct {
+        const char *waits;
+        int fed;  ///< pictures of the same stream that the decoder has got
+        int target;
+        SeekMode mode;
+        const char *kept;
+    } cases[] = {
+        {"P3 P1 P2 K6 P4 P5 P9 P7 P8", 1, 6, SeekMode::kExact, "anew 6 4 5 9 7 8"},
+        {"P3 P1 P2 K6 P4 P5 P9 P7 P8", 1, 5, SeekMode::kExact,
+         "on 3 1 2 6 4 5 9 7 8"},                                                // leans on the picture before 6
+        {"P3 P1 P2 K6 P4 P5 P9 P7 P8", 3, 2, SeekMode::kExact, "nothing"},       // decoded, perhaps
+        {"P3 P1 P2 K6 P4 P5 P9 P7 P8", kFresh, 5, SeekMode::kExact, "nothing"},  // what is before was not read
+        {"P3 P1 P2 K6 P4 P5 P9 P7 P8", 1, 10, SeekMode::kExact, "nothing"},
+        {"P3 P1 P2 K6 P4 P5 P9 P7 P8", 1, 6, SeekMode::kKeyFrame, "anew 6 4 5 9 7 8"},
+        {"P3 P1 P2 K6 P4 P5 P9", 1, 8, SeekMode::kKeyFrame, "nothing"},  // the next one may still be 8
+        {"P3 P1 P2 K6 P4 P5 P9 P7 P8", 1, 5, SeekMode::kKeyFrame, "nothing"},
+        {"K0 P1 K2 P3 K4 P5 .", kFresh, 3, SeekMode::kExact, "anew 2 3 4 5"},
+        {"P1 R2 P3 P4", 1, 3, SeekMode::kExact, "on 1 2 3 4"},
+        {"P1 R2 P3 P4", kFresh, 3, SeekMode::kExact, "nothing"},
+        {"P1 ? P3 P4", 1, 3, SeekMode::kExact, "nothing"},
+        {"P1 | P2 P3 P4", 1, 3, SeekMode::kExact, "nothing"},
+        {"P1 | K2 P3 P4", 1, 3, SeekMode::kExact, "anew 2 3 4"},
+        {"> P1 P2 P3 P4", 1, 3, SeekMode::kExact, "on 1 2 3 4"},
+    };
+    for (const auto &each : cases) {
+        const auto kept =
+            keepPictures(waiting(each.waits, each.fed), each.target * 40'000, each.mode, AV_CODEC_ID_H264);
+        EXPECT_EQ(told(kept), each.kept) << each.waits << " fed " << each.fed << " target " << each.target;
+    }
+}
+
+// Sound is decoded from 200 ms before the target on, or from where the decoder is.
+TEST(Seeking, OfTheSoundThatIsKeptWhichADecoderNeeds) {
+    using oriplayer::keepSound;
+    using oriplayer::SoundRole;
+    const auto target = [](int packet) { return packet * int64_t{40'000}; };
+    EXPECT_EQ(told(keepSound(waiting("K1 K2 K3 K4 K8 K9", 1), target(8), SoundRole::kAlone)), "anew 3 4 8 9");
+    EXPECT_EQ(told(keepSound(waiting("K4 K5 K6 K8", 4), target(6), SoundRole::kAlone)), "on 4 5 6 8");
+    EXPECT_EQ(told(keepSound(waiting("K4 K5 K6 K8", 4), target(3), SoundRole::kAlone)), "nothing");
+    EXPECT_EQ(told(keepSound(waiting("K4 K5", 4), target(9), SoundRole::kAlone)), "nothing");
+    EXPECT_EQ(told(keepSound(waiting("", 4), target(9), SoundRole::kBesidePictures)), "on");
+    EXPECT_EQ(told(keepSound(waiting("K4 K5", -1), target(5), SoundRole::kBesidePictures)), "nothing");
 }
 
 TEST(Pausing, NothingIsShownBeforeStartAndPauseTakesAnEarlyStartBack) {
