@@ -269,10 +269,19 @@ int64_t HttpStream::seekShown(int64_t offset, int whence) {
     return position_ = offset;
 }
 
+void HttpStream::mend() {
+    if (std::exchange(failure_, 0) == 0 || !seekable_) return;
+    connection_.reset();
+    progressAt_ = position_;
+    tries_ = 0;
+}
+
 int64_t HttpStream::seek(int64_t offset, int whence) {
     if (shown_) return seekShown(offset, whence);
     if (whence == AVSEEK_SIZE) return size_ >= 0 ? size_ : AVERROR(ENOSYS);
     if (whence != SEEK_SET || offset < 0) return AVERROR(EINVAL);
+    // A demuxer that looks for its place behind a time-out would begin another one.
+    if (failure_ == AVERROR(ETIMEDOUT)) return failure_;
     if (offset == position_ && failure_ == 0) return offset;
     if (!seekable_) return AVERROR(ESPIPE);
     connection_.reset();

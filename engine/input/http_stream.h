@@ -51,8 +51,10 @@ public:
     bool showsText() const { return shown_.has_value(); }
     /// What has come of the body.
     int64_t bytes() const { return bytes_; }
-    /// Why the body cannot be read on, an AVERROR; 0 while it can. A seek tries anew.
+    /// Why the body cannot be read on, an AVERROR; 0 while it can. A seek tries anew, behind a time-out only if it was
+    /// mended before.
     int failure() const { return failure_; }
+    void mend();
 
     /// False if another try is useless: the server has said what it thinks of the request, or is not to be asked.
     static bool mayPass(int result);

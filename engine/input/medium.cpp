@@ -201,6 +201,11 @@ int Medium::close(AVFormatContext *container, AVIOContext *io) {
     return 0;
 }
 
+void Medium::mend() {
+    broken_ = missing_ = 0;
+    for (const auto &[io, stream] : streams_) stream->mend();
+}
+
 int Medium::failure() const {
     if (!settled_ || broken_ < 0) return broken_;
     for (const auto &[io, stream] : streams_) {

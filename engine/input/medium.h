@@ -40,7 +40,7 @@ public:
     /// only at the end it is known that there was none.
     int missing() const { return missing_; }
     /// Behind a seek everything is tried anew.
-    void mend() { broken_ = missing_ = 0; }
+    void mend();
 
 private:
     static int open(AVFormatContext *container, AVIOContext **io, const char *url, int flags, AVDictionary **options);
