@@ -11,12 +11,10 @@ namespace vexo {
 namespace {
 
 struct Strategy : IHostStrategy {
-    int resolve(int owner, const char *, const char *, char *buffer, int) override {
-        lastOwner = owner;
+    int resolve(int, const char *, const char *, char *buffer, int) override {
         buffer[0] = 'S';
         return 0;
     }
-    int lastOwner = 0;
 };
 
 struct Probe : INetworkProbe {

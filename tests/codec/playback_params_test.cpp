@@ -1,5 +1,6 @@
 #include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "base/oriplayer/subtitle_font_info.h"
@@ -37,14 +38,13 @@ protected:
     }
 };
 
-struct Row {
-    int type;
-    const char *value;
-    const char *heard;
-    std::size_t count = 1;
-};
-
 TEST_F(PlaybackParams, EachTypeReadsItsTextInItsWay) {
+    struct Row {
+        int type;
+        const char *value;
+        const char *heard;
+        std::size_t count = 1;
+    };
     play();
     for (const auto &[type, value, expected, count] : std::vector<Row>{
              {14, "7", "3300: 7"},
@@ -119,19 +119,20 @@ TEST_F(PlaybackParams, TheSubtitleFont_IsWholeDuringTheCall) {
 }
 
 TEST(SourceText, EndsAtTheSemicolonOrTheEnd) {
-    const auto s = &CodecMediaProcess::parseSourceParamS;
-    EXPECT_EQ(s("a", "a=1;b=2"), "1");
-    EXPECT_EQ(s("b", "a=1;b=2"), "2");
-    EXPECT_EQ(s("subtitlePath", "subtitlePath1=/x;subtitlePath=/y"), "=/x");  // the first place counts
-    for (const auto &[key, text] : {std::pair{"a", "b=1"}, {"a", "a"}, {"a", "a="}, {"a", ""}, {"a", "a=;"}}) {
-        EXPECT_EQ(s(key, text), "") << text;
+    for (const auto &[key, text, value] : {std::tuple{"a", "a=1;b=2", "1"},
+                                           {"b", "a=1;b=2", "2"},
+                                           {"sub", "sub1=/x;sub=/y", "=/x"},  // the first place counts
+                                           {"a", "b=1", ""},
+                                           {"a", "a", ""},
+                                           {"a", "a=;", ""}}) {
+        EXPECT_EQ(CodecMediaProcess::parseSourceParamS(key, text), value) << text;
     }
-    EXPECT_EQ(s(nullptr, "a=1") + s("a", nullptr), "");
-    const auto i = &CodecMediaProcess::parseSourceParamI;
-    EXPECT_EQ(i("a", "a=12;"), 12);
-    EXPECT_EQ(i("a", "a=x"), 0);
-    EXPECT_EQ(i("a", "b=1"), -1);
-    EXPECT_EQ(i(nullptr, "a=1"), -1);
+    for (const auto &[text, value] : {std::pair{"a=12;", 12}, {"a=x", 0}, {"b=1", -1}}) {
+        EXPECT_EQ(CodecMediaProcess::parseSourceParamI("a", text), value) << text;
+    }
+    EXPECT_EQ(CodecMediaProcess::parseSourceParamS(nullptr, "a=1") + CodecMediaProcess::parseSourceParamS("a", nullptr),
+              "");
+    EXPECT_EQ(CodecMediaProcess::parseSourceParamI(nullptr, "a=1"), -1);
 }
 
 }  // namespace
