@@ -45,12 +45,8 @@ protected:
 };
 
 TEST_F(NetworkChange, ADownloadThatStandsGoesOnFromTheNewHostWithEveryPicture) {
-    struct Case {
-        const char *untimed;
-        bool preloaded;
-    };
-    for (const Case &c : {Case{"1", false}, Case{"0", false}, Case{"1", true}}) {
-        const PropertyGuard pace(oriplayer::kPropertyUntimed, c.untimed);
+    for (const auto &[pace, preloaded] : {std::pair("1", false), std::pair("0", false), std::pair("1", true)}) {
+        const PropertyGuard untimed(oriplayer::kPropertyUntimed, pace);
         Film half(film_);
         half.limit = half.size() / 2;
         Film whole(film_);
@@ -60,7 +56,7 @@ TEST_F(NetworkChange, ADownloadThatStandsGoesOnFromTheNewHostWithEveryPicture) {
         second.on("/film", std::ref(whole));
         sDomains = "127.0.0.1:1, " + second.address();
         const std::string url = first.url("/film?id=7");
-        if (c.preloaded) {
+        if (preloaded) {
             ASSERT_EQ(oriplayer::addPreloadTask(url.c_str(), kPreloadKiB), 0);
             first.awaitRequests(1);
         }
@@ -84,17 +80,14 @@ TEST_F(NetworkChange, ADownloadThatStandsGoesOnFromTheNewHostWithEveryPicture) {
 
 TEST_F(NetworkChange, NoAnswerAndHostsThatDoNotAnswerKeepTheConnection) {
     const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
-    struct Case {
-        int result;
-        const char *domains;
-    };
-    for (const Case &c : {Case{-1, "ignored"}, Case{0, ""}, Case{0, "127.0.0.1:1"}, Case{0, "/etc , a b"}}) {
+    for (const auto &[result, domains] :
+         {std::pair(-1, "ignored"), std::pair(0, ""), std::pair(0, "127.0.0.1:1"), std::pair(0, "/etc , a b")}) {
         Film film(film_);
         film.limit = film.size() / 2;
         LoopbackServer server;
         server.on("/film", std::ref(film));
-        sResult = c.result;
-        sDomains = c.domains;
+        sResult = result;
+        sDomains = domains;
         sAsked = 0;
         WatchedPlayer player({server.url()});
         player->prepareAsync();
@@ -103,7 +96,7 @@ TEST_F(NetworkChange, NoAnswerAndHostsThatDoNotAnswerKeepTheConnection) {
         change(player);
         while (sAsked == 0) std::this_thread::yield();
         film.limit = SIZE_MAX;
-        ASSERT_TRUE(player.waitForEvent(1001)) << c.domains << player.events();
+        ASSERT_TRUE(player.waitForEvent(1001)) << domains << player.events();
         EXPECT_EQ(player.pictures().size(), 25u);
     }
     WatchedPlayer local({clip("video_only.mp4")});
