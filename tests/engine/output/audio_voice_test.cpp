@@ -17,9 +17,9 @@ constexpr std::size_t kBlock = 1024;
 
 /// A voice and a device whose time the test moves: each block is heard when the one before it has ended.
 struct Voice : testing::Test {
-    void write(std::size_t frames, double positionUs) {
+    void write(std::size_t frames, double positionUs, double speed = 1.0) {
         const std::vector<float> level(frames * 2, 0.5F);
-        ASSERT_TRUE(voice.write(level.data(), frames, positionUs, 1e6 / kRate));
+        ASSERT_TRUE(voice.write(level.data(), frames, positionUs, 1e6 * speed / kRate));
     }
     void mix(int blocks = 1) {
         for (; blocks > 0; --blocks) {
@@ -65,6 +65,14 @@ TEST_F(Voice, StartAt_CutsWhatTheDeviceAsksForTooLate) {
     const SoundTime later = heardAt;
     mix();
     EXPECT_EQ(voice.positionUs(later), 700'000) << "too far behind for a device: nothing is cut";
+}
+
+TEST_F(Voice, Speed_PositionsCountTheSourcesTime) {
+    write(4800, 0, 2.0);
+    voice.start();
+    mix(2);
+    EXPECT_NEAR(static_cast<double>(*voice.positionUs(start + 30ms)), 60'000, 2);
+    EXPECT_EQ(voice.endPositionUs(), 200'000);
 }
 
 TEST_F(Voice, RunningDry_IsNoClock_AndNewSoundIsOneAgain) {
