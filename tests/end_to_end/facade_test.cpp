@@ -69,8 +69,9 @@ TEST_F(Facade, TheEndsHandlerStartsTheNextSource_EveryPictureReachesTheApplicati
     std::vector<std::string> list = {"bframes.mkv", "mpeg2_mp2.ts", "vp9_opus.webm", "h264_aac.mp4"};
     const auto playNext = [&] {
         if (list.empty()) return;
-        play(IVexoMediaSource::create(clip(list.back())));
+        const std::string next = list.back();
         list.pop_back();
+        play(IVexoMediaSource::create(clip(next)));  // its end may call this again at once, on another thread
     };
     application.onEnd = playNext;
     playNext();
