@@ -117,7 +117,8 @@ public:
             const std::size_t until = limit;
             if (place >= until && end == End::kReset) connection.reset();
             if (place >= until || !connection.pause(pauseMs)) return;
-            const std::string piece = body_.substr(place, std::min<std::size_t>(until - place, 1500));
+            const std::size_t most = pauseMs > 0 ? 1500 : SIZE_MAX;
+            const std::string piece = body_.substr(place, std::min(until - place, most));
             if (!connection.send(piece)) return;
             place += piece.size();
         }

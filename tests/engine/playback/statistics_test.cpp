@@ -190,7 +190,8 @@ TEST(Reports, AStallIsReportedAndCountedAndTheDownloadHasItsSpeed) {
     film.limit = SIZE_MAX;
     ASSERT_TRUE(player.waitForEvent(1001)) << player.events();
     // Sound is read a little ahead of pictures; it waits for them, or they would be late behind it.
-    EXPECT_EQ(player.pictures().size(), 25u);
+    EXPECT_EQ(static_cast<int>(player.pictures().size()) + player.dropped(), 25);
+    EXPECT_LE(player.dropped(), 2) << "a loaded machine's";
     const auto record = player.parameter(2019);
     for (const int index : {13, 14, 16}) EXPECT_EQ(record.getInt32(index), 1) << index;
     EXPECT_TRUE(std::string(player.parameter(4003).getCString(-1)).ends_with("stalls:1,"));
