@@ -148,7 +148,7 @@ std::optional<SteadyTime> Presenter::endBefore() {
 
 // With the first new data alone the next stall would follow at once.
 bool Presenter::refilled() {
-    if (stage_.bufferedEndUs == stalledAtUs_ && !everythingDecoded()) return false;
+    if (stage_.bufferedEndUs == stalledAtUs_ && !stage_.readAll) return false;
     const auto now = steady_clock::now();
     if (!refillsSince_) refillsSince_ = now;
     const bool enough = stage_.readAll || stage_.bufferedEndUs - stage_.positionUs() >= kRefillUs;

@@ -41,7 +41,7 @@ TEST(Failing, WhatWasReadBeforeIsPlayedBeforeTheError) {
 
 // In its time; untimed the tests of the network's faults do it.
 TEST(Failing, AStallIsAReadErrorBehindWhatWasRead) {
-    const PropertyGuard timeout(oriplayer::kPropertyNetworkTimeout, "400");
+    const PropertyGuard timeout(oriplayer::kPropertyNetworkTimeout, "1000");
     Film half(clipBytes("sound_longer.mkv"));  // its streams are known from its first bytes
     half.limit = half.size() / 2;
     LoopbackServer server;

@@ -111,7 +111,6 @@ public:
         if (!connection.send(head)) return;
         for (std::size_t place = from; place < size();) {
             while (place >= limit && end == End::kSilence) {
-                stands = true;
                 if (!connection.pause(5)) return;
             }
             const std::size_t until = limit;
@@ -127,8 +126,7 @@ public:
     std::atomic<std::size_t> limit{SIZE_MAX};
     std::atomic<End> end{End::kSilence};
     std::atomic<bool> ranges{true};
-    std::atomic<bool> stands{false};  ///< at the limit, silent
-    std::atomic<int> pauseMs{0};      ///< in front of each 1,500 bytes
+    std::atomic<int> pauseMs{0};  ///< in front of each 1,500 bytes
 
 private:
     const std::string body_;

@@ -249,8 +249,12 @@ TEST_F(NetworkFaults, APreloadedSourceThatStallsIsHadAtOnce_AndGoesOnWhereItStoo
     Film half(clipBytes(kFilm));
     half.limit = half.size() / 2;
     server_.on("/film", std::ref(half));
-    ASSERT_EQ(addPreloadTask(server_.url().c_str(), 1024), 0);
-    while (!half.stands) std::this_thread::yield();
+    std::atomic<bool> warm{false};
+    const auto told = [](void *context, int, int, int, const char *) {
+        *static_cast<std::atomic<bool> *>(context) = true;
+    };
+    ASSERT_EQ(addPreloadTask(server_.url().c_str(), "id", told, &warm), 0);
+    while (!warm) std::this_thread::yield();  // by now it reads on, and comes to stand
     WatchedPlayer player({server_.url()});
     const auto begin = steady_clock::now();
     player->prepareAsync();
