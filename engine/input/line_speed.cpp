@@ -11,8 +11,9 @@ namespace {
 // What comes with the answer's head says more about the server's patience than about the line.
 constexpr int64_t kLeastBytes = 2048;
 
-/// Together, so that a piece that ends in the moment of a change does not count for the new network.
-struct Known {
+/// Together, so that a piece that ends in the moment of a change does not count for the new network. Aligned for an
+/// atomic without a lock.
+struct alignas(8) Known {
     float bitsPerSecond;
     uint32_t network;
 };
