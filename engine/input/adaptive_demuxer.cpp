@@ -112,7 +112,7 @@ bool AdaptiveDemuxer::change(int variant, int64_t fromUs) {
     other.reset();
     joined_.clear();
     variants_ = std::move(former);
-    variants_.blame(variant);
+    if (!interrupter_.aborted()) variants_.blame(variant);
     if (options_.route) options_.route->setUrl(url_);
     return false;
 }

@@ -11,9 +11,8 @@
 namespace oriplayer {
 
 /// Ends FFmpeg's blocking calls: when somebody asks for it, or when the time of the call is up.
-/// Threads:  abort(), breakOff(), goOn() and watch() from any; begin() and the rest from the thread that calls FFmpeg.
-/// FFmpeg
-///           asks at least every 100 ms.
+/// Threads: abort(), breakOff(), goOn() and watch() from any; begin() and the rest from the thread that calls FFmpeg,
+///          which asks at least every 100 ms.
 class Interrupter {
 public:
     /// `cancel` may be null; it is watched as long as the object lives, or until it is another one.
@@ -40,11 +39,18 @@ public:
     /// What is under way is of no use any more; goOn() allows the next.
     void breakOff() { brokenOff_ = true; }
     void goOn() { brokenOff_ = false; }
+    /// From now on calls are aborted as well that are of no use any more, once they have taken 200 ms: `newest` is not
+    /// `number` then. Null: for whatever they are.
+    void serve(const std::atomic<uint32_t> *newest, uint32_t number) {
+        newest_ = newest;
+        number_ = number;
+        uselessFrom_ = Clock::now() + std::chrono::milliseconds(200);
+    }
 
     bool aborted() const {
         const std::atomic<bool> *cancel = cancel_;
         return aborted_.load(std::memory_order_relaxed) || brokenOff_.load(std::memory_order_relaxed) ||
-               (cancel && cancel->load(std::memory_order_relaxed)) || (leader_ && leader_->aborted());
+               (cancel && cancel->load(std::memory_order_relaxed)) || outdated() || (leader_ && leader_->aborted());
     }
     AVIOInterruptCB callback() { return {&Interrupter::ask, this}; }
 
@@ -62,6 +68,7 @@ private:
     using Clock = std::chrono::steady_clock;
     static constexpr int kMaxTimes = 8;
 
+    bool outdated() const { return newest_ && *newest_ != number_ && Clock::now() >= uselessFrom_; }
     bool expired() {
         const Clock::time_point now = Clock::now();
         const int64_t bytes = bytes_ ? (*bytes_)() : seenBytes_;
@@ -80,6 +87,9 @@ private:
     const Interrupter *leader_ = nullptr;
     std::atomic<bool> aborted_{false};
     std::atomic<bool> brokenOff_{false};
+    const std::atomic<uint32_t> *newest_ = nullptr;
+    uint32_t number_ = 0;
+    Clock::time_point uselessFrom_;
     Clock::time_point deadline_ = Clock::time_point::max();
     Clock::time_point last_ = Clock::time_point::max();
     std::chrono::milliseconds patience_{0};

@@ -51,12 +51,15 @@ struct SourceInput::Impl {
     HeldPackets held;   // guarded by mutex as well while somebody may be reading ahead
     int endOfHeld = 0;  // what next() answered behind the held packets, if it was no packet
     int64_t originUs = 0;
+    const std::atomic<uint32_t> *newest = nullptr;  ///< the owner's, as its number
+    uint32_t number = 0;
 
     void look();
     Facts known();
     void begin(int timeoutMs);
     void beginReading();
     PacketPtr takeHeld(Stream &stream);
+    template <typename Call> auto serving(Call call);
     int readNow(PacketPtr &packet, Stream &stream);
     int next(PacketPtr &packet, Stream &stream);
     int findFirstMoment();
@@ -113,9 +116,18 @@ PacketPtr SourceInput::Impl::takeHeld(Stream &stream) {
     return held.empty() ? nullptr : held.pop(stream);
 }
 
+// A call of the owner's; what is read ahead is for whoever owns the source then.
+template <typename Call> auto SourceInput::Impl::serving(Call call) {
+    demuxer.interrupter().serve(newest, number);
+    auto result = call();
+    demuxer.interrupter().serve(nullptr, 0);
+    return result;
+}
+
 int SourceInput::Impl::readNow(PacketPtr &packet, Stream &stream) {
     beginReading();
-    const int result = endOfHeld < 0 ? std::exchange(endOfHeld, 0) : next(packet, stream);
+    const auto readOn = [&] { return next(packet, stream); };
+    const int result = endOfHeld < 0 ? std::exchange(endOfHeld, 0) : serving(readOn);
     look();
     return result;
 }
@@ -234,6 +246,11 @@ void SourceInput::watch(const std::atomic<bool> *cancel) {
     impl_->demuxer.interrupter().watch(cancel);
 }
 
+void SourceInput::serve(const std::atomic<uint32_t> *newest, uint32_t number) {
+    impl_->newest = newest;
+    impl_->number = number;
+}
+
 void SourceInput::takeRoute(const std::string &url, const std::shared_ptr<HostRoute> &route) {
     std::lock_guard lock(impl_->mutex);
     impl_->wishes.takeRoute = true;
@@ -284,7 +301,8 @@ MediaError SourceInput::seek(int64_t positionUs) {
     impl_->begin(impl_->options.timeoutMs);
     const int64_t length = impl_->demuxer.durationUs();
     const int64_t last = length > 0 ? length : INT64_MAX / 4;
-    const MediaError error = impl_->seek(std::clamp<int64_t>(positionUs, 0, last));
+    const int64_t target = std::clamp<int64_t>(positionUs, 0, last);
+    MediaError error = impl_->serving([&] { return impl_->seek(target); });
     impl_->look();
     return error;
 }

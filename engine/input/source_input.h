@@ -87,6 +87,9 @@ public:
     /// Ends what is under way and refuses what comes later.
     void interrupt();
     ReadAhead readAhead() const { return ReadAhead(impl_); }
+    /// What is read and sought from now on is for this number: a call that has taken 200 ms ends with AVERROR_EXIT when
+    /// `newest` holds another one. A seek goes on from there. Null: for whatever comes; else it outlives that.
+    void serve(const std::atomic<uint32_t> *newest, uint32_t number);
     /// Another flag in place of the options' `cancel`, for a new owner.
     void watch(const std::atomic<bool> *cancel);
     /// The same for where requests go, from the next read on; `url` is what was opened.

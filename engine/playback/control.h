@@ -53,6 +53,7 @@ public:
     bool started() const { return started_; }  ///< start() came at least once
     bool wantsToPlay() const { return playing_ && !failed_ && !stopped_; }
     const std::atomic<bool> &stoppedFlag() const { return stopped_; }
+    const std::atomic<uint32_t> &newestGeneration() const { return generation_; }
     const std::atomic<bool> &playingFlag() const { return playing_; }
     bool isPlaying() const { return wantsToPlay() && prepared_ && !ended_; }
     bool ended() const { return ended_; }

@@ -28,7 +28,7 @@ void Reader::run() {
             stage_.readWake.wait();
         } else if (stage_.readAll && stage_.looping && !stage_.failure.get()) {
             goOn();
-        } else if (stage_.readAll || !hasRoom()) {
+        } else if (stage_.readAll || brokenOff_ || !hasRoom()) {
             stage_.readWake.wait();
         } else {
             readOne();
@@ -140,6 +140,8 @@ void Reader::adopt(OpenedSource source, int index) {
     endUs_ = 0;
     soughtUs_ = 0;
     untouched_ = true;
+    brokenOff_ = false;
+    serveGeneration();
     stage_.programme.setLength(index, input_->durationUs());
     describeStreams();
     const auto variants = input_->variants();
@@ -292,7 +294,8 @@ PacketPtr Reader::read(SourceInput::Stream &stream) {
     countMedium();
     untouched_ = false;
     if (result >= 0) return followVariant() ? std::move(packet) : nullptr;
-    if (result != AVERROR_EOF) {
+    if (result == AVERROR_EXIT && !stage_.control.current(generation_)) brokenOff_ = true;
+    if (result != AVERROR_EOF && !brokenOff_) {
         stage_.failure.set(
             {kEventReadFailed, {result, "reading " + stage_.programme.url(index_) + ": " + avErrorText(result)}});
     }
@@ -306,7 +309,7 @@ void Reader::readOne() {
         handOn(std::move(packet), stream);
     } else if (stage_.failure.get()) {
         pushEnd();
-    } else {
+    } else if (!brokenOff_) {
         finishSource();
     }
 }

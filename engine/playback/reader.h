@@ -71,6 +71,7 @@ private:
 
     // Seeks, reader_seek.cpp
     void carryOut(const SeekRequest &seek);
+    void serveGeneration();
     bool readsOn(const SeekRequest &seek);
     bool standsIn(int64_t targetUs) const;
     bool arrive(int64_t &target);
@@ -116,6 +117,7 @@ private:
     uint32_t changes_ = 0, soundChanges_ = 0;   ///< of the source's variant, as they are known
     bool newVideo_ = false, newAudio_ = false;  ///< another variant's: the decoder threads have not got them yet
     bool untouched_ = false;                    ///< input_ stands at its beginning
+    bool brokenOff_ = false;                    ///< input_ stands nowhere: a newer seek has ended its last call
     uint32_t generation_ = 0;
     int64_t closedBytes_ = 0;         ///< read from sources that are closed
     int64_t closedNetworkBytes_ = 0;  ///< the same, from the network

@@ -11,6 +11,7 @@ namespace oriplayer {
 
 void Reader::carryOut(const SeekRequest &seek) {
     generation_ = seek.generation;
+    serveGeneration();
     const bool whole = !held_;
     held_.reset();
     if (const auto replacement = this->replacement()) replacement->goBack();
@@ -31,6 +32,13 @@ void Reader::carryOut(const SeekRequest &seek) {
     } else {
         beginGeneration(target);
     }
+}
+
+// What hangs in the network for this generation ends when there is a newer one. A source that cannot be sought would
+// be lost by that.
+void Reader::serveGeneration() {
+    if (!input_) return;
+    input_->serve(input_->seekable() ? &stage_.control.newestGeneration() : nullptr, generation_);
 }
 
 // A target in what has been read already: the input stays where it stands, and the packets from there on are used.
@@ -61,7 +69,7 @@ bool Reader::readsOn(const SeekRequest &seek) {
 
 // What is read next belongs to the source in which the target lies, in its first round.
 bool Reader::standsIn(int64_t targetUs) const {
-    const bool reads = input_ && (video_ || audio_) && !stage_.failure.get();
+    const bool reads = input_ && !brokenOff_ && (video_ || audio_) && !stage_.failure.get();
     if (!reads || !input_->seekable() || baseUs_ != 0 || newVideo_ || newAudio_) return false;
     const auto place = stage_.programme.locate(targetUs);
     return place.index == index_ && place.startUs == offsetUs_;
@@ -102,13 +110,15 @@ int64_t Reader::withinProgramme(int64_t positionUs) const {
 bool Reader::goTo(int64_t positionUs) {
     if (untouched_ && positionUs <= 0) return true;
     if (!input_->seekable()) return true;
-    if (const MediaError error = input_->seek(positionUs)) {
-        giveUp(kEventReadFailed, error);
+    untouched_ = false;
+    const MediaError error = input_->seek(positionUs);
+    brokenOff_ = error.native == AVERROR_EXIT && !stage_.control.current(generation_);
+    if (error) {
+        if (!brokenOff_) giveUp(kEventReadFailed, error);
         return false;
     }
     endUs_ = 0;
     soughtUs_ = positionUs;
-    untouched_ = false;
     ahead_.forgetAhead();
     return true;
 }

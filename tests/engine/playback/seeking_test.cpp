@@ -159,6 +159,32 @@ TEST(Seeking, WhatWasReadAheadIsNotAskedForAgain) {
     EXPECT_GT(server.requests().size(), requests);
 }
 
+// What hangs for the one before ends, long before its time-out of 8 s.
+TEST(Seeking, ANewerOneDoesNotWaitForOneThatHangsInTheNetwork) {
+    const auto film = std::make_shared<Film>(clipBytes("numbered_better.mkv"));
+    film->limit = film->size() / 2;
+    LoopbackServer server;
+    server.on("/film", [film](const Connection &connection) { (*film)(connection); });
+    WatchedPlayer player({server.url()});
+    ASSERT_TRUE(player.prepare());
+    player->start();
+    ASSERT_TRUE(player.waitForPictures(1));
+    player->pause();
+    const std::size_t requests = server.requests().size();
+    player->seekTo(8000, kExact);
+    server.awaitRequests(requests + 1);
+    const auto begin = std::chrono::steady_clock::now();
+    const auto shown = player.pictures().size();
+    player->seekTo(40, kExact);
+    ASSERT_TRUE(player.waitForNumber(1, shown));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4));
+    film->limit = SIZE_MAX;
+    player->seekTo(9000, kExact);
+    player->start();
+    ASSERT_TRUE(player.waitForEvent(1001));
+    EXPECT_EQ(player.numbers().back(), 249);
+}
+
 // Each lands ahead of the one before, in what was read ahead, and shows what a player shows that begins there.
 TEST(Seeking, AheadInWhatWasReadItLandsWhereAFreshPlayerBegins) {
     for (const char *name :
