@@ -163,16 +163,18 @@ PreloadQueue::Clock::time_point PreloadQueue::decide(std::vector<std::shared_ptr
 void PreloadQueue::cool(const std::vector<Id> &wanted, std::vector<std::shared_ptr<WarmSource>> &dropped) {
     const auto now = Clock::now();
     for (auto each = entries_.begin(); each != entries_.end();) {
-        const auto &[id, entry] = *each;
+        auto &[id, entry] = *each;
+        const bool opening = entry.source->opening();
+        if (opening) entry.since = now;
         const bool needed = std::find(wanted.begin(), wanted.end(), id) != wanted.end();
         const bool failed = entry.source->failed();
         const bool old = now >= entry.since + times_.keepWarm;
-        if (needed && !failed && old && endIsNear(id)) each->second.since = now;
+        if (needed && !failed && old && endIsNear(id)) entry.since = now;
         if (needed && !failed && (!old || endIsNear(id))) {
             ++each;
             continue;
         }
-        if (failed) tell(id, -1);
+        if (!opening) tell(id, failed ? -1 : 0);
         if (needed) rested_.insert(id);
         dropped.push_back(entry.source);
         each = entries_.erase(each);

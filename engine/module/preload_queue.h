@@ -55,7 +55,7 @@ private:
     using Clock = std::chrono::steady_clock;
     struct Entry {
         std::shared_ptr<WarmSource> source;
-        Clock::time_point since;
+        Clock::time_point since;  ///< it is warm
     };
     struct Details {
         int64_t kib = 0;

@@ -63,6 +63,11 @@ TEST(PreloadPlan, KeepsTheNewestTasksAndWhatWasTakenBeforeMayBePushedOut) {
 
 struct Told {
     std::promise<int> result;
+    // -2 if nothing comes.
+    int outcome() {
+        auto told = result.get_future();
+        return told.wait_for(std::chrono::seconds(20)) == std::future_status::ready ? told.get() : -2;
+    }
     static void callback(void *context, int outcome, int, int, const char *) {
         static_cast<Told *>(context)->result.set_value(outcome);
     }
@@ -72,8 +77,7 @@ struct Told {
 int preload(const std::string &url) {
     Told told;
     EXPECT_EQ(oriplayer::addPreloadTask(url.c_str(), "id", &Told::callback, &told), 0);
-    auto result = told.result.get_future();
-    return result.wait_for(std::chrono::seconds(20)) == std::future_status::ready ? result.get() : -2;
+    return told.outcome();
 }
 
 TEST(Preloading, APreloadedSourcePlaysTheSamePicturesFromWhereverItBegins) {
@@ -112,7 +116,7 @@ TEST(Preloading, WhatNobodyTakesCools_AndIsWarmAgainWhenThePlayerInFrontIsNearIt
     queue.add({clip("h264_aac.mp4"), 64, nullptr, nullptr});
     queue.add({clip("numbered.mp4"), 64, &Told::callback, &told});
     queue.take(player->getPlayerId(), clip("h264_aac.mp4"), {}, 0, std::atomic<bool>(false));
-    ASSERT_EQ(told.result.get_future().get(), 0) << "it was warm";
+    ASSERT_EQ(told.outcome(), 0) << "it was warm";
     ASSERT_TRUE(support::eventually([&] { return queue.warm() == 0; })) << "10 s are left";
     player->seekTo(8000, 0);
     ASSERT_TRUE(support::eventually([&] { return queue.warm() == 1; })) << "2 s are left";
