@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <thread>
 
@@ -37,8 +38,13 @@ TEST(Reaper, LetsGoOnItsOwnThread_AndItsEndWaitsForAll) {
 TEST(Reaper, WhatItCannotTake_TheCallerLetsGoOf) {
     Grave grave;
     Reaper reaper;
+    std::promise<void> begun;
     std::promise<void> held;
-    reaper.offer([wait = held.get_future().share()] { wait.wait(); });
+    reaper.offer([&begun, wait = held.get_future().share()] {
+        begun.set_value();
+        wait.wait();
+    });
+    ASSERT_EQ(begun.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
     int waiting = 0;
     while (reaper.offer([] {}) && waiting < 1000) ++waiting;
     EXPECT_LT(waiting, 100) << "what waits is bounded";
