@@ -115,7 +115,7 @@ void Reader::takeOver(Replacement &replacement) {
     stage_.failure.clear();
     stage_.readAll = false;
     const bool more = stage_.programme.totalUs() > result->join.playUs - baseUs_;
-    if (stage_.control.ended() && more) stage_.control.resumeFromEnd();
+    if (stage_.control.ended() && (more || replacement.afterEnd())) stage_.control.resumeFromEnd();
     joinStreams(result->join.playUs);
 }
 

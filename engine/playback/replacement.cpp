@@ -14,7 +14,7 @@ constexpr std::chrono::milliseconds kLookAgain{50};  // for the end of the playe
 }  // namespace
 
 Replacement::Replacement(Stage &stage, DataSource data)
-    : stage_(stage), result_(std::make_unique<Result>(std::move(data))) {
+    : stage_(stage), afterEnd_(stage.control.ended()), result_(std::make_unique<Result>(std::move(data))) {
     result_->programme.assign(result_->data.itemsOf(result_->data.sources()));
     announcedUs_ = result_->programme.totalUs();
 }
@@ -23,10 +23,11 @@ void Replacement::run() {
     const MediaError error = work();
     runUp_.reset();
     set(State::kGone);
-    if (error && !cancel_ && !stage_.control.over()) {
-        stage_.notifier.post(kEventReadFailed, {error.native, "replacing the source: " + error.text},
-                             kArgumentOfReplacement);
-    }
+    if (!error || cancel_ || stage_.control.over()) return;
+    stage_.notifier.post(kEventReadFailed, {error.native, "replacing the source: " + error.text},
+                         kArgumentOfReplacement);
+    // Whoever asked for a replacement at the end waits for another end, unless a seek goes back into the old source.
+    if (afterEnd_ && stage_.control.ended()) stage_.notifier.post(kEventEnd);
 }
 
 MediaError Replacement::work() {

@@ -22,8 +22,9 @@ namespace oriplayer {
 ///   ori-change: decodes up to that picture                                           -> kReady
 ///   ori-read:   puts it behind what the old source still has to show                 -> kGone
 ///
-/// A seek that comes meanwhile is carried out in the old source; the new one follows it. If anything fails, the old
-/// source plays on and 503 is told.
+/// A seek that comes meanwhile is carried out in the old source; the new one follows it. If anything fails, 503 is
+/// raised and the old source plays on. A replacement asked for after the end is always followed by another 1001: of the
+/// new source, or, if it failed, of the old one.
 ///
 /// Threads: run() is the thread "ori-change"; cancel() from any; the rest is the reader's. Lock: mutex_, a leaf.
 class Replacement {
@@ -51,6 +52,8 @@ public:
     void run();
     void cancel();
 
+    /// True if the old source's end was raised before this replacement was asked for.
+    bool afterEnd() const { return afterEnd_; }
     State state() const;
     /// The new programme's length as far as it is known beforehand, or 0.
     int64_t announcedUs() const { return announcedUs_; }
@@ -79,6 +82,7 @@ private:
     bool awaitAnswer(State asked, State answer);
 
     Stage &stage_;
+    const bool afterEnd_;
     std::unique_ptr<Result> result_;  ///< the change thread's until kReady, then guarded by mutex_
     std::optional<RunUp> runUp_;
     int64_t announcedUs_ = 0;  ///< set once

@@ -56,6 +56,22 @@ TEST(Replacement, EveryPictureComesOnce_AlsoIfTheOtherCannotBeOpened) {
     }
 }
 
+TEST(Replacement, AfterTheEnd_AnotherEndFollows) {
+    const std::string numbered = clip("numbered.mp4");
+    const std::string shorter = clip("h264_aac.mp4");
+    const PropertyGuard untimed(9001, "1");
+    for (const auto &[first, second] : {std::pair{numbered, numbered},
+                                        {numbered, shorter},
+                                        {shorter, numbered},
+                                        {numbered, std::string("/no/such/file.mp4")}}) {
+        SCOPED_TRACE(second);
+        WatchedPlayer player({first});
+        ASSERT_TRUE(player.playToEnd());
+        EXPECT_EQ(player.replaceBy(second), 0);
+        EXPECT_TRUE(player.waitForEvent(1001, 2));
+    }
+}
+
 TEST(Replacement, WhilePausedItGoesOnBehindThePictureThatStands) {
     WatchedPlayer player({clip("numbered.mp4")}, 6'000);
     player.play();
