@@ -28,13 +28,15 @@ constexpr char kQzrtpDownloadToken[] = "qzrtp_download_token";
 constexpr char kQzrtpEnablePlaylist[] = "qzrtp_enable_playlist";
 constexpr char kQzrtpStreamAlias[] = "qzrtp_stream_alias";
 
-/// A player. Give it a source, a surface if it shall have one, then prepareAsync() and start(), in this order;
-/// outcomes and errors arrive at the callback.
+/// A player. Set a source, a surface if it needs one, then call prepareAsync() and start(), in this order. Results and
+/// errors are events at the callback.
 ///
 /// Threads:  any. prepareAsync, start, stop and setDisplay run later, one after another in the order accepted; they
 ///           wait while one of them is running, except inside a callback of this player, where they return at once.
-///           setMediaSource, setParams and getParam run at once and can overtake waiting commands.
-/// End:      behind the destruction no callback runs. Dropping the last reference inside a callback returns at once;
+///           setMediaSource, setParams and getParam run at once and can overtake commands that wait.
+/// Sources:  prepareAsync, start and stop act on the source that was set when they were called. If another one is set
+///           before they run, they do nothing: `stop(); setMediaSource(next); prepareAsync(); start();` plays `next`.
+/// End:      after the destruction no callback runs. Dropping the last reference inside a callback returns at once;
 ///           that callback is the last of its thread, and another thread may be in one a little longer.
 class VEXO_API IVexoPlayer {
 public:
@@ -43,8 +45,9 @@ public:
     static std::shared_ptr<IVexoPlayer> create(IVexoPlayerCallback *callback, VexoParams params);
 
     virtual ~IVexoPlayer() = default;
-    /// Stops what was playing and takes `source` in its place; null is ignored. Frees the surface: setDisplay comes
-    /// behind it.
+    /// Stops what is playing and takes `source` in its place; null is ignored. Of two sources set at once the later
+    /// one plays. Frees the surface: call setDisplay after it. A setDisplay that has not run yet acts on `source`; one
+    /// that has run ended with the source before.
     virtual void setMediaSource(std::shared_ptr<IVexoMediaSource> source) = 0;
     virtual void prepareAsync() = 0;
     virtual void start() = 0;

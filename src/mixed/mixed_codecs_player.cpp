@@ -59,11 +59,9 @@ void MixedCodecsPlayer::destroy(MixedCodecsPlayer *player) {
 MixedCodecsPlayer::~MixedCodecsPlayer() {
     VEXO_PRINT(LOG_DEBUG, "main:%d, isolated:%d", static_cast<int>(timelines_[0].use_count()),
                static_cast<int>(timelines_[1].use_count()));
-    // First whatever could still come here ends: a bound change reads the processors. The isolated timeline's last
-    // event may start the main one, so it ends first. A processor that the application keeps finds closed timelines.
-    silenceTimelines();
-    timelines_[1]->Close();
-    timelines_[0]->Close();
+    // First the threads that could still come here: a change of bound reads the processors. A processor that the
+    // application keeps finds closed timelines.
+    close();
     if (media_processor_) {
         VEXO_PRINT(LOG_VERBOSE, "media not null");
         media_processor_.reset();
@@ -73,6 +71,12 @@ MixedCodecsPlayer::~MixedCodecsPlayer() {
         net_processor_->RemoveCodecConfigListener();
         net_processor_.reset();
     }
+}
+
+void MixedCodecsPlayer::close() {
+    silenceTimelines();
+    timelines_[1]->Close();  // first, because its last event may start the main timeline
+    timelines_[0]->Close();
 }
 
 void MixedCodecsPlayer::silenceTimelines() {
@@ -113,6 +117,11 @@ void MixedCodecsPlayer::notifyPeriodSwitched(Timeline *timeline) {
         net_processor_->SetCurrentHeader(getActiveID(), bound->period->getHeaders());
         if (media_processor_) media_processor_->AccumulatePeriodStatistics(getActiveID());
     });
+}
+
+void MixedCodecsPlayer::resumeMain(uint64_t epoch) {
+    timelines_[0]->Start(epoch);
+    timelines_[0]->PostNotice(kEventTimelineSwitched, epoch);
 }
 
 void MixedCodecsPlayer::notifyTimelineSwitched(Timeline *timeline) {

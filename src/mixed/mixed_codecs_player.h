@@ -1,10 +1,12 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,10 @@ namespace oriplayer {
 class IOriPlayer;
 class OriPlayer;
 }  // namespace oriplayer
+
+namespace VexoPlayerNS {
+class VexoPlayer;
+}
 
 namespace vexo {
 
@@ -157,11 +163,26 @@ public:
 
 private:
     friend class TimelineInternalListener;
+    friend class VexoPlayerNS::VexoPlayer;
     using TimelineFunction = std::function<void(Timeline *)>;
 
     explicit MixedCodecsPlayer(std::shared_ptr<const CallbackToken> token);
     static void destroy(MixedCodecsPlayer *player);
     void silenceTimelines();
+    /// Ends both timelines permanently. After it returns, nothing of this player calls out. May be called again.
+    void close();
+
+    /// What both timelines hold. Each stop and each setDataSource begins another content.
+    struct Content {
+        uint64_t main;
+        uint64_t isolated;
+    };
+    Content content() const;
+    /// As the public functions, for `content` only: they do nothing if it has been replaced since.
+    int prepareAsync(const Content &content);
+    int stop(bool flag, const Content &content);
+    /// stop(flag). Returns the number of the main timeline's new content, or nothing if another stop came first.
+    std::optional<uint64_t> empty(const Content *only);
 
     /// Runs `fn` on a timeline, on this thread: 0, or -1 for an index other than 0 and 1.
     int accessTimeline(int index, TimelineFunction fn);
@@ -175,14 +196,18 @@ private:
     /// The processors learn of the bound that `timeline` has begun. Runs under that timeline's mutex.
     void notifyPeriodSwitched(Timeline *timeline);
 
-    void playbackEnded(int id);
+    /// Starts the main timeline and raises 10240, if that timeline still has the content `epoch`.
+    void resumeMain(uint64_t epoch);
+    void playbackEnded(int id, uint64_t mainEpoch);
 
     std::shared_ptr<oriplayer::IPlayList> playListOf(int id);
     std::shared_ptr<oriplayer::IPlayList> makePlayListOf(int id);
     void forgetStalePeriods(int id);
     void setPlayListOf(int id, std::shared_ptr<oriplayer::IPlayList> list);
+    void dropPlayListOf(int id, std::optional<uint64_t> epoch);
 
     const std::shared_ptr<const CallbackToken> token_;  ///< marks this player's callbacks; shared with its timelines
+    std::atomic<uint64_t> source_number_{0};            ///< of the setDataSource that was called last
     mutable Mutex fields_mutex_;                        ///< leaf
     // Set by the constructor; the destructor lets them go.
     std::shared_ptr<CodecMediaProcess> media_processor_;

@@ -16,24 +16,25 @@ int MixedCodecsPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer
         MutexLock lock(fields_mutex_);
         list = component->playList;  // the component may be this player's own, which stop() empties
     }
-    do {
-        stop(true);
-        // While a looper was joined a callback may have set a source of its own; two of them must not play as one.
-    } while (timelines_[0]->GetPeriodCount() > 0);
+    const uint64_t number = ++source_number_;
+    auto epoch = empty(nullptr);
     if (!list) return 0;
-    {
-        MutexLock lock(fields_mutex_);
-        component->playList = list;
-        play_components_[0].swap(component);
-    }
     const int size = list->getPeriodCount();
     VEXO_PRINT(LOG_DEBUG, "playlist size:%d", size);
+    std::vector<std::shared_ptr<oriplayer::IPeriod>> periods;
     for (int i = 0; i < size; ++i) {
         const std::shared_ptr<oriplayer::IPeriod> period = list->getPeriod(i);
         VEXO_PRINT(LOG_DEBUG, "add period inner:%d", i);
         if (!period) break;
-        timelines_[0]->AddBound(period, period->getHeaders());  // the list holds it already
+        periods.push_back(period);
     }
+    const auto take = [&] {
+        MutexLock lock(fields_mutex_);
+        component->playList.swap(list);  // the list holds the periods already
+        play_components_[0].swap(component);
+    };
+    // Of two sources that are set at once, the later one plays, whole. A stop on another thread counts as earlier.
+    while (source_number_ == number && !(epoch && timelines_[0]->Fill(periods, *epoch, take))) epoch = empty(nullptr);
     return 0;
 }
 
@@ -78,6 +79,7 @@ int MixedCodecsPlayer::changePeriod(int id, int index, const std::shared_ptr<ori
     }
     bool gone = false;
     bool ended = false;
+    const uint64_t mainEpoch = timelines_[0]->GetEpoch();
     const int result = accessTimeline(id, [&](Timeline *timeline) {
         const std::shared_ptr<oriplayer::StringMap> own = period->getHeaders();
         const int before = timeline->GetPeriodCount();
@@ -88,22 +90,24 @@ int MixedCodecsPlayer::changePeriod(int id, int index, const std::shared_ptr<ori
         // A mixed-codecs period without a playable source takes the old one's place with nothing.
         gone ? list->removePeriod(index) : list->replacePeriod(period, index);
     }
-    if (ended) playbackEnded(id);
+    if (ended) playbackEnded(id, mainEpoch);
     return result;
 }
 
 int MixedCodecsPlayer::delPeriod(int id, int index) {
     VEXO_PRINT(LOG_INFO, "enter");
     bool ended = false;
+    const uint64_t mainEpoch = timelines_[0]->GetEpoch();
     const int result = accessTimeline(id, [&](Timeline *timeline) { ended = timeline->RemoveBound(index); });
     if (const auto list = playListOf(id)) list->removePeriod(index);
-    if (ended) playbackEnded(id);
+    if (ended) playbackEnded(id, mainEpoch);
     return result;
 }
 
 int MixedCodecsPlayer::clearPeriods(int id) {
     VEXO_PRINT(LOG_INFO, "enter");
     bool ended = false;
+    const uint64_t mainEpoch = timelines_[0]->GetEpoch();
     const int result = accessTimeline(id, [&](Timeline *timeline) {
         const auto list = playListOf(id);
         const int count = list ? list->getPeriodCount() : 0;
@@ -112,15 +116,13 @@ int MixedCodecsPlayer::clearPeriods(int id) {
             list->removePeriod(0);
         }
     });
-    if (ended) playbackEnded(id);
+    if (ended) playbackEnded(id, mainEpoch);
     return result;
 }
 
-/// The isolated timeline has lost what it played: nothing is left whose end could give control back.
-void MixedCodecsPlayer::playbackEnded(int id) {
-    if (id != 1) return;
-    timelines_[0]->Start();
-    notifyTimelineSwitched(timelines_[0].get());
+/// The isolated timeline has lost the period that played: no end will hand control back.
+void MixedCodecsPlayer::playbackEnded(int id, uint64_t mainEpoch) {
+    if (id == 1) resumeMain(mainEpoch);
 }
 
 /// Behind stop(id, flag) the list goes on naming periods that the timeline has lost; it must not count with new ones.
@@ -145,6 +147,15 @@ std::shared_ptr<oriplayer::IPlayList> MixedCodecsPlayer::makePlayListOf(int id) 
 void MixedCodecsPlayer::setPlayListOf(int id, std::shared_ptr<oriplayer::IPlayList> list) {
     MutexLock lock(fields_mutex_);
     play_components_[static_cast<std::size_t>(id)]->playList.swap(list);
+}
+
+/// After a Reset that has begun the content `epoch`: the list goes, unless something else has filled the timeline
+/// since.
+void MixedCodecsPlayer::dropPlayListOf(int id, std::optional<uint64_t> epoch) {
+    const auto &timeline = timelines_[static_cast<std::size_t>(id)];
+    timeline->AccessCurrentBound([&](PlayBound *) {
+        if (epoch == timeline->GetEpoch() && timeline->GetPeriodCount() == 0) setPlayListOf(id, nullptr);
+    });
 }
 
 }  // namespace vexo

@@ -18,6 +18,12 @@ int MixedCodecsPlayer::prepareAsync(int id) {
     return accessTimeline(id, [](Timeline *timeline) { timeline->Prepare(); });
 }
 
+int MixedCodecsPlayer::prepareAsync(const Content &content) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    timelines_[0]->Prepare(content.main);
+    return 0;
+}
+
 int MixedCodecsPlayer::start() {
     VEXO_PRINT(LOG_INFO, "enter");
     return start(0);
@@ -40,13 +46,15 @@ int MixedCodecsPlayer::start(int id) {
 int MixedCodecsPlayer::goNext(bool withinPeriod) {
     VEXO_PRINT(LOG_INFO, "enter");
     int result = -1;
+    const uint64_t mainEpoch = timelines_[0]->GetEpoch();
     VEXO_PRINT(LOG_DEBUG, "active index:%d", getActiveIndex());
     accessActive([&](Timeline *timeline) {
         if (timeline->SkipToNext(withinPeriod)) result = 0;
     });
-    if (result == -1 && getActiveIndex() == 1) {
+    // The isolated timeline may be handling its last end at this moment: one of the two hands control back.
+    if (result == -1 && getActiveIndex() == 1 && timelines_[1]->YieldEnd()) {
         result = start(0);
-        notifyTimelineSwitched(timelines_[0].get());
+        timelines_[0]->PostNotice(kEventTimelineSwitched, mainEpoch);
     }
     return result;
 }
@@ -68,13 +76,31 @@ int MixedCodecsPlayer::seekCurrentPeriodTo(int positionMs, int mode) {
 
 int MixedCodecsPlayer::stop(bool) {
     VEXO_PRINT(LOG_INFO, "enter");
-    accessBoth([](Timeline *timeline) { timeline->Reset(); });
-    if (net_processor_) net_processor_->RemoveCodecConfigListener();
-    for (const int id : {0, 1}) {
-        // A callback may have filled the timeline anew while its looper was joined: then the list belongs to that.
-        if (timelines_[static_cast<std::size_t>(id)]->GetPeriodCount() == 0) setPlayListOf(id, nullptr);
-    }
+    empty(nullptr);
     return 0;
+}
+
+int MixedCodecsPlayer::stop(bool, const Content &content) {
+    VEXO_PRINT(LOG_INFO, "enter");
+    empty(&content);
+    return 0;
+}
+
+std::optional<uint64_t> MixedCodecsPlayer::empty(const Content *only) {
+    // What a callback puts in while a looper is being joined is later than this command, and stays.
+    const Content former = only ? *only : content();
+    // Otherwise an end that the isolated timeline is handling could raise 10240 on the emptied main timeline.
+    if (former.isolated == timelines_[1]->GetEpoch()) timelines_[1]->YieldEnd();
+    const auto main = timelines_[0]->Reset(former.main);
+    const auto isolated = timelines_[1]->Reset(former.isolated);
+    if (net_processor_ && (main || !only)) net_processor_->RemoveCodecConfigListener();
+    dropPlayListOf(0, main);
+    dropPlayListOf(1, isolated);
+    return main;
+}
+
+MixedCodecsPlayer::Content MixedCodecsPlayer::content() const {
+    return {timelines_[0]->GetEpoch(), timelines_[1]->GetEpoch()};
 }
 
 int MixedCodecsPlayer::stop(int id, bool) {

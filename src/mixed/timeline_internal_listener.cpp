@@ -16,12 +16,11 @@ void TimelineInternalListener::notify(InternalEvent event) {
     }
 }
 
-// The timeline itself knows best whether that was the end of its last period: identities and the play list are behind
-// the times while the application edits, and what it does in its own handler of this event must stand.
+// The timeline itself decides whether its last period has ended: identities and the play list are out of date while the
+// application edits, and what the application did in its own handler of this event must hold.
 void TimelineInternalListener::handBack(uint64_t moves) {
-    if (!isolated_timeline_->StopBehindEnd(moves)) return;
-    main_timeline_->Start();
-    player_->notifyTimelineSwitched(main_timeline_);
+    const uint64_t epoch = main_timeline_->GetEpoch();  // first: a stop that comes now discards what follows
+    if (isolated_timeline_->StopAfterEnd(moves)) player_->resumeMain(epoch);
 }
 
 }  // namespace vexo

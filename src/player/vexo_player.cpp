@@ -81,7 +81,8 @@ VexoPlayer::~VexoPlayer() {
         mThread.join();
     }
     cutOffPictures();
-    mPlayer.reset();  // joins the loopers: no event comes behind it
+    mPlayer->close();  // joins the loopers, whose callbacks may still be using mPlayer
+    mPlayer.reset();
     mSource.Set(nullptr);
     mCallback = nullptr;
 }
@@ -108,6 +109,7 @@ bool VexoPlayer::mustNotWait() const {
 void VexoPlayer::setMediaSource(std::shared_ptr<IVexoMediaSource> source) {
     VEXO_SINK("setMediaSource call\n");
     if (!source) return;
+    ++mSourceNumber;  // first: a command that runs from here on knows that its source is gone
     mSource.Set(source);
     auto component = std::make_shared<oriplayer::PlayComponent>();
     component->playList = source->getPlayList();
@@ -118,29 +120,19 @@ void VexoPlayer::setMediaSource(std::shared_ptr<IVexoMediaSource> source) {
 
 void VexoPlayer::prepareAsync() {
     VEXO_SINK("prepareAsyn call\n");
-    post([this] {
-        if (!mPlayer) return;
-        VEXO_SINK("prepareAsyn impl call\n");
-        mPlayer->prepareAsync();
-    });
+    postForSource("prepareAsyn impl call\n",
+                  [](Player &player, const Content &source) { player.prepareAsync(source); });
 }
 
 void VexoPlayer::start() {
     VEXO_SINK("start call\n");
-    post([this] {
-        if (!mPlayer) return;
-        VEXO_SINK("startImpl call\n");
-        mPlayer->start();
-    });
+    // A source that is set while this runs has no engine player yet, so there is nothing to start.
+    postForSource("startImpl call\n", [](Player &player, const Content &) { player.start(); });
 }
 
 void VexoPlayer::stop() {
     VEXO_SINK("stop call\n");
-    post([this] {
-        if (!mPlayer) return;
-        VEXO_SINK("stop impl call\n");
-        mPlayer->stop(true);
-    });
+    postForSource("stop impl call\n", [](Player &player, const Content &source) { player.stop(true, source); });
 }
 
 void VexoPlayer::setDisplay(void *surface) {
@@ -184,6 +176,18 @@ int VexoPlayer::takePicture(void **planes, int reserved0, int reserved1, int res
     IVexoPlayerCallback &self = *this;
     self.onVideoFrame(planes, reserved0, reserved1, reserved2, reserved3, width, height, std::move(params));
     return 0;
+}
+
+// A command acts on the source that was set when it was accepted. If another one has been set since, it writes its line
+// and does nothing.
+void VexoPlayer::postForSource(const char *taskLine, SourceCommand command) {
+    post([this, taskLine, command, accepted = mSourceNumber.load()] {
+        if (!mPlayer) return;
+        VEXO_SINK("%s", taskLine);
+        // Taken before the number is compared: if a source is set after that, this is no longer what the player holds.
+        const Content source = mPlayer->content();
+        if (accepted == mSourceNumber) command(*mPlayer, source);
+    });
 }
 
 void VexoPlayer::post(Task task) {

@@ -12,11 +12,8 @@
 #include "base/leaf_guarded.h"
 #include "base/thread_annotations.h"
 #include "interface/vexo_player.h"
+#include "mixed/mixed_codecs_player.h"
 #include "player/callback_ports.h"
-
-namespace vexo {
-class MixedCodecsPlayer;
-}
 
 namespace VexoPlayerNS {
 
@@ -27,13 +24,15 @@ class VexoReporter;
 ///
 /// Threads:  operations on any. The worker runs the commands; events come on the loopers, pictures on the engine's
 ///           picture thread, and pass through without a lock.
-/// Locks:    mMutex is the worker's while there are commands: ordinary threads take it to append one, so they wait for
-///           what runs. mTaskMutex guards the list itself and is a leaf: a thread inside a callback of this player (or
-///           inside a command) appends under it alone and waits for nobody. The order in the list is the order of
-///           running.
-/// End:      ~VexoPlayer joins the worker and belongs on an ordinary thread. Release is the deleter of create(): inside
-///           a callback or a command it only cuts the application off, and the worker, as its last act, destroys the
-///           object.
+/// Locks:    the worker holds mMutex while it has commands. Ordinary threads take it to append one, so they wait for
+///           the command that runs. mTaskMutex guards the list itself and is a leaf: a thread inside a callback of this
+///           player (or inside a command) appends under it alone and does not wait. Commands run in the order of the
+///           list.
+/// Source:   each setMediaSource increments mSourceNumber. prepareAsync, start and stop act only on the source that was
+///           set when they were accepted. Otherwise `stop(); setMediaSource(next);` would empty `next`.
+/// End:      ~VexoPlayer joins the worker and the loopers and belongs on an ordinary thread. Release is the deleter of
+///           create(): inside a callback or a command it only detaches the application, and the worker destroys the
+///           object as its last act.
 class VexoPlayer : public IVexoPlayer, public PlayerCallbackPort, public RenderCallbackPort {
 public:
     VexoPlayer(IVexoPlayerCallback *callback, VexoParams params);
@@ -55,6 +54,9 @@ public:
 
 private:
     using Task = std::function<void()>;
+    using Player = vexo::MixedCodecsPlayer;
+    using Content = vexo::MixedCodecsPlayer::Content;
+    using SourceCommand = void (*)(Player &player, const Content &source);
 
     void deliverPicture(void **planes, int reserved0, int reserved1, int reserved2, int reserved3, int width,
                         int height, VexoParams &&params) override;
@@ -66,6 +68,7 @@ private:
     bool mustNotWait() const;
     void abandon();
 
+    void postForSource(const char *taskLine, SourceCommand command) VEXO_EXCLUDES(mMutex);
     void post(Task task) VEXO_EXCLUDES(mMutex);
     void append(Task task);
     Task *firstTask();
@@ -77,6 +80,7 @@ private:
     const std::shared_ptr<vexo::CallbackToken> mToken;  ///< marks threads inside a callback; shared with mPlayer
     std::atomic<IVexoPlayerCallback *> mCallback{nullptr};
     vexo::LeafGuarded<std::shared_ptr<IVexoMediaSource>> mSource;
+    std::atomic<uint64_t> mSourceNumber{0};  ///< of the setMediaSource that was called last
     // Set once by the constructor.
     std::shared_ptr<vexo::MixedCodecsPlayer> mPlayer;
     std::shared_ptr<IOriPlayerListenerImpl> mListener;

@@ -32,7 +32,7 @@ struct InternalEvent {
     Timeline *timeline;
     PlayBound *bound;    ///< the current bound when this was sent, or null. May be gone by now: only Timeline's
                          ///< AccessCurrentBound gives a bound that can be followed.
-    uint64_t moves = 0;  ///< how often the timeline had moved or sought when `id` was made; see Timeline::StopBehindEnd
+    uint64_t moves = 0;  ///< for Timeline::StopAfterEnd
 };
 
 /// Threads:  the timeline's looper with no lock held; kEventPeriodSwitched alone comes on whichever thread enters the

@@ -1,6 +1,5 @@
 #include "timeline/looper_slot.h"
 
-#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -12,62 +11,72 @@ LooperSlot::~LooperSlot() {
     Close();
 }
 
-std::shared_ptr<MessageLooper> LooperSlot::Make() const {
-    return std::make_shared<MessageLooper>(thread_name_.c_str());
+LooperSlot::Loopers LooperSlot::Make() const {
+    return {std::make_shared<MessageLooper>(thread_name_.c_str())};
 }
 
 void LooperSlot::Post(ThreadMessage task) {
     MutexLock lock(mutex_);
-    if (looper_) looper_->SendMessage_(std::move(task), MSG_PRIO_HIGH);
+    if (!looper_.empty()) looper_.front()->SendMessage_(std::move(task), MSG_PRIO_HIGH);
 }
 
-void LooperSlot::Renew(Old old) {
-    try {
-        Replace(Make(), old);
-    } catch (...) {
-        Replace(nullptr, old);
-        throw;
-    }
+LooperSlot::Replacing::Replacing(LooperSlot &slot) noexcept : slot_(slot) {
+    MutexLock lock(slot_.mutex_);
+    ++slot_.replacing_;
+    slot_.Empty();
 }
 
-void LooperSlot::Replace(std::shared_ptr<MessageLooper> fresh, Old old) {
-    Loopers ended;  // joined when this function ends, without the mutex
+LooperSlot::Replacing::~Replacing() {
+    MutexLock lock(slot_.mutex_);
+    --slot_.replacing_;
+}
+
+void LooperSlot::Empty() {
+    if (looper_.empty()) return;
+    looper_.front()->Stop();
+    aside_.splice(aside_.end(), looper_);
+}
+
+void LooperSlot::Settle(Old old) noexcept {
+    Loopers ended;
     MutexLock lock(mutex_);
-    if (closed_) {
-        ended.push_back(std::move(fresh));
-        return;
+    // Loopers that have ended are dropped in any case. Otherwise they would pile up for an application that only resets
+    // in its callbacks.
+    for (auto looper = aside_.begin(); looper != aside_.end();) {
+        const auto next = std::next(looper);
+        if (old == Old::kJoin || (*looper)->HasEnded()) ended.splice(ended.end(), aside_, looper);
+        looper = next;
     }
-    looper_.swap(fresh);
-    if (fresh) {
-        fresh->Stop();
-        aside_.push_back(std::move(fresh));
-    }
-    // Those that have ended are dropped in any case, so that a client that only ever resets in its callbacks does not
-    // pile them up.
-    const auto kept = std::partition(aside_.begin(), aside_.end(), [old](const auto &looper) {
-        return old == Old::kKeepAside && !looper->HasEnded();
-    });
-    std::move(kept, aside_.end(), std::back_inserter(ended));
-    aside_.erase(kept, aside_.end());
+    ++joining_;
+    lock.unlock();
+    ended.clear();  // joins
+    lock.lock();
+    --joining_;
+    joined_.notify_all();
+    while (old == Old::kJoin && joining_ > 0) joined_.wait(lock);
+}
+
+void LooperSlot::Install(Loopers &fresh) noexcept {
+    MutexLock lock(mutex_);
+    if (looper_.empty() && !closed_) looper_.swap(fresh);
 }
 
 void LooperSlot::Ensure() {
     {
         MutexLock lock(mutex_);
-        if (looper_ || closed_) return;
+        if (!looper_.empty() || replacing_ > 0 || closed_) return;
     }
-    auto fresh = Make();
-    MutexLock lock(mutex_);
-    if (!looper_ && !closed_) looper_.swap(fresh);
+    Loopers fresh = Make();
+    Install(fresh);
 }
 
-void LooperSlot::Close() {
-    Loopers ended;
-    MutexLock lock(mutex_);
-    closed_ = true;
-    ended.swap(aside_);
-    if (looper_) ended.push_back(std::exchange(looper_, nullptr));
-    for (const auto &looper : ended) looper->Stop();
+void LooperSlot::Close() noexcept {
+    {
+        MutexLock lock(mutex_);
+        closed_ = true;
+        Empty();
+    }
+    Settle(Old::kJoin);
 }
 
 }  // namespace vexo

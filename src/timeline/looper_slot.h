@@ -1,53 +1,70 @@
 #pragma once
 
+#include <condition_variable>
+#include <list>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "base/thread_annotations.h"
 #include "looper/message_looper.h"
 
 namespace vexo {
 
-/// The looper of a timeline, replaceable while others post to it.
-/// Threads:  any; Renew(kJoin) and Close on a thread that no looper of the slot waits for.
-/// Lock:     a leaf mutex. Posting holds it, so that the slot has the last reference to what it takes out and dropping
-///           a looper really waits for its worker; that is done without the mutex.
+/// The looper of a timeline, replaceable while other threads post to it. A reset replaces it in three steps: it makes a
+/// Replacing, which empties the slot, then calls Settle and Install. In between, what is posted is dropped.
+/// Threads:  any; Settle(kJoin) and Close on a thread that no looper of the slot waits for.
+/// Lock:     a leaf mutex. Post holds it, so that the slot has the last reference to a looper that it takes out, and
+///           dropping that reference waits for the worker. This happens without the mutex.
 class LooperSlot {
 public:
     enum class Old { kJoin, kKeepAside };
+    /// A list, so that loopers change hands without an allocation.
+    using Loopers = std::list<std::shared_ptr<MessageLooper>>;
 
-    /// `threadName` as for MessageLooper. Begins with a looper; what its creation throws passes to the caller.
+    /// `threadName` as for MessageLooper. Starts with a looper; passes on what its construction throws.
     explicit LooperSlot(std::string threadName);
     ~LooperSlot();
     LooperSlot(const LooperSlot &) = delete;
     LooperSlot &operator=(const LooperSlot &) = delete;
 
-    /// Runs `task` before what waits already; dropped without a looper.
+    /// Runs `task` before all tasks that wait. Drops it if the slot is empty.
     void Post(ThreadMessage task);
 
-    /// Stops the looper and puts a new one in its place, or none if that cannot be made: then what the creation throws
-    /// is thrown at the end. kJoin waits until what was waiting has run, and for all loopers kept aside; kKeepAside
-    /// waits for nothing.
-    void Renew(Old old);
+    /// Stops the looper and sets it aside. Ensure does not fill the slot while a Replacing exists.
+    class Replacing {
+    public:
+        explicit Replacing(LooperSlot &slot) noexcept;
+        ~Replacing();
+        Replacing(const Replacing &) = delete;
+        Replacing &operator=(const Replacing &) = delete;
 
-    /// Makes a looper where Renew could not. Throws as the constructor.
+    private:
+        LooperSlot &slot_;
+    };
+    /// kJoin waits until every looper that was set aside has run its last task, also for those that another thread is
+    /// joining. kKeepAside waits for nothing and drops only loopers that have ended.
+    void Settle(Old old) noexcept;
+    /// One looper for Install. Throws if the thread cannot be started.
+    Loopers Make() const;
+    /// Moves `fresh` into an empty slot. After Close, or if the slot is not empty, `fresh` stays with the caller.
+    void Install(Loopers &fresh) noexcept;
+    /// Fills a slot that a failed Make has left empty. Throws as Make.
     void Ensure();
 
-    /// Ends all loopers and waits for them; nothing is accepted any more.
-    void Close();
+    /// Ends all loopers and waits for them. The slot stays empty.
+    void Close() noexcept;
 
 private:
-    using Loopers = std::vector<std::shared_ptr<MessageLooper>>;
-
-    std::shared_ptr<MessageLooper> Make() const;
-    void Replace(std::shared_ptr<MessageLooper> fresh, Old old);
+    void Empty() VEXO_REQUIRES(mutex_);
 
     const std::string thread_name_;
     Mutex mutex_;
+    std::condition_variable_any joined_;
     bool closed_ VEXO_GUARDED_BY(mutex_) = false;
-    std::shared_ptr<MessageLooper> looper_ VEXO_GUARDED_BY(mutex_);
-    Loopers aside_ VEXO_GUARDED_BY(mutex_);  // stopped, not joined
+    int replacing_ VEXO_GUARDED_BY(mutex_) = 0;  // living Replacing objects
+    int joining_ VEXO_GUARDED_BY(mutex_) = 0;    // threads that are joining loopers
+    Loopers looper_ VEXO_GUARDED_BY(mutex_);     // one, or none while the slot is empty
+    Loopers aside_ VEXO_GUARDED_BY(mutex_);      // stopped, not joined
 };
 
 }  // namespace vexo

@@ -27,7 +27,8 @@ Timeline::~Timeline() {
 void Timeline::Close() {
     {
         MutexLock lock(mutex_);
-        ++epoch_;  // what is queued is not told any more
+        closed_ = true;
+        ++epoch_;  // queued events are dropped
     }
     looper_.Close();
     MutexLock lock(mutex_);

@@ -85,6 +85,11 @@ public:
     }
     /// Appends; returns the new period's index. The sources' durations are asked before the mutex is taken.
     int32_t AddBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers);
+    /// Appends all `periods` in one step, each with its own headers, to the content that Reset has begun under `epoch`.
+    /// What was added to that content meanwhile is removed. `filled` is called under the timeline's mutex. False, and
+    /// nothing happens, if another Reset came first.
+    bool Fill(const std::vector<std::shared_ptr<oriplayer::IPeriod>> &periods, uint64_t epoch,
+              const std::function<void()> &filled);
     /// At the number of periods it appends.
     void InsertBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers,
                      int index);
@@ -101,20 +106,29 @@ public:
 
     // ---- playback
 
+    // Prepare, Start and Reset take the number of the content that they are meant for (GetEpoch). They do nothing if
+    // a Reset has begun another content since. Without a number they act on whatever is there.
+
     /// Enters the first bound with a start time.
-    void Prepare();
+    void Prepare(std::optional<uint64_t> onlyEpoch = {});
     /// The engine's result, 0 if nothing was started.
-    int32_t Start();
+    int32_t Start(std::optional<uint64_t> onlyEpoch = {});
     void Pause();
     /// Drops the player; the periods stay.
     void Stop();
-    /// Stop, if the bound whose end an event tells was the last one. False, and nothing happens, if another one follows
-    /// (as it stands now, whatever was edited) or if the timeline has moved or sought since (`moves` of that event).
-    bool StopBehindEnd(uint64_t moves);
-    /// Empties the timeline for another row of periods; settings and volume stay. Off a callback thread it waits until
-    /// the events that are queued have been told; behind it no event of the former periods is told or acts.
-    void Reset();
-    /// Ends the events and the player for good; for owners that let the timeline outlive them.
+    /// Stops if the bound that has ended was the last one. Returns false and does nothing if another bound follows (by
+    /// the lists as they are now) or if the timeline has moved since (`moves` of the event that reported the end).
+    bool StopAfterEnd(uint64_t moves);
+    /// Makes the reaction to an end that is being handled yield, as after a seek: its caller decides what plays next.
+    /// True if the timeline is started.
+    bool YieldEnd();
+    /// Empties the timeline for other periods; settings and volume stay. On a thread outside this player's callbacks it
+    /// waits until the queued events are delivered. After it returns, no event of the former periods is delivered.
+    /// Returns the number of the new, empty content, or nothing if another Reset came first.
+    std::optional<uint64_t> Reset(std::optional<uint64_t> onlyEpoch = {});
+    /// The number of the present content. Each Reset begins another.
+    uint64_t GetEpoch() const { return epoch_.load(); }
+    /// Stops events and the player permanently; nothing can be prepared afterwards. May be called again.
     void Close();
     /// To the next period, or with `withinPeriod` to the source behind the current period's first. False if there is
     /// none or nothing plays.
@@ -147,8 +161,10 @@ public:
 
     // ---- events
 
-    /// Queues an event as if the engine had sent it, before those that wait. An exhausted heap loses it.
+    /// Queues an event as if the engine had raised it, before those that wait. If memory is exhausted it is lost.
     void PostMessage_(int64_t id, int what, int arg1, int arg2, const oriplayer::Param &param);
+    /// Queues an event of the timeline's owner that belongs to the content `epoch`; a later Reset discards it.
+    void PostNotice(int what, uint64_t epoch);
 
 private:
     using PlayerPtr = std::shared_ptr<oriplayer::IOriPlayer>;
@@ -175,8 +191,12 @@ private:
         uint64_t bound = 0;   // the current bound became another one
         uint64_t player = 0;  // a player was made or dropped
         uint64_t seek = 0;    // a seek was sent to the player
+        uint64_t yield = 0;   // the owner decided what plays after the end
+        // A replacement took over the player. For an event: until the engine raised it, since the engine raises another
+        // end for a replacement that comes after the end.
+        uint64_t hand_over = 0;
 
-        uint64_t Moves() const { return bound + seek; }  // both only grow
+        uint64_t Moves() const { return bound + seek + yield + hand_over; }  // all only grow
     };
 
     struct Event {
@@ -186,6 +206,7 @@ private:
         int arg1;
         int arg2;
         std::shared_ptr<oriplayer::Param> param;
+        uint64_t hand_over;  // Changes::hand_over when the event was raised
     };
 
     // The lists, timeline_build.cpp and timeline_editing.cpp
@@ -223,7 +244,8 @@ private:
     PlayerPtr CurrentPlayer() const VEXO_REQUIRES(mutex_);
     void SetCurrent(PlayBound *bound) VEXO_REQUIRES(mutex_);
     void Switch(PlayBound *bound, int64_t position, std::optional<int> seekMode = {}) VEXO_REQUIRES(mutex_);
-    void Enter(PlayBound *bound) VEXO_REQUIRES(mutex_);
+    enum class Entry { kSeek, kOther };
+    void Enter(PlayBound *bound, Entry entry) VEXO_REQUIRES(mutex_);
     void SeekInto(PlayBound *bound, int64_t position, int mode) VEXO_REQUIRES(mutex_);
     void SeekPlayer(int64_t position, int mode) VEXO_REQUIRES(mutex_);
     void StopPlayback() VEXO_REQUIRES(mutex_);
@@ -249,6 +271,8 @@ private:
     void OnPrepared(const Event &event, const Changes &changes);
     void OnFirstPicture(const Event &event);
     bool IsOld(const Event &event) const { return event.epoch != epoch_.load(); }
+    void Post(int64_t id, int what, int arg1, int arg2, const oriplayer::Param &param, uint64_t epoch);
+    Changes ChangesNow() const VEXO_REQUIRES(mutex_);
 
     const int32_t id_;
     const std::shared_ptr<const CallbackToken> token_;
@@ -270,7 +294,8 @@ private:
     int64_t identity_ VEXO_GUARDED_BY(mutex_) = -1;  // of the bound entered last
     Changes changes_ VEXO_GUARDED_BY(mutex_);
     bool entered_started_ VEXO_GUARDED_BY(mutex_) = false;  // the player was made in state kStarted
-    bool paused_since_ VEXO_GUARDED_BY(mutex_) = false;     // Pause came since the player was made
+    bool waits_paused_ VEXO_GUARDED_BY(mutex_) = false;     // the player pauses as soon as it is prepared
+    bool closed_ VEXO_GUARDED_BY(mutex_) = false;
 
     LeafGuarded<std::shared_ptr<oriplayer::IOriPlayerListener>> listener_;
     LeafGuarded<std::shared_ptr<InternalEventListener>> internal_listener_;
@@ -285,7 +310,8 @@ private:
     std::atomic<int32_t> video_width_{-1};
     std::atomic<int32_t> video_height_{-1};
     std::atomic<int64_t> last_add_time_{0};  // ms since the epoch
-    std::atomic<uint64_t> epoch_{0};         // raised by Reset; an event of an older one is dropped
+    std::atomic<uint64_t> epoch_{0};         // incremented by Reset; an event of an older one is dropped
+    std::atomic<uint64_t> hand_overs_{0};    // Changes::hand_over, which threads of the engine read; under mutex_
 
     LooperSlot looper_;  // last: it runs while the rest lives
 };

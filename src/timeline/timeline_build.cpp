@@ -75,6 +75,26 @@ int32_t Timeline::AddBound(const PeriodPtr &period, HeadersPtr headers) {
     return Append(fresh);
 }
 
+bool Timeline::Fill(const std::vector<PeriodPtr> &periods, uint64_t epoch, const std::function<void()> &filled) {
+    std::vector<NewPeriod> measured;
+    measured.reserve(periods.size());
+    for (const PeriodPtr &period : periods) {
+        VEXO_PRINT(LOG_DEBUG, "period mixed_codecs:%d", period->isMixedCodecs() ? 1 : 0);
+        measured.push_back(Measure(period, period->getHeaders()));
+    }
+    MutexLock lock(mutex_);
+    if (epoch != epoch_) return false;
+    if (!all_bounds_.empty()) Clear();
+    try {
+        for (const NewPeriod &fresh : measured) Append(fresh);
+    } catch (...) {
+        Clear();
+        throw;
+    }
+    filled();
+    return true;
+}
+
 int32_t Timeline::Append(const NewPeriod &fresh) {
     const auto index = static_cast<int32_t>(period_bounds_.size());
     if (PlayBound *first = Place(fresh, index, all_bounds_.size(), ",")) period_bounds_.push_back(first);

@@ -82,6 +82,7 @@ void Timeline::HandOver(const BoundList &removed, PlayBound *replacement, const 
     if (const PlayerPtr player = current->Player()) {
         replacement->bound_player = std::move(current->bound_player);
         LogHeaders(*replacement);
+        ++hand_overs_;
         replacement->period->setChangeMode(2);
         player->changePeriod(0, 0, replacement->period, headers);
     }
@@ -107,7 +108,7 @@ bool Timeline::LeaveRemoved(BoundList removed, int index) {
     KeepRemoved(std::move(removed));
     const bool ended = played && !HasPeriod(index);
     if (played && !ended) {
-        Enter(period_bounds_[static_cast<std::size_t>(index)]);
+        Enter(period_bounds_[static_cast<std::size_t>(index)], Entry::kOther);
     } else if (ended) {
         SetCurrent(nullptr);
         state_ = kIdle;

@@ -11,11 +11,19 @@
 namespace vexo {
 
 void Timeline::PostMessage_(int64_t id, int what, int arg1, int arg2, const oriplayer::Param &param) {
+    Post(id, what, arg1, arg2, param, epoch_);
+}
+
+void Timeline::PostNotice(int what, uint64_t epoch) {
+    Post(0, what, 0, 0, oriplayer::Param(), epoch);
+}
+
+void Timeline::Post(int64_t id, int what, int arg1, int arg2, const oriplayer::Param &param, uint64_t epoch) {
     try {
         auto copy = std::make_shared<oriplayer::Param>(param);
         copy->dupString();
         copy->setMalloc(true);
-        Event event{epoch_, id, what, arg1, arg2, std::move(copy)};
+        Event event{epoch, id, what, arg1, arg2, std::move(copy), hand_overs_};
         ThreadMessage message;
         message.task = [this, event = std::move(event)] { HandleCallback(event); };
         looper_.Post(std::move(message));
@@ -44,7 +52,8 @@ void Timeline::HandleCallback(Event event) {
 bool Timeline::StampEvent(Event &event, Changes &stamped) {
     MutexLock lock(mutex_);
     if (IsOld(event)) return false;
-    stamped = changes_;
+    stamped = ChangesNow();
+    stamped.hand_over = event.hand_over;
     if (const PlayBound *current = Current()) {
         const auto [timeline_id, period_id, source_id] = current->identity;
         VEXO_PRINT(LOG_DEBUG, "current: source_id:%d, period_id:%d, timeline_id:%d", source_id, period_id, timeline_id);
@@ -80,16 +89,22 @@ void Timeline::React(const Event &event, const Changes &stamped) {
     if (event.what == kEventFirstPicture) OnFirstPicture(event);
 }
 
-// Goes on to the next bound, unless a listener or another thread has moved or sought since the event was stamped: their
-// command came later and stands.
+Timeline::Changes Timeline::ChangesNow() const {
+    Changes now = changes_;
+    now.hand_over = hand_overs_;
+    return now;
+}
+
+// Enters the next bound, unless a listener or another thread has moved, sought or replaced the bound since: their
+// command came later and holds.
 void Timeline::OnEnd(const Event &event, const Changes &stamped) {
     MutexLock lock(mutex_);
     PlayBound *current = Current();
     VEXO_PRINT(LOG_DEBUG, "current play bound:%p", static_cast<void *>(current));
     if (IsOld(event)) return;
-    video_width_ = -1;  // also if a listener has moved on: the size is asked for anew then
+    video_width_ = -1;  // also if a listener has moved: the new player is asked for its size then
     video_height_ = -1;
-    if (changes_.Moves() != stamped.Moves() || !current) return;
+    if (ChangesNow().Moves() != stamped.Moves() || !current) return;
     if (PlayBound *next = FollowingBound()) {
         Switch(next, 0);
     } else {
@@ -97,9 +112,15 @@ void Timeline::OnEnd(const Event &event, const Changes &stamped) {
     }
 }
 
-bool Timeline::StopBehindEnd(uint64_t moves) {
+bool Timeline::YieldEnd() {
     MutexLock lock(mutex_);
-    if (!Current() || changes_.Moves() != moves || FollowingBound()) return false;
+    ++changes_.yield;
+    return state_ == kStarted;
+}
+
+bool Timeline::StopAfterEnd(uint64_t moves) {
+    MutexLock lock(mutex_);
+    if (!Current() || ChangesNow().Moves() != moves || FollowingBound()) return false;
     video_width_ = -1;
     video_height_ = -1;
     StopPlayback();
@@ -131,8 +152,8 @@ void Timeline::OnPrepared(const Event &event, const Changes &stamped) {
         current == first_play_bound_ || (!all_bounds_.empty() && current == all_bounds_.front().get());
     if (waits_for_start && !entered_started_) return;
     player->start();
-    // Two timelines must not sound at once: the other one may have been started by the command that paused this one.
-    if (paused_since_) player->pause();
+    // The command that paused this timeline may have started the other one: two timelines are never audible at once.
+    if (waits_paused_) player->pause();
 }
 
 // Tells how long the client waited for a picture, once the first period shows one.

@@ -22,13 +22,14 @@ template <typename Work> void Guarded(const Work &work) {
 
 }  // namespace
 
-void Timeline::Prepare() {
+void Timeline::Prepare(std::optional<uint64_t> onlyEpoch) {
     try {
         looper_.Ensure();
     } catch (const std::exception &error) {
         VEXO_PRINT(LOG_ERROR, "no looper, events will be lost: %s", error.what());
     }
     MutexLock lock(mutex_);
+    if (onlyEpoch && *onlyEpoch != epoch_) return;
     for (const auto &bound : all_bounds_) {
         if (bound->period->getStartTime() == -1) continue;
         first_play_bound_ = bound.get();
@@ -37,15 +38,16 @@ void Timeline::Prepare() {
     }
 }
 
-int32_t Timeline::Start() {
+int32_t Timeline::Start(std::optional<uint64_t> onlyEpoch) {
     MutexLock lock(mutex_);
+    if (onlyEpoch && *onlyEpoch != epoch_) return 0;
     const int32_t state = state_;
     PlayerPtr player;
     if (state == kIdle && first_play_bound_) player = first_play_bound_->Player();
     if (state == kIdle && !player && !all_bounds_.empty()) player = all_bounds_.front()->Player();
     if (state == kPaused) player = CurrentPlayer();
     if (!player) return 0;
-    paused_since_ = false;
+    waits_paused_ = false;
     const int32_t result = player->start();
     state_ = kStarted;
     return result;
@@ -56,7 +58,7 @@ void Timeline::Pause() {
     const PlayerPtr player = CurrentPlayer();
     if (!player) return;
     player->pause();
-    paused_since_ = true;
+    waits_paused_ = true;
     state_ = kPaused;
 }
 
@@ -72,18 +74,28 @@ void Timeline::StopPlayback() {
     state_ = kIdle;
 }
 
-void Timeline::Reset() {
-    const uint64_t begun = epoch_;
-    // A callback must not wait for the thread that it stands on, nor for the other looper of its player, whose callback
-    // may be resetting as well.
+std::optional<uint64_t> Timeline::Reset(std::optional<uint64_t> onlyEpoch) {
+    uint64_t begun = 0;
+    std::optional<LooperSlot::Replacing> replacing;
+    {
+        MutexLock lock(mutex_);
+        begun = epoch_;
+        if (onlyEpoch && *onlyEpoch != begun) return {};
+        replacing.emplace(looper_);  // from here on no event of this content is queued
+    }
+    // A callback must not wait for its own thread, nor for the other looper of its player, whose callback may be
+    // resetting as well.
     const bool in_callback = CallbackScope::Contains(*token_);
-    Guarded([&] { looper_.Renew(in_callback ? LooperSlot::Old::kKeepAside : LooperSlot::Old::kJoin); });
+    looper_.Settle(in_callback ? LooperSlot::Old::kKeepAside : LooperSlot::Old::kJoin);
+    LooperSlot::Loopers fresh;  // ends without the mutex if it is not needed
+    Guarded([&] { fresh = looper_.Make(); });
     MutexLock lock(mutex_);
-    // While the looper was joined a callback may have reset the timeline and filled it anew: that is the later command.
-    if (epoch_ != begun) return;
+    // While the looper was joined, a callback may have reset and filled the timeline: that command is the later one.
+    if (epoch_ != begun) return {};
     Guarded([this]() VEXO_NO_THREAD_SAFETY_ANALYSIS { StopPlayback(); });
     Clear();
-    ++epoch_;
+    if (!closed_) looper_.Install(fresh);
+    return ++epoch_;
 }
 
 void Timeline::Clear() {
@@ -135,14 +147,15 @@ void Timeline::Switch(PlayBound *bound, int64_t position, std::optional<int> see
         DropPlayer(current, Detach::kNo);
     }
     bound->start_position = position;
-    Enter(bound);
+    Enter(bound, seekMode ? Entry::kSeek : Entry::kOther);
     if (seekMode && (position > 0 || bound->period->getStartTime() > 0)) SeekPlayer(position, *seekMode);
 }
 
-void Timeline::Enter(PlayBound *bound) {
+// On a paused timeline the bound waits paused. A seek alone starts it.
+void Timeline::Enter(PlayBound *bound, Entry entry) {
     SetCurrent(bound);
     entered_started_ = state_ == kStarted;
-    paused_since_ = false;
+    waits_paused_ = state_ == kPaused && entry != Entry::kSeek;
     PlayBoundPrepare(bound);
 }
 

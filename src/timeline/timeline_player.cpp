@@ -19,7 +19,7 @@ constexpr int kParamAudioDevice = 3006;
 
 // The order of these calls is what the engine and the owner's listener rely on.
 void Timeline::PlayBoundPrepare(PlayBound *bound) {
-    if (!bound) return;
+    if (!bound || closed_) return;
     if (bound->bound_player) {
         VEXO_PRINT(LOG_DEBUG, "bound_player ref count before destruction:%ld", bound->bound_player->use_count());
         DropPlayer(bound, Detach::kNo);

@@ -1,3 +1,6 @@
+#include <future>
+#include <thread>
+
 #include "mixed/player_fixture.h"
 
 namespace vexo {
@@ -46,6 +49,7 @@ TEST_F(IsolatedEnd, WhatAnEndDoes_FollowsWhatWasDoneToTheList) {
     const Edit clear = [](auto &p) { p.clearPeriods(1); };
     const Edit seek = [](auto &p) { p.seekTo(2000, 0); };
     const Edit stop = [](auto &p) { p.stop(1, true); };
+    const Edit next = [](auto &p) { p.goNext(false); };
     const Edit removeWhilePaused = [](auto &p) {
         p.start(0);
         p.delPeriod(1, 0);
@@ -57,6 +61,7 @@ TEST_F(IsolatedEnd, WhatAnEndDoes_FollowsWhatWasDoneToTheList) {
         Edit inHandler;      ///< of the end
         std::string called;  ///< what the engine hears then
         bool handsBack = true;
+        bool endsAgain = false;  ///< control is handed back at the second end
     };
     const std::string start = "p1.start";
     for (const Case &c :
@@ -64,8 +69,8 @@ TEST_F(IsolatedEnd, WhatAnEndDoes_FollowsWhatWasDoneToTheList) {
           Case{"remove it while paused", removeWhilePaused, {}, start}, Case{"remove it at its end", {}, remove, start},
           Case{"clear at its end", {}, clear, start}, Case{"seek at its end", {}, seek, "p2.seekTo(2000,0)", false},
           Case{"append at its end", {}, append, "p3.prepareAsync", false},
-          Case{"change it at its end", {}, change, "p2.changePeriod(y)", false},
-          Case{"stop at its end", {}, stop, "p2.stop", false}}) {
+          Case{"change it at its end", {}, change, "p2.changePeriod(y)", true, true},
+          Case{"goNext at its end", {}, next, start}, Case{"stop at its end", {}, stop, "p2.stop", false}}) {
         SCOPED_TRACE(c.name);
         restart();
         interrupt({period({"x"})});
@@ -73,12 +78,54 @@ TEST_F(IsolatedEnd, WhatAnEndDoes_FollowsWhatWasDoneToTheList) {
         if (c.inHandler) listener->on(1001, [&] { c.inHandler(*player); });
         log();
         ends("p2");
-        ASSERT_TRUE(listener->waitFor(c.handsBack ? 10240 : 1001));
         ASSERT_TRUE(waitForCall(c.called));
-        player->stop(1, true);  // both behind what their loopers still had to tell
+        if (c.endsAgain) {
+            ASSERT_TRUE(listener->waitFor(1001));
+            listener->on(1001, nullptr);
+            ends("p2");
+        }
+        ASSERT_TRUE(listener->waitFor(c.handsBack ? 10240 : 1001));
+        player->stop(1, true);  // both return after the last event of their looper
         player->stop(0, true);
         EXPECT_EQ(log().find(start) != std::string::npos, c.handsBack);
         EXPECT_EQ(listener->count(10240), c.handsBack ? 1 : 0);
+    }
+}
+
+TEST_F(IsolatedEnd, TimelinesChangedAtAnEnd_NextPeriodWaitsPaused) {
+    for (const bool interrupts : {true, false}) {
+        restart();
+        playMain({"a", "b"});
+        takeOver({period({"x"}), period({"y"})});
+        if (interrupts) player->start(0);
+        log();
+        listener->on(1001, [&] { player->start(interrupts ? 1 : 0); });
+        ends(interrupts ? "p1" : "p2");
+        ASSERT_TRUE(waitForCall("p3.prepareAsync"));
+        listener->on(1001, nullptr);
+        log();
+        EXPECT_EQ(player->getActiveIndex(), interrupts ? 1 : 0);
+        prepared("p3");
+        player->stop(interrupts ? 0 : 1, true);  // returns after the reaction
+        EXPECT_EQ(log().substr(0, 17), "p3.start p3.pause");
+        EXPECT_EQ(listener->count(10240), 0);
+    }
+}
+
+TEST_F(IsolatedEnd, StoppedWhileItIsHandled_NoEventFollows) {
+    for (int round = 0; round < 50; ++round) {
+        restart();
+        interrupt({period({"x"})});
+        std::promise<void> inside;
+        listener->on(1001, [&] {
+            inside.set_value();
+            for (int i = 0; i < 1000; ++i) std::this_thread::yield();  // usually the stop waits for us by now
+        });
+        ends("p2");
+        inside.get_future().wait();
+        player->stop(true);
+        player->stop(0, true);  // returns after every event that was queued
+        ASSERT_EQ(listener->takeEvents(), "1000@000000 1000@010000 1001@010000");
     }
 }
 

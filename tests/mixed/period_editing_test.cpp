@@ -35,9 +35,9 @@ TEST_F(PeriodEditing, ASourceGivenAgain_KeepsItsListAndPlaysItOnce) {
 
 TEST_F(PeriodEditing, ASourceThatAHandlerSetsDuringACommand_MixesWithNothing) {
     for (const bool replaces : {true, false}) {
-        const auto former = component({"a"});
+        restart();
         const auto handlers = component({"b"});
-        load(former);
+        load(component({"a"}));
         player->prepareAsync();
         std::promise<void> inside;
         std::atomic<bool> begun{false};
@@ -47,12 +47,31 @@ TEST_F(PeriodEditing, ASourceThatAHandlerSetsDuringACommand_MixesWithNothing) {
             for (int i = 0; i < 1000; ++i) std::this_thread::yield();  // most often the command waits for us by now
             load(handlers);
         });
-        engine.post(replaces ? "p1" : "p2", 306);
+        engine.post("p1", 306);
         inside.get_future().wait();
         begun = true;
         replaces ? load(component({"c", "d"})) : player->stop(true);
-        EXPECT_TRUE(!replaces || duration() == 20'000) << duration();
-        EXPECT_EQ(duration() > 0, replaces || handlers->playList != nullptr);
+        EXPECT_TRUE(duration() == 10'000 || duration() == (replaces ? 20'000 : 0)) << duration();
+        EXPECT_EQ(duration() == 10'000, handlers->playList != nullptr);
+    }
+}
+
+TEST_F(PeriodEditing, OfSourcesSetAtOnce_OnePlaysWhole) {
+    for (int round = 0; round < 200; ++round) {
+        const auto sources = {component({"a"}), component({"b", "c"}), component({"d", "e", "f", "g"})};
+        std::atomic<int> waiting{3};
+        std::vector<std::thread> threads;
+        for (const auto &source : sources) {
+            threads.emplace_back([&, source] {
+                --waiting;
+                while (waiting > 0) std::this_thread::yield();
+                load(source);
+            });
+        }
+        for (std::thread &thread : threads) thread.join();
+        ASSERT_TRUE(duration() == 10'000 || duration() == 20'000 || duration() == 40'000) << duration();
+        player->clearPeriods(0);  // as many as the player's list names
+        ASSERT_EQ(duration(), 0);
     }
 }
 

@@ -75,22 +75,88 @@ TEST_F(Playback, OptionsReachTheEnginePlayer) {
     }
 }
 
-TEST_F(Playback, TheHandlerOfTheEndMayPlayTheNextSource) {
-    create();
-    open("a.mp4");
-    settle();
-    auto next = at(1001, [this] { open("b.mp4"); });
-    engine_.post("p1", 1000);
-    engine_.post("p1", 1001);
-    next.wait();
-    settle();
-    EXPECT_FALSE(engine_.post("p1", 1001)) << "the former player is silent";
-    auto prepared = at(1000, [] {});
-    engine_.post("p2", 1000);
-    prepared.wait();
-    EXPECT_TRUE(engine_.waitForCall("p2.setDataSource(b.mp4)") && engine_.waitForCall("p2.start"));
-    EXPECT_THAT(engine_.history(), Not(HasSubstr("p2.stop"))) << "the end of a.mp4 does not act on b.mp4";
-    EXPECT_EQ(engine_.maxLiving(), 1);
+TEST_F(Playback, StopSetPrepareStart_PlaysTheNextSourceEveryTime) {
+    for (int round = 0; round < 200; ++round) {
+        SCOPED_TRACE(round);
+        restartEngine();
+        engine_.autoPrepare = true;
+        create();
+        open("a.mp4");
+        ASSERT_TRUE(engine_.waitForCall("p1.start"));
+        const auto playNext = [this] {
+            player_->stop();
+            open("b.mp4");
+        };
+        if (round % 2 == 0) {
+            playNext();
+        } else {
+            auto next = at(1001, playNext);
+            engine_.post("p1", 1001);
+            next.wait();
+        }
+        settle();
+        ASSERT_TRUE(engine_.waitForCall("p2.setDataSource(b.mp4)") && engine_.waitForCall("p2.start"));
+        ASSERT_THAT(engine_.history(), Not(HasSubstr("p2.stop")));
+        ASSERT_EQ(engine_.maxLiving(), 1);
+        ASSERT_FALSE(engine_.post("p1", 1001)) << "the former player is silent";
+    }
+}
+
+TEST_F(Playback, ACommandThatRunsAsTheSourceChanges_LeavesTheNextSourceAlone) {
+    const std::pair<const char *, void (IVexoPlayer::*)()> commands[] = {
+        {"stop impl call\n", &IVexoPlayer::stop},
+        {"startImpl call\n", &IVexoPlayer::start},
+        {"prepareAsyn impl call\n", &IVexoPlayer::prepareAsync}};
+    for (const auto &[held, command] : commands) {
+        SCOPED_TRACE(held);
+        std::promise<void> inside;
+        std::promise<void> release;
+        std::atomic<int> calls{0};
+        reports_.onLine = [&, held = held](const std::string &line) {
+            if (line != held || ++calls > 1) return;
+            inside.set_value();
+            release.get_future().wait();
+        };
+        create();
+        player_->setMediaSource(IVexoMediaSource::create("a.mp4"));
+        (player_.get()->*command)();
+        inside.get_future().wait();
+        player_->setMediaSource(IVexoMediaSource::create("b.mp4"));
+        release.set_value();
+        settle();
+        EXPECT_EQ(engine_.history(), "");
+        player_->prepareAsync();
+        EXPECT_TRUE(engine_.waitForCall("p1.setDataSource(b.mp4)"));
+        restartEngine();
+        reports_.onLine = nullptr;
+    }
+}
+
+TEST_F(Playback, ACallbackMayUseThePlayerWhileItIsDestroyed) {
+    for (int round = 0; round < 20; ++round) {
+        restartEngine();
+        create();
+        open("a.mp4");
+        settle();
+        std::atomic<bool> inside{false};
+        auto handled = at(306, [&inside, player = player_.get()] {
+            inside = true;
+            for (int i = 0; i < 100; ++i) {
+                player->setMediaSource(IVexoMediaSource::create("b.mp4"));
+                player->setParams({{kAudioVolume, 0.5F}});
+                player->getParam(kAudioVolume);
+                player->prepareAsync();
+                player->start();
+                player->setDisplay(nullptr);
+                player->stop();
+            }
+        });
+        engine_.post("p1", 306);
+        while (!inside) std::this_thread::yield();
+        player_.reset();
+        handled.wait();
+        EXPECT_EQ(engine_.living(), 0);
+    }
 }
 
 TEST_F(Playback, BehindTheDestructorTheApplicationHearsNothing) {

@@ -147,6 +147,20 @@ TEST_F(TimelineEvents, TheReactionToAnEndYieldsToWhatAListenerDid) {
     listener_->on(kEventEnd, nullptr);
 }
 
+TEST_F(TimelineEvents, APauseWhileAnEndIsHandledHoldsTheNextBound) {
+    for (const bool inListener : {true, false}) {
+        StartAnew();
+        PlayThree();
+        listener_->on(kEventEnd, inListener ? [this] { timeline_->Pause(); } : std::function<void()>());
+        if (!inListener) timeline_->Pause();  // as the engine raises the end
+        EXPECT_EQ(CallsBehind("p1", kEventEnd), "p1.pause " + Moved("b"));
+        EXPECT_EQ(CallsBehind("p2", kEventPrepared), "p2.start p2.pause");
+        timeline_->Start();
+        EXPECT_EQ(Calls(), "p2.start");
+    }
+    listener_->on(kEventEnd, nullptr);
+}
+
 TEST_F(TimelineEvents, ThePreparedReactionYieldsToASwitchInTheListener) {
     PlayThree();
     timeline_->SkipToNext(false);
