@@ -15,6 +15,7 @@ MessageLooper::MessageLooper(const char *threadName)
       condition_(std::make_shared<std::condition_variable>()),
       queue_(std::make_shared<Queue>()),
       ended_(std::make_shared<std::atomic<bool>>(false)) {
+    queue_->reserve(1);
     Start(threadName);
 }
 
@@ -69,13 +70,19 @@ void MessageLooper::SendMessage_(ThreadMessage &&message, MsgPrio priority) {
     const auto condition = condition_;
     if (!mutex || !queue || !condition) return;
     const std::lock_guard<std::mutex> lock(*mutex);
-    if (priority == MSG_PRIO_HIGH) {
-        queue->push_back(std::move(message));
-    } else if (priority == MSG_PRIO_LOW) {
-        queue->insert(queue->begin(), std::move(message));
-    }
+    const std::size_t needed = queue->size() + 2;  // with a quit message
+    if (queue->capacity() < needed) queue->reserve(2 * needed);
+    Insert(*queue, std::move(message), priority);
     condition->notify_one();
     VEXO_PRINT(LOG_DEBUG, "message_queue:%d", static_cast<int>(queue->size()));
+}
+
+void MessageLooper::Insert(Queue &queue, ThreadMessage &&message, MsgPrio priority) {
+    if (priority == MSG_PRIO_HIGH) {
+        queue.push_back(std::move(message));
+    } else if (priority == MSG_PRIO_LOW) {
+        queue.insert(queue.begin(), std::move(message));
+    }
 }
 
 void MessageLooper::HandleMessage(const ThreadMessage &message) {
@@ -84,10 +91,15 @@ void MessageLooper::HandleMessage(const ThreadMessage &message) {
     if (message.task) message.task();
 }
 
-void MessageLooper::Stop() {
+void MessageLooper::Stop() noexcept {
+    if (quit_) return;
     ThreadMessage message;
-    message.task = [this] { Quit(); };
-    SendMessage_(std::move(message), MSG_PRIO_LOW);
+    message.task = [this] { Quit(); };  // small enough to be kept without memory
+    const std::lock_guard<std::mutex> lock(*mutex_);
+    // Without room a quit message waits already, or the worker has ended.
+    if (queue_->size() < queue_->capacity()) Insert(*queue_, std::move(message), MSG_PRIO_LOW);
+    condition_->notify_one();
+    VEXO_PRINT(LOG_DEBUG, "message_queue:%d", static_cast<int>(queue_->size()));
 }
 
 void MessageLooper::Quit() {

@@ -15,9 +15,20 @@ thread_local bool quit_ = false;
 // Messages that are sent together arrive within this time; longer would only delay the start of a long sleep.
 constexpr std::chrono::milliseconds kGatherTime{5};
 
+// Within the range of the system clock, whose ticks are finer than ours: waiting is in those.
+TimedThreadMessage::TimePoint DueIn(int64_t delayMs) {
+    using std::chrono::milliseconds;
+    const auto now = std::chrono::time_point_cast<TimedThreadMessage::Tick>(Clock::now());
+    const auto latest = std::chrono::time_point_cast<TimedThreadMessage::Tick>(Clock::time_point::max());
+    const auto most = std::chrono::duration_cast<milliseconds>(latest - now);
+    const auto least = std::chrono::duration_cast<milliseconds>(TimedThreadMessage::TimePoint{} - now);
+    return now + std::clamp(milliseconds(delayMs), least, most);
+}
+
 }  // namespace
 
 TimedMessageLooper::TimedMessageLooper() {
+    queue_.reserve(1);
     Start();
 }
 
@@ -37,45 +48,51 @@ void TimedMessageLooper::Start() {
 void TimedMessageLooper::SendMessage(TimedThreadMessage &message, int64_t delayMs) {
     if (quit_) return;
     const std::lock_guard lock(mutex_);
-    message.trigger_time =
-        std::chrono::time_point_cast<TimedThreadMessage::Tick>(Clock::now()) + std::chrono::milliseconds(delayMs);
-    Store(message);
-    ++arrivals_;
-    condition_.notify_one();
-    VEXO_PRINT(LOG_DEBUG, "message_queue:%d", static_cast<int>(queue_.size()));
+    const std::size_t needed = queue_.size() + 2;  // with a quit message
+    if (queue_.capacity() < needed) queue_.reserve(2 * needed);
+    Store(message, delayMs);
 }
 
-void TimedMessageLooper::Store(const TimedThreadMessage &message) {
+void TimedMessageLooper::Store(TimedThreadMessage &message, int64_t delayMs) {
+    message.trigger_time = DueIn(delayMs);
     const auto place =
-        std::lower_bound(queue_.begin(), queue_.end(), message.trigger_time,
+        std::lower_bound(queue_.begin() + begin_, queue_.end(), message.trigger_time,
                          [](const TimedThreadMessage &one, const auto &time) { return one.trigger_time < time; });
     queue_.insert(place, message);
+    ++arrivals_;
+    condition_.notify_one();
+    VEXO_PRINT(LOG_DEBUG, "message_queue:%d", static_cast<int>(std::ssize(queue_) - begin_));
 }
 
-void TimedMessageLooper::Stop() {
+void TimedMessageLooper::Stop() noexcept {
     {
         const std::lock_guard lock(sleep_mutex_);
         stopping_ = true;
     }
     sleep_condition_.notify_all();
+    if (quit_) return;
     TimedThreadMessage quit;
     quit.task = [] { quit_ = true; };
-    SendMessage(quit, 0);
+    const std::lock_guard lock(mutex_);
+    // Without room a quit message waits already, or the worker has ended.
+    if (queue_.size() < queue_.capacity()) Store(quit, 0);
 }
 
 void TimedMessageLooper::ClearMessages() {
     std::vector<TimedThreadMessage> dropped;  // ends without mutex_: a task may own what uses this looper
+    dropped.reserve(1);
     const std::lock_guard lock(mutex_);
     dropped.swap(queue_);
+    begin_ = 0;
 }
 
 void TimedMessageLooper::Run() {
     quit_ = false;
     std::unique_lock lock(mutex_);
     while (true) {
-        if (!quit_ && queue_.empty()) {
+        if (!quit_ && Empty()) {
             VEXO_PRINT(LOG_DEBUG, "message empty");
-            condition_.wait(lock, [this] { return !queue_.empty(); });
+            condition_.wait(lock, [this] { return !Empty(); });
         }
         if (quit_) break;
         if (!WaitUntilDue(lock)) continue;
@@ -87,24 +104,25 @@ void TimedMessageLooper::Run() {
     }
     std::vector<TimedThreadMessage> dropped;
     dropped.swap(queue_);
+    begin_ = 0;
     lock.unlock();
 }
 
-bool TimedMessageLooper::FrontIsDue() const {
-    return queue_.front().trigger_time <= Clock::now();
+bool TimedMessageLooper::FrontIsDue() {
+    return Front().trigger_time <= Clock::now();
 }
 
 // False: the queue has changed, or a stop was asked for; look again.
 bool TimedMessageLooper::WaitUntilDue(std::unique_lock<std::mutex> &lock) {
     if (FrontIsDue()) return true;
     if (stopping_) {  // the quit message is on its way here and needs the queue
-        const auto time = queue_.front().trigger_time;
+        const auto time = Front().trigger_time;
         condition_.wait_until(lock, time);
         return false;
     }
     Gather(lock);
-    if (queue_.empty()) return false;
-    const auto time = queue_.front().trigger_time;
+    if (Empty()) return false;
+    const auto time = Front().trigger_time;
     std::unique_lock sleep(sleep_mutex_);
     return !sleep_condition_.wait_until(sleep, time, [this] { return stopping_.load(); });
 }
@@ -112,19 +130,27 @@ bool TimedMessageLooper::WaitUntilDue(std::unique_lock<std::mutex> &lock) {
 // Lets the senders of messages that belong together come in before the queue is held for the earliest of them.
 void TimedMessageLooper::Gather(std::unique_lock<std::mutex> &lock) {
     uint64_t seen = arrivals_ - 1;
-    while (seen != arrivals_ && !queue_.empty() && !stopping_) {
+    while (seen != arrivals_ && !Empty() && !stopping_) {
         seen = arrivals_;
-        const Clock::time_point time = queue_.front().trigger_time;
+        const Clock::time_point time = Front().trigger_time;
         condition_.wait_until(lock, std::min<Clock::time_point>(time, Clock::now() + kGatherTime),
-                              [&] { return seen != arrivals_ || queue_.empty(); });
+                              [&] { return seen != arrivals_ || Empty(); });
     }
 }
 
+// The oldest of the earliest. Erases taken places in groups, because each erasure moves all that wait.
 TimedThreadMessage TimedMessageLooper::TakeEarliest() {
-    auto place = queue_.begin();
-    while (place + 1 != queue_.end() && (place + 1)->trigger_time == place->trigger_time) ++place;
+    const auto first = queue_.begin() + begin_;
+    auto place = first;
+    while (place + 1 != queue_.end() && (place + 1)->trigger_time == first->trigger_time) ++place;
     TimedThreadMessage message = std::move(*place);
-    queue_.erase(place);
+    std::move_backward(first, place, place + 1);
+    queue_[static_cast<std::size_t>(begin_)] = {};
+    ++begin_;
+    if (2 * begin_ >= std::ssize(queue_)) {
+        queue_.erase(queue_.begin(), queue_.begin() + begin_);
+        begin_ = 0;
+    }
     return message;
 }
 

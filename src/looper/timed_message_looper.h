@@ -3,8 +3,10 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <ratio>
 #include <thread>
@@ -37,9 +39,11 @@ public:
     TimedMessageLooper(const TimedMessageLooper &) = delete;
     TimedMessageLooper &operator=(const TimedMessageLooper &) = delete;
 
-    /// Writes the time into `message` and queues a copy. A delay of 0 or less is due at once.
+    /// Writes the time into `message` and queues a copy. A delay of 0 or less is due at once. One that reaches beyond
+    /// the system clock's range, in the year 2262, is cut to that.
     void SendMessage(TimedThreadMessage &message, int64_t delayMs);
-    void Stop();
+    /// Sends the quit message and ends the worker's sleep. Does not wait, and needs no memory.
+    void Stop() noexcept;
     void ClearMessages();
 
 private:
@@ -48,8 +52,10 @@ private:
     void HandleMessage(TimedThreadMessage &message);
 
     // With mutex_ held:
-    void Store(const TimedThreadMessage &message);
-    bool FrontIsDue() const;
+    void Store(TimedThreadMessage &message, int64_t delayMs);
+    bool Empty() const { return begin_ == std::ssize(queue_); }
+    TimedThreadMessage &Front() { return queue_[static_cast<std::size_t>(begin_)]; }
+    bool FrontIsDue();
     bool WaitUntilDue(std::unique_lock<std::mutex> &lock);
     void Gather(std::unique_lock<std::mutex> &lock);
     TimedThreadMessage TakeEarliest();
@@ -57,7 +63,10 @@ private:
     std::mutex mutex_;
     std::condition_variable condition_;
     std::thread thread_;
-    std::vector<TimedThreadMessage> queue_;  // ascending trigger_time; among equal times the newest comes first
+    // From begin_ on: ascending trigger_time, among equal times the newest first. Before begin_: taken, to be erased.
+    // Its capacity always has room for a quit message.
+    std::vector<TimedThreadMessage> queue_;
+    std::ptrdiff_t begin_ = 0;
     uint64_t arrivals_ = 0;
 
     // The sleep with mutex_ held has a condition of its own, so that Stop can end it without mutex_.

@@ -16,7 +16,8 @@ namespace {
 constexpr uint32_t kStepUs = 50000;
 
 pthread_mutex_t timer_mutex = PTHREAD_MUTEX_INITIALIZER;  // timer_list, and running and last_fire of its timers
-std::forward_list<UTimer *> timer_list;                   // the newest first; changed under sLifeMutex as well
+// The newest first; changed under sLifeMutex as well. Never destroyed: the thread may still run when the process ends.
+auto &timer_list = *new std::forward_list<UTimer *>;
 std::atomic<bool> timer_thread_running{false};
 
 // Spans a whole start and a whole end with its join, so that a timer started while the last one goes finds no thread

@@ -217,19 +217,21 @@ private:
     static void NotifyBoundChanged(PlayBound *bound);
     static bool Holds(const BoundList &list, const PlayBound *bound);
     int32_t Append(const NewPeriod &fresh) VEXO_REQUIRES(mutex_);
-    PlayBound *Place(const NewPeriod &fresh, int32_t index, std::size_t place, const char *comma) VEXO_REQUIRES(mutex_);
-    PlayBound *PlaceBound(std::unique_ptr<PlayBound> bound, int64_t duration, int32_t index, std::size_t place)
-        VEXO_REQUIRES(mutex_);
+    static BoundList Cut(const NewPeriod &fresh, int32_t index, const char *comma);
+    PlayBound *Place(BoundList bounds, int32_t index, std::size_t place) VEXO_REQUIRES(mutex_);
+    void Reserve(std::size_t bounds) VEXO_REQUIRES(mutex_);
     void ShiftPeriods(std::size_t place, int32_t index, int32_t by) VEXO_REQUIRES(mutex_);
     void SetDuration(PlayBound *bound, int64_t duration) VEXO_REQUIRES(mutex_);
-    BoundList TakeOut(int index) VEXO_REQUIRES(mutex_);
-    void HandOver(const BoundList &removed, PlayBound *replacement, const HeadersPtr &headers) VEXO_REQUIRES(mutex_);
-    bool LeaveRemoved(BoundList removed, int index) VEXO_REQUIRES(mutex_);
-    void KeepRemoved(BoundList removed) VEXO_REQUIRES(mutex_);
+    bool TakesSources(int index) const VEXO_REQUIRES(mutex_);
+    void TakeOut(int index) VEXO_REQUIRES(mutex_);
+    void HandOver(PlayBound *replacement, const HeadersPtr &headers) VEXO_REQUIRES(mutex_);
+    bool LeaveRemoved(bool wasCurrent, int index) VEXO_REQUIRES(mutex_);
     void FreeRemoved() VEXO_REQUIRES(mutex_);
     void RefreshCurrentIdentity() VEXO_REQUIRES(mutex_);
 
     bool HasPeriod(int index) const VEXO_REQUIRES(mutex_);
+    /// The bound is in the lists, as part of that period.
+    bool InPeriod(const PlayBound *bound, int index) const VEXO_REQUIRES(mutex_);
     /// The place in all_bounds_, its size if the bound is not there.
     std::size_t PlaceOf(const PlayBound *bound) const VEXO_REQUIRES(mutex_);
     /// One behind the last place of the period in all_bounds_.

@@ -5,6 +5,7 @@
 #include "base/clock.h"
 #include "base/log.h"
 #include "base/oriplayer/module.h"
+#include "timeline/milliseconds.h"
 #include "timeline/timeline.h"
 
 namespace vexo {
@@ -19,6 +20,11 @@ double SecondsOf(oriplayer::ISource &source) {
     return seconds;
 }
 
+template <typename List> void MakeRoom(List &list, std::size_t added) {
+    const std::size_t size = list.size() + added;
+    if (list.capacity() < size) list.reserve(2 * size);
+}
+
 }  // namespace
 
 Timeline::NewPeriod Timeline::Measure(const PeriodPtr &period, HeadersPtr headers) {
@@ -30,7 +36,7 @@ Timeline::NewPeriod Timeline::Measure(const PeriodPtr &period, HeadersPtr header
     for (int i = 0; i < period->getSourceCount(); ++i) {
         auto source = period->getSource(i);
         if (!source) break;
-        const auto duration = static_cast<int64_t>(SecondsOf(*source) * 1000.0);
+        const int64_t duration = MillisecondsOf(SecondsOf(*source));
         fresh.parts.push_back({std::move(source), duration});
     }
     return fresh;
@@ -97,47 +103,61 @@ bool Timeline::Fill(const std::vector<PeriodPtr> &periods, uint64_t epoch, const
 
 int32_t Timeline::Append(const NewPeriod &fresh) {
     const auto index = static_cast<int32_t>(period_bounds_.size());
-    if (PlayBound *first = Place(fresh, index, all_bounds_.size(), ",")) period_bounds_.push_back(first);
+    Place(Cut(fresh, index, ","), index, all_bounds_.size());
     last_add_time_ = static_cast<int64_t>(GetCurrentTimeMs());
     return index;
 }
 
-// Puts the period's bounds into all_bounds_ at `place` and returns the first, or null if the period yields none. A
-// start time of a period that is cut goes to the one source that contains it, as an offset into that source.
-PlayBound *Timeline::Place(const NewPeriod &fresh, int32_t index, std::size_t place, const char *comma) {
-    if (!fresh.mixed) return PlaceBound(CreateBound(fresh.period, fresh.headers), fresh.duration, index, place);
-    PlayBound *first = nullptr;
+// Makes the bounds of a period, without putting them into the lists. A start time of a period that is cut goes to the
+// one source that contains it, as an offset into that source.
+Timeline::BoundList Timeline::Cut(const NewPeriod &fresh, int32_t index, const char *comma) {
+    BoundList bounds;
+    const auto add = [&](const PeriodPtr &period, int64_t duration) {
+        auto bound = CreateBound(period, fresh.headers);
+        bound->mixed_codecs = fresh.mixed;
+        bound->duration = duration;
+        bound->period_index = index;
+        bounds.push_back(std::move(bound));
+        NotifyBoundChanged(bounds.back().get());
+    };
+    if (!fresh.mixed) {
+        add(fresh.period, fresh.duration);
+        return bounds;
+    }
     int64_t remaining = fresh.period->getStartTime();
-    int32_t i = 0;
     for (const NewPeriod::Part &part : fresh.parts) {
         VEXO_PRINT(LOG_DEBUG, "add source :%p", static_cast<void *>(part.source.get()));
         const PeriodPtr period = oriplayer::IPeriod::create();
-        VEXO_PRINT(LOG_DEBUG, "start time:%lld for %d%s duration:%lld", static_cast<long long>(remaining), i, comma,
-                   static_cast<long long>(part.duration));
+        VEXO_PRINT(LOG_DEBUG, "start time:%lld for %d%s duration:%lld", static_cast<long long>(remaining),
+                   static_cast<int>(bounds.size()), comma, static_cast<long long>(part.duration));
         const bool starts_here = remaining >= 0 && remaining < part.duration;
         CopyPeriodOptions(fresh.period, period, starts_here ? remaining : -1);
-        remaining -= part.duration;
+        remaining = SubtractTimes(remaining, part.duration);
         period->addSource(part.source);
-        auto bound = CreateBound(period, fresh.headers);
-        bound->mixed_codecs = true;
-        PlayBound *placed = PlaceBound(std::move(bound), part.duration, index, place + static_cast<std::size_t>(i));
-        if (!first) first = placed;
-        ++i;
+        add(period, part.duration);
     }
+    return bounds;
+}
+
+// Puts a period's bounds into all_bounds_ at `place` and its first bound into period_bounds_ at `index`. Returns the
+// first, or null if there is none. Throws before it changes anything, after Reserve not at all.
+PlayBound *Timeline::Place(BoundList bounds, int32_t index, std::size_t place) {
+    if (bounds.empty()) return nullptr;
+    Reserve(bounds.size());
+    PlayBound *first = bounds.front().get();
+    const auto offset = static_cast<BoundList::difference_type>(place);
+    durations_.insert(durations_.begin() + offset, bounds.size(), 0);
+    for (std::size_t i = 0; i < bounds.size(); ++i) durations_[place + i] = bounds[i]->duration;
+    all_bounds_.insert(all_bounds_.begin() + offset, std::make_move_iterator(bounds.begin()),
+                       std::make_move_iterator(bounds.end()));
+    period_bounds_.insert(period_bounds_.begin() + index, first);
     return first;
 }
 
-PlayBound *Timeline::PlaceBound(std::unique_ptr<PlayBound> bound, int64_t duration, int32_t index, std::size_t place) {
-    bound->duration = duration;
-    bound->period_index = index;
-    const std::size_t size = all_bounds_.size() + 1;
-    if (all_bounds_.capacity() < size) all_bounds_.reserve(2 * size);  // so that only the first insert can throw
-    const auto offset = static_cast<BoundList::difference_type>(place);
-    durations_.insert(durations_.begin() + offset, duration);
-    const auto position = all_bounds_.begin() + offset;
-    PlayBound *placed = all_bounds_.insert(position, std::move(bound))->get();
-    NotifyBoundChanged(placed);
-    return placed;
+void Timeline::Reserve(std::size_t bounds) {
+    MakeRoom(all_bounds_, bounds);
+    MakeRoom(durations_, bounds);
+    MakeRoom(period_bounds_, 1);
 }
 
 void Timeline::SetDuration(PlayBound *bound, int64_t duration) {
@@ -163,7 +183,8 @@ int64_t Timeline::GetTotalDuration(const PeriodPtr &period) {
     for (int i = 0; period && i < period->getSourceCount(); ++i) {
         const auto source = period->getSource(i);
         if (!source) break;
-        total = static_cast<int64_t>(static_cast<double>(total) + SecondsOf(*source) * 1000.0);
+        // Cut at each source: a period of many is a few milliseconds shorter than the sum of its sources.
+        total = WholeOf(static_cast<double>(total) + SecondsOf(*source) * 1000.0).value_or(total);
         VEXO_PRINT(LOG_DEBUG, "add bound duration:%lld", static_cast<long long>(total));
     }
     return total;
@@ -174,21 +195,29 @@ void Timeline::InsertSource(const std::shared_ptr<oriplayer::ISource> &source, c
         VEXO_PRINT(LOG_ERROR, "source is null");
         return;
     }
-    const auto duration = static_cast<int64_t>(SecondsOf(*source) * 1000.0);  // without the mutex: it may read a file
-    MutexLock lock(mutex_);
-    if (!HasPeriod(index)) return;
-    PlayBound *bound = period_bounds_[static_cast<std::size_t>(index)];
-    if (!bound || !bound->period || bound->mixed_codecs || bound->period->isMixedCodecs()) {
-        VEXO_PRINT(LOG_ERROR, "can not add source to mixed codecs Period, abort. index:%d", index);
-        return;
+    {
+        MutexLock lock(mutex_);
+        if (!TakesSources(index)) return;
     }
+    const int64_t duration = MillisecondsOf(SecondsOf(*source));  // without the mutex: it may read a file
+    MutexLock lock(mutex_);
+    if (!TakesSources(index)) return;
+    PlayBound *bound = period_bounds_[static_cast<std::size_t>(index)];
     if (const PlayerPtr player = CurrentPlayer()) {
-        SetDuration(Current(), Current()->duration + duration);
+        bound = Current();
         player->addSource(0, source, headers);
     } else {
-        SetDuration(bound, bound->duration + duration);
         bound->period->addSource(source);
     }
+    SetDuration(bound, AddTimes(bound->duration, duration));
+}
+
+bool Timeline::TakesSources(int index) const {
+    if (!HasPeriod(index)) return false;
+    const PlayBound *bound = period_bounds_[static_cast<std::size_t>(index)];
+    if (bound && bound->period && !bound->mixed_codecs && !bound->period->isMixedCodecs()) return true;
+    VEXO_PRINT(LOG_ERROR, "can not add source to mixed codecs Period, abort. index:%d", index);
+    return false;
 }
 
 }  // namespace vexo

@@ -24,14 +24,12 @@ void Timeline::InsertBound(const PeriodPtr &period, HeadersPtr headers, int inde
     if (!HasPeriod(index)) return;
     const std::size_t anchor = PlaceOf(period_bounds_[static_cast<std::size_t>(index)]);
     const std::size_t before = all_bounds_.size();
-    PlayBound *first = Place(fresh, index, anchor, "");
-    if (!first) return;
-    period_bounds_.insert(period_bounds_.begin() + index, first);
+    if (!Place(Cut(fresh, index, ""), index, anchor)) return;
     ShiftPeriods(anchor + (all_bounds_.size() - before), index, 1);
     RefreshCurrentIdentity();
 }
 
-// Moves the periods behind `index`, whose bounds begin at `place`, and what was removed from among them.
+// Gives other numbers to the periods after `index`, whose bounds begin at `place`, and to those removed among them.
 void Timeline::ShiftPeriods(std::size_t place, int32_t index, int32_t by) {
     for (; place < all_bounds_.size(); ++place) all_bounds_[place]->period_index += by;
     for (const auto &bound : removed_bounds_) {
@@ -39,16 +37,21 @@ void Timeline::ShiftPeriods(std::size_t place, int32_t index, int32_t by) {
     }
 }
 
-Timeline::BoundList Timeline::TakeOut(int index) {
+bool Timeline::InPeriod(const PlayBound *bound, int index) const {
+    return bound && bound->period_index == index && !Holds(removed_bounds_, bound);
+}
+
+// Moves the period's bounds to removed_bounds_. A current one stays current. Throws before it changes anything.
+void Timeline::TakeOut(int index) {
     const std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(index)]);
-    const auto first = all_bounds_.begin() + static_cast<BoundList::difference_type>(place);
-    const auto last = all_bounds_.begin() + static_cast<BoundList::difference_type>(PeriodEnd(index));
-    BoundList removed(std::make_move_iterator(first), std::make_move_iterator(last));
-    durations_.erase(durations_.begin() + (first - all_bounds_.begin()),
-                     durations_.begin() + (last - all_bounds_.begin()));
-    all_bounds_.erase(first, last);
+    const std::size_t end = PeriodEnd(index);
+    removed_bounds_.reserve(removed_bounds_.size() + (end - place));
+    const auto first = static_cast<BoundList::difference_type>(place);
+    const auto last = static_cast<BoundList::difference_type>(end);
+    std::move(all_bounds_.begin() + first, all_bounds_.begin() + last, std::back_inserter(removed_bounds_));
+    all_bounds_.erase(all_bounds_.begin() + first, all_bounds_.begin() + last);
+    durations_.erase(durations_.begin() + first, durations_.begin() + last);
     period_bounds_.erase(period_bounds_.begin() + index);
-    return removed;
 }
 
 bool Timeline::ReplaceBound(const PeriodPtr &period, HeadersPtr headers, int index) {
@@ -56,37 +59,41 @@ bool Timeline::ReplaceBound(const PeriodPtr &period, HeadersPtr headers, int ind
         VEXO_PRINT(LOG_ERROR, "period is null");
         return false;
     }
+    if (index < 0 || index >= GetPeriodCount()) return false;  // before the sources are asked
     const NewPeriod fresh = Measure(period, headers);
     MutexLock lock(mutex_);
     if (!HasPeriod(index)) return false;
-    const std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(index)]);
-    BoundList removed = TakeOut(index);
     VEXO_PRINT(LOG_DEBUG, "replace bound started:%d", index);
+    BoundList bounds = Cut(fresh, index, ",");
+    const std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(index)]);
+    const bool current = InPeriod(Current(), index);
+    const bool first = InPeriod(first_play_bound_, index);
+    Reserve(bounds.size());
+    TakeOut(index);
     bool ended = false;
-    if (PlayBound *replacement = Place(fresh, index, place, ",")) {
-        period_bounds_.insert(period_bounds_.begin() + index, replacement);
-        HandOver(removed, replacement, headers);
-        KeepRemoved(std::move(removed));
+    if (PlayBound *replacement = Place(std::move(bounds), index, place)) {
+        if (first) first_play_bound_ = replacement;
+        if (current) HandOver(replacement, headers);
+        FreeRemoved();
     } else {
         ShiftPeriods(place, index, -1);
-        ended = LeaveRemoved(std::move(removed), index);
+        ended = LeaveRemoved(current, index);
     }
     PostMessage_(-1, kEventPeriodReplaced, index, 0, oriplayer::Param());
     return ended;
 }
 
-void Timeline::HandOver(const BoundList &removed, PlayBound *replacement, const HeadersPtr &headers) {
-    if (Holds(removed, first_play_bound_)) first_play_bound_ = replacement;
+void Timeline::HandOver(PlayBound *replacement, const HeadersPtr &headers) {
     PlayBound *current = Current();
-    if (!Holds(removed, current)) return;
-    if (const PlayerPtr player = current->Player()) {
-        replacement->bound_player = std::move(current->bound_player);
+    const PlayerPtr player = current->Player();
+    replacement->bound_player = std::move(current->bound_player);
+    SetCurrent(replacement);
+    if (player) {
         LogHeaders(*replacement);
         ++hand_overs_;
         replacement->period->setChangeMode(2);
         player->changePeriod(0, 0, replacement->period, headers);
     }
-    SetCurrent(replacement);
     GenerateIdentity(replacement);
 }
 
@@ -94,18 +101,18 @@ bool Timeline::RemoveBound(int index) {
     MutexLock lock(mutex_);
     if (!HasPeriod(index)) return false;
     const std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(index)]);
-    BoundList removed = TakeOut(index);
+    const bool current = InPeriod(Current(), index);
+    TakeOut(index);
     ShiftPeriods(place, index, -1);
-    return LeaveRemoved(std::move(removed), index);
+    return LeaveRemoved(current, index);
 }
 
-// A bound that plays gives way to the period that has moved up to `index`; true if there is none. One that does not
-// play stays current.
-bool Timeline::LeaveRemoved(BoundList removed, int index) {
+// After TakeOut(index). If the removed period was playing, the one that has moved up to `index` begins; true if there
+// is none. A removed current bound that is not playing stays current.
+bool Timeline::LeaveRemoved(bool wasCurrent, int index) {
     PlayBound *current = Current();
-    const bool played = Holds(removed, current) && current->bound_player && state_ == kStarted;
+    const bool played = wasCurrent && current->bound_player && state_ == kStarted;
     if (played) DropPlayer(current, Detach::kNo);
-    KeepRemoved(std::move(removed));
     const bool ended = played && !HasPeriod(index);
     if (played && !ended) {
         Enter(period_bounds_[static_cast<std::size_t>(index)], Entry::kOther);
@@ -113,14 +120,10 @@ bool Timeline::LeaveRemoved(BoundList removed, int index) {
         SetCurrent(nullptr);
         state_ = kIdle;
     } else {
+        FreeRemoved();
         RefreshCurrentIdentity();
     }
     return ended;
-}
-
-void Timeline::KeepRemoved(BoundList removed) {
-    std::move(removed.begin(), removed.end(), std::back_inserter(removed_bounds_));
-    FreeRemoved();
 }
 
 // Frees what was taken out of the lists and is not current (any more). The bound that Prepare chose goes with it.

@@ -2,13 +2,14 @@
 #include <numeric>
 
 #include "base/log.h"
+#include "timeline/milliseconds.h"
 #include "timeline/timeline.h"
 
 namespace vexo {
 
 int64_t Timeline::GetDuration() {
     MutexLock lock(mutex_);
-    return std::accumulate(durations_.begin(), durations_.end(), int64_t{0});
+    return std::accumulate(durations_.begin(), durations_.end(), int64_t{0}, AddTimes);
 }
 
 int64_t Timeline::GetCurrentPosition(int mode) {
@@ -17,11 +18,11 @@ int64_t Timeline::GetCurrentPosition(int mode) {
     const PlayBound *current = Current();
     if (state_ != kIdle && current) {
         const auto place = static_cast<BoundList::difference_type>(PlaceOf(current));
-        total = std::accumulate(durations_.begin(), durations_.begin() + place, total);
+        total = std::accumulate(durations_.begin(), durations_.begin() + place, total, AddTimes);
     }
     int64_t position = 0;
     if (const PlayerPtr player = CurrentPlayer()) player->getCurrentPosition(&position, mode);
-    return total + position;
+    return AddTimes(total, position);
 }
 
 int64_t Timeline::GetPeriodDuration(int index) {
@@ -35,7 +36,7 @@ int64_t Timeline::GetPeriodDuration(int index) {
         if (HasPeriod(period)) {
             const std::size_t end = PeriodEnd(period);
             for (std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(period)]); place < end; ++place) {
-                total += BoundDuration(all_bounds_[place].get(), place);
+                total = AddTimes(total, BoundDuration(all_bounds_[place].get(), place));
             }
         }
     }
@@ -67,9 +68,9 @@ int64_t Timeline::GetPeriodCurrentPosition(int mode) {
         } else {
             std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(current->period_index)]);
             for (; all_bounds_[place].get() != current; ++place) {
-                position += BoundDuration(all_bounds_[place].get(), place);
+                position = AddTimes(position, BoundDuration(all_bounds_[place].get(), place));
             }
-            position += BoundPosition(current, place, mode);
+            position = AddTimes(position, BoundPosition(current, place, mode));
         }
     }
     VEXO_PRINT(LOG_INFO, "position:%lld", static_cast<long long>(position));
@@ -92,11 +93,12 @@ void Timeline::SeekTo(int64_t position, int mode) {
     MutexLock lock(mutex_);
     int64_t base = 0;
     for (const auto &bound : all_bounds_) {
-        if (bound->duration == 0 || base + bound->duration >= position) {
-            SeekInto(bound.get(), position - base, mode);
+        const int64_t end = AddTimes(base, bound->duration);
+        if (bound->duration == 0 || end >= position) {
+            SeekInto(bound.get(), SubtractTimes(position, base), mode);
             return;
         }
-        base += bound->duration;
+        base = end;
     }
 }
 
@@ -108,7 +110,7 @@ void Timeline::SeekCurrentPeriodTo(int64_t position, int mode) {
     auto remaining = static_cast<int32_t>(position);
     const auto ends_in = [&remaining](const PlayBound &bound) {
         if (bound.duration == 0 || remaining < bound.duration) return true;
-        remaining -= static_cast<int32_t>(bound.duration);
+        remaining = static_cast<int32_t>(SubtractTimes(remaining, bound.duration));
         return false;
     };
     const bool removed = Holds(removed_bounds_, current);

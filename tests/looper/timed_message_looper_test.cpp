@@ -68,6 +68,16 @@ TEST_F(TimedLooper, StopEndsASleepOfAnHour) {
     EXPECT_EQ(log_, "");
 }
 
+TEST_F(TimedLooper, DelaysBeyondTheClocksRangeAreCut) {
+    note("never", INT64_MAX);
+    hold();
+    note("long ago", INT64_MIN);
+    release_.set_value();
+    looper_->Stop();
+    looper_.reset();
+    EXPECT_EQ(log_, "long ago");
+}
+
 TEST_F(TimedLooper, ClearMessagesDropsWhatWaits) {
     hold();
     note("dropped", 0);

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <semaphore>
 #include <thread>
 
@@ -53,6 +55,32 @@ TEST(UTimer, TheThreadEndsWithTheLastTimerAndComesBack) {
         EXPECT_TRUE(second.try_acquire_for(5s));
         EXPECT_FALSE(first.try_acquire());
     }
+}
+
+// Destroyed after everything else of the process.
+struct Last {
+    std::atomic<bool> inCallback{false};
+    std::atomic<bool> destroyed{false};
+    ~Last() {
+        if (!inCallback) return;
+        destroyed = true;
+        std::this_thread::sleep_for(150ms);  // the timers' thread has gone on by then
+    }
+};
+Last last __attribute__((init_priority(101)));
+
+TEST(UTimerDeathTest, ACallbackMayStillRunWhenTheProcessEnds) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto end = [] {
+        const auto callback = [](void *) {
+            last.inCallback = true;
+            while (!last.destroyed) std::this_thread::yield();
+        };
+        for (int i = 0; i < 2; ++i) (new UTimer(callback, nullptr, 60000))->Start();
+        while (!last.inCallback) std::this_thread::yield();
+        std::exit(0);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
 }
 
 TEST(UTimer, TimersOfSeveralThreadsComeAndGo) {

@@ -92,6 +92,23 @@ TEST_F(TimelineBuild, OnlyPeriodsThatAskForItArePreloaded) {
               "addPreloadTask(e,8192)");
 }
 
+TEST_F(TimelineBuild, AnIndexOutOfRangeAsksNoSourceForItsLength) {
+    struct SlowDisk : oriplayer::ISource {
+        int getDuration(int, double *) override {
+            ADD_FAILURE();
+            return -1;
+        }
+    };
+    Add("a");
+    AddMixed({{"m", 10}});
+    const auto period = oriplayer::IPeriod::create();
+    const auto source = std::make_shared<SlowDisk>();
+    period->addSource(source);
+    for (const int index : {-1, 3}) timeline_->InsertBound(period, nullptr, index);
+    for (const int index : {-1, 2}) timeline_->ReplaceBound(period, nullptr, index);
+    for (const int index : {-1, 1, 2}) timeline_->InsertSource(source, nullptr, index);
+}
+
 TEST_F(TimelineBuild, AnInsertedSourceJoinsItsPeriodBeforePlayAndWhatPlaysDuringIt) {
     AddThree();
     AddMixed({{"m", 10}});

@@ -1,4 +1,6 @@
 // Positions on three scales, and seeks.
+#include <cmath>
+#include <cstdint>
 #include <functional>
 
 #include "timeline/timeline_fixture.h"
@@ -38,6 +40,22 @@ TEST_F(TimelinePosition, PreparedButNotStarted_ThePositionIsThePlayersAlone) {
     EXPECT_EQ(timeline_->GetPeriodCurrentPosition(0), 4100);
     timeline_->Start();
     EXPECT_EQ(timeline_->GetCurrentPosition(0), 14100);
+}
+
+TEST_F(TimelinePosition, ALengthThatIsNoNumberOfMillisecondsIsUnknown_SumsAreLimited) {
+    for (const double seconds : {double{INFINITY}, -double{INFINITY}, double{NAN}, 1e300, 9.3e15, -9.3e15}) {
+        SCOPED_TRACE(seconds);
+        StartAnew();
+        AddMixed({{"a", seconds}, {"b", 10}});
+        timeline_->InsertBound(MakePeriod({{"c", seconds}, {"d", 10}}), nullptr, 0);
+        EXPECT_EQ(timeline_->GetDuration(), 20000);
+        timeline_->SkipToNext(false);
+        timeline_->SeekTo(15000, 0);
+        EXPECT_EQ(CurrentUrl(), "a");
+    }
+    for (const char *url : {"c", "d"}) Add(url, 9.2e15);
+    EXPECT_EQ(timeline_->GetDuration(), INT64_MAX);
+    EXPECT_EQ(timeline_->GetPeriodDuration(0), 10000);
 }
 
 // It plays the first of a (10 s), b and c (20 s and 30 s, one mixed period), d (5 s, starts at 1 s), e (unknown).
