@@ -4,7 +4,7 @@
 #include <json/writer.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <charconv>
 #include <fstream>
 #include <utility>
 
@@ -16,7 +16,8 @@ std::vector<double> numbersOf(const std::string &text) {
     std::vector<double> numbers;
     for (std::size_t from = 0; from < text.size();) {
         const std::size_t comma = std::min(text.find(',', from), text.size());
-        numbers.push_back(std::strtod(text.substr(from, comma - from).c_str(), nullptr));
+        double &number = numbers.emplace_back(0.0);
+        std::from_chars(text.data() + from, text.data() + comma, number);
         from = comma + 1;
     }
     return numbers;

@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <cmath>
 #include <filesystem>
 
@@ -201,14 +202,10 @@ std::optional<int64_t> parseTime(const std::string &text) {
             field.size() > 12 || ++fields > 3) {
             return std::nullopt;
         }
-        std::size_t used = 0;
         double value = 0.0;
-        try {
-            value = std::stod(field, &used);
-        } catch (const std::logic_error &) {  // "." alone
-            return std::nullopt;
-        }
-        if (used != field.size() || (fields > 1 && value >= 60.0)) return std::nullopt;
+        const char *end = field.data() + field.size();
+        const auto [used, error] = std::from_chars(field.data(), end, value);
+        if (error != std::errc() || used != end || (fields > 1 && value >= 60.0)) return std::nullopt;
         seconds = seconds * 60.0 + value;
         if (last) return std::llround(seconds * 1000.0);
         from = colon + 1;

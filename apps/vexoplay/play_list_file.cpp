@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cstdlib>
+#include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -29,8 +29,9 @@ std::string resolved(const std::string &entry, const std::string &folder) {
 
 // "#EXTINF:12.5 key="a, b",Title": the title begins behind the first comma outside of quotes.
 void readExtInf(const std::string &line, ListedItem &next) {
-    const char *seconds = line.c_str() + std::strlen("#EXTINF:");
-    const double value = std::strtod(seconds, nullptr);
+    const std::size_t seconds = std::min(line.find_first_not_of(' ', std::strlen("#EXTINF:")), line.size());
+    double value = 0.0;
+    std::from_chars(line.data() + seconds, line.data() + line.size(), value);
     if (value > 0.0 && value < 1e9) next.declaredMs = static_cast<int64_t>(value * 1000.0 + 0.5);
     bool quoted = false;
     for (std::size_t i = 0; i < line.size(); ++i) {

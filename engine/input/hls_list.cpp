@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
 #include <utility>
 
 namespace oriplayer {
@@ -43,7 +42,9 @@ int64_t number(std::string_view text) {
 }
 
 double secondsIn(std::string_view text) {
-    const double seconds = std::atof(std::string(text).c_str());
+    double seconds = 0.0;
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    std::from_chars(text.data(), text.data() + text.size(), seconds);
     return seconds > 0.0 ? std::min(seconds, kMostSeconds) : 0.0;
 }
 

@@ -2,6 +2,7 @@
 // configuration.
 #include <cstdlib>
 
+#include "base/c_locale.h"
 #include "base/log.h"
 #include "base/oriplayer/player.h"
 #include "base/oriplayer/string_map.h"
@@ -94,7 +95,7 @@ int CodecMediaProcess::crop(oriplayer::IOriPlayer *player, const Params &params)
             VEXO_PRINT(LOG_DEBUG, missing, kName);
             return -1;
         }
-        const auto value = static_cast<float>(std::atof(found->second.c_str()));
+        const auto value = static_cast<float>(DoubleOf(found->second.c_str()));
         change([value, edge = edge](CodecPlayState &state) { state.*edge = value; });
     }
     const CodecPlayState now = state();

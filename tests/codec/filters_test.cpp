@@ -1,3 +1,5 @@
+#include <clocale>
+#include <cstdlib>
 #include <map>
 #include <string>
 
@@ -78,7 +80,9 @@ TEST_F(Filters, AResource_IsTheFirstWholeEntryThatFits) {
     }
 }
 
-TEST_F(Filters, TheCrop_IsARenderConfigurationOfItsFourEdges) {
+TEST_F(Filters, TheCrop_IsARenderConfigurationOfItsFourEdges_WhateverTheLocale) {
+    setenv("LOCPATH", LOCALES, 1);
+    ASSERT_NE(std::setlocale(LC_NUMERIC, "decimal_comma"), nullptr);
     const std::map<std::string, std::string> edges{{"left", "0.25"}, {"right", "0.75"}, {"top", "x"}, {"bottom", "1"}};
     EXPECT_EQ(filter(10, edges), 0);
     play();
@@ -100,6 +104,7 @@ TEST_F(Filters, TheCrop_IsARenderConfigurationOfItsFourEdges) {
     }
     EXPECT_EQ(calls[1].call + std::to_string(calls[1].number) + "," + std::to_string(calls[1].index),
               "setRenderConfig2011,0");
+    std::setlocale(LC_NUMERIC, "C");
 }
 
 }  // namespace
