@@ -83,14 +83,15 @@ void CodecNetProcess::OnConfigUpdate(std::string ns, std::map<std::string, std::
     const std::string type = find(values, kNetworkType);
     std::string wifi;
     if (!type.empty()) wifi = type == kWifiType ? "1" : "0";
-    if (!wifi.empty() && std::atoi(wifi.c_str()) != sIsWifiRealTime) HandleNetStatusChange(wifi);
-    std::string mobileDomain = find(values, kCdn4GDomain);
-    std::string wifiDomain = find(values, kCdnWifiDomain);
-    {
-        MutexLock lock(mTextLock);
-        if (!mobileDomain.empty()) m4GDomain = std::move(mobileDomain);
-        if (!wifiDomain.empty()) mWifiDomain = std::move(wifiDomain);
+    const std::string mobileDomain = find(values, kCdn4GDomain);
+    const std::string wifiDomain = find(values, kCdnWifiDomain);
+    if (!wifi.empty() && std::atoi(wifi.c_str()) != sIsWifiRealTime) {
+        // The engine asks for a domain on its own thread, perhaps before this call is over, and for the players of
+        // other processors perhaps before the host has told those.
+        shareDomains(wifiDomain, mobileDomain);
+        HandleNetStatusChange(wifi);
     }
+    takeDomains(wifiDomain, mobileDomain);
     VEXO_PRINT(LOG_DEBUG, "CodecNetProcess::m4GStrategy==%s mWifiStrategy==%s iswifi=%s\n", m4GStrategy.c_str(),
                mWifiStrategy.c_str(), wifi.c_str());
 }
@@ -112,7 +113,56 @@ int CodecNetProcess::HandleNetStatusChange(const std::string &status) {
         VEXO_PRINT(LOG_INFO, "set KVPLAYER_PROPERTY_TYPE_NETWORK_STATUS:%d while playing, mLastNetworkType: %d", isWifi,
                    before);
     }
+    for (const auto &player : otherPlayers()) player->setParameter(kKeyNetworkStatus, param, -1);
     return 0;
+}
+
+// Of the other processors. They are told outside the lock: an engine may answer at once.
+std::vector<std::shared_ptr<oriplayer::IOriPlayer>> CodecNetProcess::otherPlayers() const {
+    std::vector<std::shared_ptr<oriplayer::IOriPlayer>> players;
+    MutexLock lock(sInstancesLock);
+    for (const CodecNetInstance &instance : sInstances) {
+        if (!instance.process || instance.process == this) continue;
+        if (auto player = instance.process->activePlayer()) players.push_back(std::move(player));
+    }
+    return players;
+}
+
+void CodecNetProcess::takeDomains(const std::string &wifi, const std::string &mobile) {
+    MutexLock lock(mTextLock);
+    if (!wifi.empty()) mWifiDomain = wifi;
+    if (!mobile.empty()) m4GDomain = mobile;
+    for (PlayerDomains &recorded : mRecorded) {
+        if (!wifi.empty()) recorded.domains.wifi = wifi;
+        if (!mobile.empty()) recorded.domains.mobile = mobile;
+    }
+}
+
+// Also with the processors that follow the same configuration.
+void CodecNetProcess::shareDomains(const std::string &wifi, const std::string &mobile) {
+    takeDomains(wifi, mobile);
+    const auto followed = configure();
+    if (!followed) return;
+    MutexLock lock(sInstancesLock);
+    for (const CodecNetInstance &instance : sInstances) {
+        if (!instance.process || instance.process == this) continue;
+        if (instance.process->configure() == followed) instance.process->takeDomains(wifi, mobile);
+    }
+}
+
+void CodecNetProcess::RecordDomains(int timeline, int id, const std::shared_ptr<oriplayer::StringMap> &headers) {
+    if (timeline != 0 && timeline != 1) return;
+    const bool given = headers && headers->size() > 0;
+    const char *wifi = given ? headers->valueFor(kCdnWifiDomain) : nullptr;
+    const char *mobile = given ? headers->valueFor(kCdn4GDomain) : nullptr;
+    const char *strategy = given ? headers->valueFor(kUseNewHostStrategy) : nullptr;
+    MutexLock lock(mTextLock);
+    PlayerDomains &recorded = mRecorded[static_cast<std::size_t>(timeline)];
+    if (!recorded.player) recorded.domains = {mWifiDomain, m4GDomain, mUseNewHostStrategy};
+    recorded.player = id;
+    if (wifi) recorded.domains.wifi = wifi;
+    if (mobile) recorded.domains.mobile = mobile;
+    if (given) recorded.domains.useNewHostStrategy = strategy && std::atoi(strategy) != 0;
 }
 
 int CodecNetProcess::SetCurrentHeader(int id, std::shared_ptr<oriplayer::StringMap> headers) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -52,7 +54,9 @@ struct CodecNetInstance {
 /// asks for a domain after a change of network.
 ///
 /// Process:  whether the device is on wifi, and the list of processors, are shared by all players: the engine asks one
-///           function for all of them. The last writer of the network state wins.
+///           function for all of them. The last writer of the network state wins. The update that changes it is also
+///           passed on to the processors that follow the same configuration, before any engine player is told, so that
+///           each question it causes is answered with its domains.
 /// Threads:  any; OnConfigUpdate on the host's, the domain lookup on the engine's. The destructor waits for an
 ///           OnConfigUpdate under way, and so does not run inside one.
 /// Locks:    sInstancesLock guards the list and is held through a whole lookup; nobody takes it under a timeline's
@@ -73,7 +77,12 @@ public:
     /// A bound has been entered: `id` is its engine player's, `headers` its period's. May run under a timeline's mutex.
     /// Always 0.
     int SetCurrentHeader(int id, std::shared_ptr<oriplayer::StringMap> headers);
-    /// "1" is wifi, "0" a mobile network, anything else ignored. Always 0.
+    /// A bound has been entered on timeline 0 or 1: `id` is the engine player's, `headers` the period's, which may be
+    /// empty. Questions about that player are answered with these domains, also after the other timeline has entered
+    /// bounds of its own. May run under a timeline's mutex.
+    void RecordDomains(int timeline, int id, const std::shared_ptr<oriplayer::StringMap> &headers);
+    /// "1" is wifi, "0" a mobile network, anything else ignored. A change is passed on to the engine players of all
+    /// processors of the process. Always 0.
     int HandleNetStatusChange(const std::string &status);
 
     /// Makes `para` a MEDIA_INFO_NETWORK_SPEED_UPDATE if something is being downloaded now, and leaves it else: arg1 is
@@ -92,17 +101,35 @@ public:
 
 private:
     std::shared_ptr<protocols::IConfigure> configure() const;
-    std::string currentDomain() const;
+    /// What questions about one engine player are answered with.
+    struct Domains {
+        std::string wifi;
+        std::string mobile;
+        bool useNewHostStrategy = false;
+    };
+    struct PlayerDomains {
+        std::optional<int> player;  // unset until the timeline enters its first bound
+        Domains domains;
+    };
+    std::optional<Domains> recordedFor(int player) const;
+    Domains ownDomains() const;
+    /// Empty texts change nothing.
+    void takeDomains(const std::string &wifi, const std::string &mobile);
+    void shareDomains(const std::string &wifi, const std::string &mobile);
+    std::vector<std::shared_ptr<oriplayer::IOriPlayer>> otherPlayers() const;
     void probeNetwork(const char *url, int &networkState) const;
     void resolveByHost(char *domain, int size, const char *url, const char *extra) const;
-    int answer(char *domain, int size, int &networkState, const char *url, const char *extra) const;
+    int answer(const Domains &domains, char *domain, int size, int &networkState, const char *url,
+               const char *extra) const;
     int answerInstead(char *domain, int size) const;
+    static const std::string &choose(const Domains &domains);
     static void copyOut(const std::string &text, char *domain, int size);
     void setDomain(std::string CodecNetProcess::*domain, std::string text);
 
     std::atomic<MixedCodecsPlayer *> mOwner;
     std::string mWifiDomain VEXO_GUARDED_BY(mTextLock);
     std::string m4GDomain VEXO_GUARDED_BY(mTextLock);
+    std::array<PlayerDomains, 2> mRecorded VEXO_GUARDED_BY(mTextLock);  ///< of the main and the isolated timeline
     std::shared_ptr<protocols::IConfigure> mNetConfigure VEXO_GUARDED_BY(mTextLock);
     const std::string mWifiStrategy;  ///< these two appear in the log; nothing fills them yet
     const std::string m4GStrategy;

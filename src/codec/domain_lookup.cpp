@@ -17,25 +17,44 @@ int CodecNetProcess::GetDomainListAfterNetChanged(const int id, char *domain, co
     networkState = sIsWifiRealTime;
     MutexLock lock(sInstancesLock);
     if (!domain || size <= 0 || sInstances.empty()) return -1;
+    for (const CodecNetInstance &instance : sInstances) {
+        const auto recorded = instance.process ? instance.process->recordedFor(id) : std::nullopt;
+        if (recorded) return instance.process->answer(*recorded, domain, size, networkState, url, extra);
+    }
     const CodecNetProcess *last = nullptr;
     for (const CodecNetInstance &instance : sInstances) {
         if (!instance.process) continue;
         last = instance.process;
-        if (last->mCurrentPlayerId == id) return last->answer(domain, size, networkState, url, extra);
+        if (last->mCurrentPlayerId == id) {
+            return last->answer(last->ownDomains(), domain, size, networkState, url, extra);
+        }
     }
     if (last) return last->answerInstead(domain, size);
     VEXO_PRINT(LOG_DEBUG, "Download Start ptr == null\n");
     return -1;
 }
 
-std::string CodecNetProcess::currentDomain() const {
+std::optional<CodecNetProcess::Domains> CodecNetProcess::recordedFor(int player) const {
     MutexLock lock(mTextLock);
-    return sIsWifiRealTime != 0 ? mWifiDomain : m4GDomain;
+    for (const PlayerDomains &recorded : mRecorded) {
+        if (recorded.player == player) return recorded.domains;
+    }
+    return {};
+}
+
+CodecNetProcess::Domains CodecNetProcess::ownDomains() const {
+    MutexLock lock(mTextLock);
+    return {mWifiDomain, m4GDomain, mUseNewHostStrategy};
+}
+
+const std::string &CodecNetProcess::choose(const Domains &domains) {
+    return sIsWifiRealTime != 0 ? domains.wifi : domains.mobile;
 }
 
 /// Nobody plays the player in question: the youngest processor's domain is better than none.
 int CodecNetProcess::answerInstead(char *domain, int size) const {
-    const std::string text = currentDomain();
+    const Domains domains = ownDomains();
+    const std::string &text = choose(domains);
     if (text.empty()) {
         VEXO_PRINT(LOG_DEBUG, "Download Startdomian is empty");
         return -1;
@@ -46,9 +65,10 @@ int CodecNetProcess::answerInstead(char *domain, int size) const {
     return 0;
 }
 
-int CodecNetProcess::answer(char *domain, int size, int &networkState, const char *url, const char *extra) const {
+int CodecNetProcess::answer(const Domains &domains, char *domain, int size, int &networkState, const char *url,
+                            const char *extra) const {
     probeNetwork(url, networkState);
-    if (mUseNewHostStrategy) {
+    if (domains.useNewHostStrategy) {
         resolveByHost(domain, size, url, extra);
         return 0;
     }
@@ -56,7 +76,7 @@ int CodecNetProcess::answer(char *domain, int size, int &networkState, const cha
                "CodecNetProcess::getDomainListAfterNetChanged enter, movie, networkState = %d, sIsWifiRealTime = %d, "
                "mLastNetworkType = %d",
                networkState, sIsWifiRealTime.load(), mLastNetworkType.load());
-    const std::string text = currentDomain();
+    const std::string &text = choose(domains);
     VEXO_PRINT(LOG_DEBUG, "Download Start domain ======%s %d", text.c_str(), sIsWifiRealTime.load());
     VEXO_SINK("Download Start domain ======%s %d", text.c_str(), sIsWifiRealTime.load());
     if (text.empty()) return -1;

@@ -19,7 +19,8 @@ class Timeline;
 /// speak to directly, and the host's configuration.
 /// Threads:  any.
 /// Locks:    mTimelineLock and mPlayerLock are taken one after the other, never together, and no engine call runs under
-///           them. Asking the timeline for its player takes the timeline's mutex under mPlayerLock.
+///           them. The timeline's mutex is never taken: controls may be called inside a picture callback, for
+///           which a change of bound waits under that mutex.
 class VEXO_API ICodec {
 public:
     ICodec() = default;

@@ -10,7 +10,7 @@ void CodecMediaProcess::AccumulatePeriodStatistics(int playerId) {
 
     // The timeline whose mutex is held here may be the other one: the player comes from the copy.
     const std::shared_ptr<Timeline> main = timeline();
-    const std::shared_ptr<oriplayer::IOriPlayer> player = main ? main->PeekActivePlayer() : nullptr;
+    const std::shared_ptr<oriplayer::IOriPlayer> player = main ? main->GetActivePlayer() : nullptr;
     oriplayer::Param param;
     if (player) player->getParameter(kParamUsedAndConsumed, &param, -1);
     mTotalUsedBufferSize += param.getInt64(-1);

@@ -111,10 +111,13 @@ void MixedCodecsPlayer::accessBoth(const TimelineFunction &fn) {
 void MixedCodecsPlayer::notifyPeriodSwitched(Timeline *timeline) {
     VEXO_PRINT(LOG_DEBUG, "timeline notifyPeriodSwitched");
     if (!net_processor_ || !timeline) return;
-    timeline->AccessCurrentBound([this](PlayBound *bound) {
+    timeline->AccessCurrentBound([this, timeline](PlayBound *bound) {
         if (!bound || !bound->period) return;
         VEXO_PRINT(LOG_DEBUG, "timeline notifyPeriodSwitched1 %d", getActiveID());
         net_processor_->SetCurrentHeader(getActiveID(), bound->period->getHeaders());
+        // The active timeline may be the other one.
+        const int id = timeline == timelines_[1].get() ? 1 : 0;
+        net_processor_->RecordDomains(id, timeline->GetActiveId(), bound->period->getHeaders());
         if (media_processor_) media_processor_->AccumulatePeriodStatistics(getActiveID());
     });
 }

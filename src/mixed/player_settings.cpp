@@ -39,12 +39,12 @@ int MixedCodecsPlayer::getParameter(int key, oriplayer::Param *value, int index)
 }
 
 bool MixedCodecsPlayer::isPlaying() {
-    const auto player = timelines_[static_cast<std::size_t>(getActiveIndex())]->PeekActivePlayer();
+    const auto player = timelines_[static_cast<std::size_t>(getActiveIndex())]->GetActivePlayer();
     return player && player->isPlaying();
 }
 
 bool MixedCodecsPlayer::isLooping() {
-    const auto player = timelines_[static_cast<std::size_t>(getActiveIndex())]->PeekActivePlayer();
+    const auto player = timelines_[static_cast<std::size_t>(getActiveIndex())]->GetActivePlayer();
     return player && player->isLooping();
 }
 
@@ -71,6 +71,7 @@ int MixedCodecsPlayer::getActiveID() {
 }
 
 int MixedCodecsPlayer::getVideoSurface(void **out) {
+    if (!out) return -1;
     return accessActive([=](Timeline *timeline) {
         timeline->AccessCurrentBound([=](PlayBound *) {  // for the mutex: the record is freed under it
             if (const VideoSurface *record = timeline->GetVideoSurface()) *out = record->surface;

@@ -36,11 +36,6 @@ void Timeline::Close() {
     event_listener_->Close();
 }
 
-Timeline::PlayerPtr Timeline::GetActivePlayer() {
-    MutexLock lock(mutex_);
-    return CurrentPlayer();
-}
-
 void Timeline::AccessCurrentBound(const std::function<void(PlayBound *)> &function) {
     MutexLock lock(mutex_);
     function(Current());

@@ -67,11 +67,9 @@ public:
     /// For comparison only: the record may go at any moment. AccessCurrentBound gives one that can be followed.
     PlayBound *GetCurrentBound() const { return current_play_bound_.load(); }
     int32_t GetBoundPeriodIndex(PlayBound *bound) const { return bound->period_index; }
-    /// The current bound's player, or empty. Takes the timeline's mutex.
-    std::shared_ptr<oriplayer::IOriPlayer> GetActivePlayer();
-    /// The same from a copy with a leaf mutex: never waits for a command, and may be called under another timeline's
-    /// mutex.
-    std::shared_ptr<oriplayer::IOriPlayer> PeekActivePlayer() const { return player_view_.Get(); }
+    /// The current bound's player, or empty. From a copy with a leaf mutex: never waits for a command, and may be
+    /// called inside a picture callback or under another timeline's mutex.
+    std::shared_ptr<oriplayer::IOriPlayer> GetActivePlayer() const { return player_view_.Get(); }
     /// Calls `function` with the current bound, which may be null, under the timeline's mutex.
     void AccessCurrentBound(const std::function<void(PlayBound *)> &function);
     /// Makes the bound's identity and keeps it there: timeline << 16 | period << 8 | source, 8 bits each. 0 for null.

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
+#include <future>
 #include <set>
 
 #include "codec/control_table.h"
@@ -55,6 +57,18 @@ const std::vector<Use> kUses{
 };
 
 using Controls = MediaTest;
+
+TEST_F(Controls, OnAPictureThread_DoNotWaitForAChangeOfBound) {
+    play();
+    engine.onCall([this](const std::string &entry) {
+        if (entry != "p1.stop") return;  // waits for the picture callback that is running
+        auto control = std::async(std::launch::async, [this] { return processor.SetPlaySpeed(1.5); });
+        EXPECT_EQ(control.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+        engine.onCall(nullptr);
+    });
+    timeline->SeekTo(15'000, 0);
+    EXPECT_NE(timeline->GetActivePlayer(), nullptr);
+}
 
 TEST_F(Controls, WithoutAPlayer_TheAnswerIsTheRows) {
     std::set<int> keys;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <future>
 #include <memory>
 
 #include "codec/codec_net_process.h"
@@ -69,6 +70,47 @@ TEST_F(NetProcess, ThePlayersOwnProcessor_AnswersElseTheYoungest) {
     EXPECT_EQ(ask(11, "", -1), "-1@1");
     process.reset();
     EXPECT_EQ(ask(11), "two@1");
+}
+
+TEST_F(NetProcess, EachTimelineKeepsItsDomains) {
+    process->SetCurrentHeader(11, headers({{"cdn_wifi_domain", "main"}}));
+    process->RecordDomains(0, 11, headers({{"cdn_wifi_domain", "main"}}));
+    const auto interruption = headers({{"cdn_wifi_domain", "other"}, {"isUseNewHostStrategy", "1"}});
+    process->SetCurrentHeader(22, interruption);
+    process->RecordDomains(1, 22, interruption);
+    process->RecordDomains(7, 33, interruption);
+    CodecNetProcess younger(nullptr);
+    younger.SetCurrentHeader(44, headers({{"cdn_wifi_domain", "younger"}}));
+    EXPECT_EQ(ask(11), "main@1");
+    EXPECT_EQ(ask(22), "untouched@1") << "the host's own strategy, which is not there";
+    EXPECT_EQ(ask(33), "younger@1");
+    process->RecordDomains(0, 12, nullptr);
+    EXPECT_EQ(ask(12), "main@1");
+    update("play_info", {{"cdn_wifi_domain", "new"}});
+    EXPECT_EQ(ask(12), "new@1");
+}
+
+TEST_F(NetProcess, AChangeReachesEveryPlayer_AndIsAnsweredWithItsDomains) {
+    const auto host = std::make_shared<fake::RecordingConfigure>();
+    CodecNetProcess other(nullptr);
+    for (CodecNetProcess *one : {process.get(), &other}) {
+        one->SetConfigure(host);
+        const auto timeline = std::make_shared<Timeline>(0);
+        one->Initialize(timeline, nullptr, -1, -1);
+        timeline->AddBound(oriplayer::IPeriod::create(), nullptr);
+        timeline->Prepare();
+        one->RecordDomains(0, timeline->GetActiveId(), headers({{"cdn_4g_domain", "old"}}));
+    }
+    std::string asked;
+    engine.onCall([&](const std::string &entry) {
+        if (entry.find(".setParameter(3901") == std::string::npos) return;
+        // The engine asks on a thread of its own.
+        const std::string name = entry.substr(0, 2);
+        asked += name + ":" + std::async(std::launch::async, [&] { return ask(engine.idOf(name)); }).get() + " ";
+    });
+    for (int i = 0; i < 2; ++i) update("system_info", {{"network_type", "1"}, {"cdn_4g_domain", "mobile"}});
+    engine.onCall(nullptr);
+    EXPECT_EQ(asked, "p1:mobile@0 p2:mobile@0 ");
 }
 
 TEST_F(NetProcess, TheNetworkOfThisMoment_ChoosesAmongTheDomainsKnown) {

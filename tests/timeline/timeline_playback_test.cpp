@@ -62,7 +62,6 @@ TEST_F(TimelinePlayback, AProgrammePlaysFromBoundToBoundWithOnePlayerAtATime) {
     EXPECT_EQ(Events(), "1000@000000 1001@000000 1000@000100 1001@000100 1000@000101 1001@000101");
     EXPECT_EQ(timeline_->GetState(), Timeline::kIdle);
     EXPECT_EQ(timeline_->GetActivePlayer(), nullptr);
-    EXPECT_EQ(timeline_->PeekActivePlayer(), nullptr);
     EXPECT_EQ(engine_.maxLiving(), 1);
 }
 
