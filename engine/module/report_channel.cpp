@@ -1,3 +1,4 @@
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -7,9 +8,16 @@
 namespace live_stream_sdk {
 namespace {
 
+struct Installed {
+    explicit Installed(ReportHandler given) : handler(std::move(given)) {}
+    const ReportHandler handler;
+    int running = 0;  ///< calls, guarded by Channel::mutex
+};
+
 struct Channel {
     std::mutex mutex;
-    std::shared_ptr<const ReportHandler> handler;
+    std::condition_variable idle;  ///< a call has returned
+    std::shared_ptr<Installed> current;
 };
 
 // Never destroyed: log lines may leave while the process ends.
@@ -18,22 +26,40 @@ Channel &channel() {
     return instance;
 }
 
+thread_local int callsOnThisThread = 0;
+
+void call(const ReportHandler &handler, const char *module, const char *category, const Json::Value &report) {
+    ++callsOnThisThread;
+    try {
+        handler(module, category, report);
+    } catch (...) {  // the reporting thread is not the host's
+    }
+    --callsOnThisThread;
+}
+
 }  // namespace
 
+// A thread inside a handler waits for nobody: the one it waits for may be waiting for it.
 void setReportHandler(ReportHandler handler) {
-    auto next = handler ? std::make_shared<const ReportHandler>(std::move(handler)) : nullptr;
-    std::lock_guard lock(channel().mutex);
-    channel().handler.swap(next);
+    auto other = handler ? std::make_shared<Installed>(std::move(handler)) : nullptr;
+    std::unique_lock lock(channel().mutex);
+    channel().current.swap(other);
+    if (other && callsOnThisThread == 0) channel().idle.wait(lock, [&] { return other->running == 0; });
 }
 
 // The handler runs without the lock: it may install another one.
 void LiveStreamSDKSendReport(int, const char *module, const char *category, void *report, void *) {
-    std::shared_ptr<const ReportHandler> handler;
+    if (!report) return;
+    std::shared_ptr<Installed> installed;
     {
         std::lock_guard lock(channel().mutex);
-        handler = channel().handler;
+        installed = channel().current;
+        if (!installed) return;
+        ++installed->running;
     }
-    if (handler && report) (*handler)(module, category, *static_cast<const Json::Value *>(report));
+    call(installed->handler, module, category, *static_cast<const Json::Value *>(report));
+    std::lock_guard lock(channel().mutex);
+    if (--installed->running == 0) channel().idle.notify_all();
 }
 
 }  // namespace live_stream_sdk

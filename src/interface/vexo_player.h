@@ -40,9 +40,13 @@ constexpr char kQzrtpStreamAlias[] = "qzrtp_stream_alias";
 ///           that callback is the last of its thread, and another thread may be in one a little longer.
 class VEXO_API IVexoPlayer {
 public:
-    /// `callback` may be null, and else outlives the player. Options of another type or name are ignored.
-    /// Throws only what the system gives when there is no thread or memory.
+    /// `callback` may be null, and else outlives the player. If the last reference may be dropped inside a callback,
+    /// use the other overload: nothing says when the player has ended then. Options of another type or name are
+    /// ignored. Throws only if there is no thread or memory.
     static std::shared_ptr<IVexoPlayer> create(IVexoPlayerCallback *callback, VexoParams params);
+    /// The player shares `callback`, and lets it go when none of its callbacks is running or can run again. If the last
+    /// reference to the player was dropped inside a callback, that is on a thread of the library.
+    static std::shared_ptr<IVexoPlayer> create(std::shared_ptr<IVexoPlayerCallback> callback, VexoParams params);
 
     virtual ~IVexoPlayer() = default;
     /// Stops what is playing and takes `source` in its place; null is ignored. Of two sources set at once the later

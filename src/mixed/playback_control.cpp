@@ -130,21 +130,25 @@ void MixedCodecsPlayer::setAudioDevice(std::string device) {
 
 int MixedCodecsPlayer::getCurrentPosition(int64_t *positionMs, int mode) {
     VEXO_PRINT(LOG_INFO, "enter");
+    if (!positionMs) return -1;
     return accessActive([=](Timeline *timeline) { *positionMs = timeline->GetCurrentPosition(mode); });
 }
 
 int MixedCodecsPlayer::getDuration(int64_t *durationMs) {
     VEXO_PRINT(LOG_INFO, "enter");
+    if (!durationMs) return -1;
     return accessActive([=](Timeline *timeline) { *durationMs = timeline->GetDuration(); });
 }
 
 int MixedCodecsPlayer::getCurrentPeriodDuration(int64_t *durationMs) {
     VEXO_PRINT(LOG_INFO, "enter");
+    if (!durationMs) return -1;
     return accessActive([=](Timeline *timeline) { *durationMs = timeline->GetPeriodDuration(-1); });
 }
 
 int MixedCodecsPlayer::getCurrentPeriodPosition(int64_t *positionMs, int mode) {
     VEXO_PRINT(LOG_INFO, "enter");
+    if (!positionMs) return -1;
     return accessActive([=](Timeline *timeline) { *positionMs = timeline->GetPeriodCurrentPosition(mode); });
 }
 
@@ -163,6 +167,7 @@ int MixedCodecsPlayer::getVideoHeight() {
 }
 
 int MixedCodecsPlayer::getVideoSize(int *width, int *height) {
+    if (!width || !height) return -1;
     return accessActive([=](Timeline *timeline) {
         *width = timeline->GetVideoWidth();
         *height = timeline->GetVideoHeight();

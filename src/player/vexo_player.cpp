@@ -41,8 +41,13 @@ std::shared_ptr<IVexoPlayer> IVexoPlayer::create(IVexoPlayerCallback *callback, 
     return std::shared_ptr<VexoPlayer>(new VexoPlayer(callback, std::move(params)), &VexoPlayer::Release);
 }
 
-VexoPlayer::VexoPlayer(IVexoPlayerCallback *callback, VexoParams params)
-    : mToken(std::make_shared<vexo::CallbackToken>()) {
+std::shared_ptr<IVexoPlayer> IVexoPlayer::create(std::shared_ptr<IVexoPlayerCallback> callback, VexoParams params) {
+    auto *const player = new VexoPlayer(callback.get(), std::move(params), callback);
+    return std::shared_ptr<VexoPlayer>(player, &VexoPlayer::Release);
+}
+
+VexoPlayer::VexoPlayer(IVexoPlayerCallback *callback, VexoParams params, std::shared_ptr<IVexoPlayerCallback> owned)
+    : mOwnedCallback(std::move(owned)), mToken(std::make_shared<vexo::CallbackToken>()) {
     vexo::SetLogCallback(&vexo::VexoLogReportSink);
     VEXO_SINK("VexoPlayer construct callback:%d params:%s\n", callback ? 1 : 0, DumpParams(params).c_str());
     mCallback = callback;

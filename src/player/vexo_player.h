@@ -35,7 +35,8 @@ class VexoReporter;
 ///           object as its last act.
 class VexoPlayer : public IVexoPlayer, public PlayerCallbackPort, public RenderCallbackPort {
 public:
-    VexoPlayer(IVexoPlayerCallback *callback, VexoParams params);
+    /// Keeps `owned` until it is destroyed.
+    VexoPlayer(IVexoPlayerCallback *callback, VexoParams params, std::shared_ptr<IVexoPlayerCallback> owned = nullptr);
     ~VexoPlayer() override;
     VexoPlayer(const VexoPlayer &) = delete;
     VexoPlayer &operator=(const VexoPlayer &) = delete;
@@ -77,6 +78,7 @@ private:
     void run();
     static void threadEntry(VexoPlayer *player);
 
+    const std::shared_ptr<IVexoPlayerCallback> mOwnedCallback;  ///< first: goes when nothing can call it any more
     const std::shared_ptr<vexo::CallbackToken> mToken;  ///< marks threads inside a callback; shared with mPlayer
     std::atomic<IVexoPlayerCallback *> mCallback{nullptr};
     vexo::LeafGuarded<std::shared_ptr<IVexoMediaSource>> mSource;

@@ -108,6 +108,19 @@ TEST_F(PlaybackControl, UserAgentAndSurface_ReachOneAndBothTimelines) {
     EXPECT_EQ(out, window);
 }
 
+TEST_F(PlaybackControl, NowhereToWrite_IsRefused) {
+    playMain({"a"});
+    int value = 77;
+    auto &p = *player;
+    for (const int result :
+         {p.getCurrentPosition(nullptr, 0), p.getDuration(nullptr), p.getVideoSize(nullptr, nullptr),
+          p.getVideoSize(&value, nullptr), p.getVideoSize(nullptr, &value), p.getCurrentPeriodDuration(nullptr),
+          p.getCurrentPeriodPosition(nullptr, 0), p.getVideoSurface(nullptr)}) {
+        EXPECT_EQ(result, -1);
+    }
+    EXPECT_EQ(value, 77);
+}
+
 TEST_F(PlaybackControl, ANewBound_TellsTheProcessorsItsHeadersAndItsPlayer) {
     auto headers = std::make_shared<StringMap>();
     headers->add("cdn_wifi_domain", "wifi.example");
@@ -126,6 +139,17 @@ TEST_F(PlaybackControl, ANewBound_TellsTheProcessorsItsHeadersAndItsPlayer) {
     int network = -1;
     ASSERT_EQ(engine.domainCallback()(engine.idOf("p1"), domain, sizeof domain, network, "http://a", ""), 0);
     EXPECT_STREQ(domain, "wifi.example");
+
+    player->start();
+    const auto interruption = period({"x"});
+    headers = std::make_shared<StringMap>();
+    headers->add("cdn_wifi_domain", "other.example");
+    interruption->setHeaders(headers);
+    takeOver({interruption});
+    for (const auto &[name, expected] : {std::pair{"p1", "wifi.example"}, {"p2", "other.example"}}) {
+        ASSERT_EQ(engine.domainCallback()(engine.idOf(name), domain, sizeof domain, network, "http://a", ""), 0);
+        EXPECT_STREQ(domain, expected);
+    }
 }
 
 TEST_F(PlaybackControl, ConfigurationListener_LeavesTheOldHostFirstAndIsRenewedByEveryStart) {

@@ -159,6 +159,31 @@ TEST_F(Playback, ACallbackMayUseThePlayerWhileItIsDestroyed) {
     }
 }
 
+TEST_F(Playback, ASharedCallbackIsDestroyedAfterItsLastCallback) {
+    struct Shared : Application {
+        ~Shared() override { destroyed->set_value(inside->load()); }
+        std::promise<bool> *destroyed = nullptr;
+        std::atomic<bool> *inside = nullptr;
+    };
+    std::promise<bool> destroyed;
+    std::atomic<bool> inside{false};
+    auto callback = std::make_shared<Shared>();
+    callback->destroyed = &destroyed;
+    callback->inside = &inside;
+    callback->onEvent([&](int code) {
+        if (code != 306) return;
+        inside = true;
+        player_.reset();  // the last reference
+        for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+        inside = false;
+    });
+    player_ = IVexoPlayer::create(std::move(callback), {});
+    open("a.mp4");
+    settle();
+    engine_.post("p1", 306);
+    EXPECT_FALSE(destroyed.get_future().get()) << "destroyed inside its callback";
+}
+
 TEST_F(Playback, BehindTheDestructorTheApplicationHearsNothing) {
     for (int round = 0; round < 20; ++round) {
         restartEngine();

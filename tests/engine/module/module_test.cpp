@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 #include <json/json.h>
 
+#include <atomic>
 #include <cstring>
+#include <future>
+#include <stdexcept>
+#include <thread>
 
 #include "base/live_stream_sdk.h"
 #include "engine/playback/watched_player.h"
@@ -86,6 +90,23 @@ TEST(Parameters, TakeWhatFitsAndRefuseTheRest) {
     oriplayer::StringMap map;
     EXPECT_EQ(player->setFilter(5, map, -1), -1);
     EXPECT_EQ(player->changePeriod(0, 0, player.period, nullptr), -1);
+}
+
+TEST(ReportChannel, AHandlerMayThrow_AndIsNotRunningOnceReplaced) {
+    Json::Value report;
+    std::atomic<bool> returned{false};
+    std::promise<void> inside;
+    live_stream_sdk::setReportHandler([&](const char *, const char *, const Json::Value &) {
+        inside.set_value();
+        for (int i = 0; i < 1000; ++i) std::this_thread::yield();  // the other thread waits by now
+        returned = true;
+        throw std::runtime_error("of the host");
+    });
+    std::thread sender([&] { live_stream_sdk::LiveStreamSDKSendReport(0, "download", "log", &report, nullptr); });
+    inside.get_future().wait();
+    live_stream_sdk::setReportHandler({});
+    EXPECT_TRUE(returned);
+    sender.join();
 }
 
 TEST(ReportChannel, HandsTheObjectToTheHandlerThatIsInstalled) {
