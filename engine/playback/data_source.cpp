@@ -71,6 +71,15 @@ std::string DataSource::resolve(const std::string &url) const {
            headerOr("qzrtp_download_stream_id", "") + (token.empty() ? "" : "?token=" + token);
 }
 
+std::string DataSource::emptyOptions() const {
+    if (headerOr("datasource_live_type", "") != "3") return {};
+    std::string names;
+    for (const auto &[key, value] : pairs_) {
+        if (value.empty() && key.starts_with("qzrtp_")) names += (names.empty() ? "" : ", ") + key;
+    }
+    return names.empty() ? names : "; empty options: " + names;
+}
+
 Programme::Item DataSource::itemOf(ISource &source) const {
     std::string url;
     source.getUrl(0, url);

@@ -28,6 +28,9 @@ public:
     /// Empty if there was no period.
     const std::shared_ptr<IPeriod> &period() const { return period_; }
     int64_t startMs() const;
+    /// For the text of an error: the options of a source without a URL that were given without a value, as "; empty
+    /// options: name, name", or nothing. An option of a type that has no text arrives empty.
+    std::string emptyOptions() const;
     /// Its pictures are not for a window surface.
     bool refusesSurface() const;
     /// The period's sources at this moment.

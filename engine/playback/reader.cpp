@@ -116,7 +116,7 @@ bool Reader::open(int index) {
     closeInput();
     const std::string url = stage_.programme.url(index);
     if (url.empty()) {
-        giveUp(kEventCannotOpen, {AVERROR(EINVAL), "opening a source without a URL"});
+        giveUp(kEventCannotOpen, {AVERROR(EINVAL), "opening a source without a URL" + source_.emptyOptions()});
         return false;
     }
     const std::atomic<bool> &stopped = stage_.control.stoppedFlag();
@@ -156,8 +156,9 @@ bool Reader::openCold(const std::string &url, std::chrono::steady_clock::time_po
     InputOptions options = options_;
     const auto waited = std::chrono::steady_clock::now() - begin;
     options.waitedMs = static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(waited).count());
-    const MediaError error = source.open(url, options, decoderThreads_, failure);
+    MediaError error = source.open(url, options, decoderThreads_, failure);
     if (!error) return true;
+    error.text += source_.emptyOptions();
     const bool unplayable = failure == SourceInput::Failure::kNothingPlayable;
     if (unplayable) {
         for (const std::string &complaint : source.complaints) stage_.tellLog(complaint);

@@ -28,6 +28,10 @@ TEST(Failing, ASourceThatCannotBePlayedEndsInOneEventWithAText) {
         EXPECT_NE(player.record->events[0].first, 0);
         EXPECT_FALSE(player.record->events[0].text.empty());
     }
+    WatchedPlayer player({""}, 0, {{"datasource_live_type", "3"}, {"qzrtp_download_host", ""}, {"qzrtp_app_id", "1"}});
+    player.play();
+    EXPECT_EQ(player.waitForFailure(), 501);
+    EXPECT_EQ(player.record->events[0].text, "opening a source without a URL; empty options: qzrtp_download_host");
 }
 
 TEST(Failing, WhatWasReadBeforeIsPlayedBeforeTheError) {
