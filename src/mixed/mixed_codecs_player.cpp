@@ -37,6 +37,13 @@ MixedCodecsPlayer::MixedCodecsPlayer(std::shared_ptr<const CallbackToken> token)
     net_processor_ = std::make_shared<CodecNetProcess>(this);
     net_processor_->Initialize(timelines_[0], &codec_mutex_, -1, -1);
     for (const auto &timeline : timelines_) timeline->SetInternalListener(internal_listener_);
+    // A seek that is still under way when another timeline takes over ends in a picture.
+    for (Timeline *const timeline : {timelines_[0].get(), timelines_[1].get()}) {
+        Timeline *const other = timelines_[timeline == timelines_[0].get() ? 1 : 0].get();
+        timeline->HidePicturesWhile([timeline, other] {
+            return timeline->GetState() == Timeline::kPaused && other->GetState() == Timeline::kStarted;
+        });
+    }
 }
 
 /// The deleter. ~MixedCodecsPlayer waits for the callbacks of this player, so it must not run inside one.

@@ -140,6 +140,9 @@ public:
     /// Valid under the timeline's mutex only: call it inside AccessCurrentBound.
     VideoSurface *GetVideoSurface();
     void SetVideoPipelineEnable(bool enable);
+    /// Pictures are dropped while `hidden` says so. Called on the engine's picture threads. Set it before the picture
+    /// pipeline is enabled; it lives as long as this timeline is not closed.
+    void HidePicturesWhile(std::function<bool()> hidden);
     void SetAudioPipelineEnable(bool enable);
 
     // ---- positions; `mode` is the engine's
@@ -289,6 +292,7 @@ private:
     std::shared_ptr<TimelinePlayerEventListener> event_listener_ VEXO_GUARDED_BY(mutex_);
     bool video_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;
     bool audio_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;  // recorded only
+    std::function<bool()> pictures_hidden_ VEXO_GUARDED_BY(mutex_);
     std::shared_ptr<VideoRenderPipelineWrapper> video_pipeline_ VEXO_GUARDED_BY(mutex_);
     std::unique_ptr<VideoSurface> video_surface_ VEXO_GUARDED_BY(mutex_);
     int64_t identity_ VEXO_GUARDED_BY(mutex_) = -1;  // of the bound entered last

@@ -15,6 +15,17 @@ constexpr int kParamMute = 2009;
 constexpr int kParamVolume = 3004;
 constexpr int kParamAudioDevice = 3006;
 
+class HidingPipeline final : public VideoRenderPipelineWrapper {
+public:
+    explicit HidingPipeline(std::function<bool()> hidden) : hidden_(std::move(hidden)) {}
+    int Render(oriplayer::RenderRecord *record) override {
+        return hidden_ && hidden_() ? 0 : VideoRenderPipelineWrapper::Render(record);
+    }
+
+private:
+    const std::function<bool()> hidden_;
+};
+
 }  // namespace
 
 // The order of these calls is what the engine and the owner's listener rely on.
@@ -133,7 +144,12 @@ VideoSurface *Timeline::GetVideoSurface() {
 void Timeline::SetVideoPipelineEnable(bool enable) {
     MutexLock lock(mutex_);
     video_pipeline_enable_ = enable;
-    if (enable && !video_pipeline_) video_pipeline_ = std::make_shared<VideoRenderPipelineWrapper>();
+    if (enable && !video_pipeline_) video_pipeline_ = std::make_shared<HidingPipeline>(pictures_hidden_);
+}
+
+void Timeline::HidePicturesWhile(std::function<bool()> hidden) {
+    MutexLock lock(mutex_);
+    pictures_hidden_.swap(hidden);
 }
 
 void Timeline::SetAudioPipelineEnable(bool enable) {

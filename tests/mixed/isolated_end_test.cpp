@@ -124,8 +124,9 @@ TEST_F(IsolatedEnd, StoppedWhileItIsHandled_NoEventFollows) {
         ends("p2");
         inside.get_future().wait();
         player->stop(true);
+        listener->takeEvents();
         player->stop(0, true);  // returns after every event that was queued
-        ASSERT_EQ(listener->takeEvents(), "1000@000000 1000@010000 1001@010000");
+        ASSERT_EQ(listener->takeEvents(), "");
     }
 }
 

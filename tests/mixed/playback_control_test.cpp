@@ -2,6 +2,8 @@
 
 #include "fake/recording_configure.h"
 #include "mixed/player_fixture.h"
+#include "player/test_picture.h"
+#include "render/render_manager.h"
 
 namespace vexo {
 namespace {
@@ -106,6 +108,35 @@ TEST_F(PlaybackControl, UserAgentAndSurface_ReachOneAndBothTimelines) {
     void *out = nullptr;
     player->getVideoSurface(&out);
     EXPECT_EQ(out, window);
+}
+
+TEST_F(PlaybackControl, ThePicturesOfAPausedTimeline_AreHiddenWhileTheOtherPlays) {
+    struct Counter final : IRenderMiddleware {
+        bool Process(RenderOutputInfo &info) override {
+            seen += info.picture->width == 1 ? "a" : "x";
+            return true;
+        }
+        RenderCat GetRenderCat() override { return kRenderCatVideo; }
+        std::string seen;
+    };
+    const auto counter = std::make_shared<Counter>();
+    RenderManager::Instance().AddMiddleware(counter);
+    player->setVideoPipelineEnable(true);
+    RenderManager::Instance().RemoveMiddleware(counter);
+    interrupt({period({"x"})});
+    const auto seen = [&] {
+        for (const auto &[name, width] : {std::pair{"p1", 1}, {"p2", 2}}) {
+            VexoPlayerNS::TestPicture picture(width, 2, 0);
+            EXPECT_EQ(engine.pipelineOf(name)->Render(&picture.record), 0);
+        }
+        return std::exchange(counter->seen, {});
+    };
+    EXPECT_EQ(seen(), "x");
+    player->start(0);
+    EXPECT_EQ(seen(), "a");
+    player->seekTo(1000, 0);
+    player->pause();
+    EXPECT_EQ(seen(), "ax");
 }
 
 TEST_F(PlaybackControl, NowhereToWrite_IsRefused) {
