@@ -22,6 +22,8 @@ if(TARGET vexoplay)
   install(TARGETS vexoplay RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
 foreach(header ${VEXO_INSTALLED_HEADERS})
   cmake_path(GET header PARENT_PATH room)
   install(FILES ${PROJECT_SOURCE_DIR}/src/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vexo/${room})

@@ -24,6 +24,8 @@ class ReportText;
 /// Typed controls over the engine player of the main timeline's current bound, whichever that is at the call, and the
 /// texts that reports on a playback are made of.
 ///
+/// Bounds:   what a control sets belongs to one engine player. Crop, render switch, matrix, orientation, surface size and
+///           subtitles end with the bound: set them again at its 1000.
 /// Results:  controls marked E answer what the engine answered, -1 without a player; the others 0, also without one.
 /// Threads:  any; of two at once the last wins. SetRotationMatrix belongs on one thread at a time: the engine reads the
 ///           stored matrix.
@@ -69,7 +71,8 @@ public:
     int SetAudioCallback(void *callback);
     void *GetAudioCallback();
 
-    // Asked once and kept, a failure code too; an answer of 0 is asked for again. The flag has no effect.
+    // Asked once and kept, a failure code too; an answer of 0 is asked for again. So they describe the first item of a
+    // list: of another item, getPlayerInfoByKey tells what is played now. The flag has no effect.
     double GetAvgKeyFrameSize(bool flag);
     double GetAvgVideoBitrate(bool flag);
     /// A whole number.

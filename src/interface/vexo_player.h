@@ -12,12 +12,13 @@
 namespace VexoPlayerNS {
 
 // Options of a player, for create and setParams.
-constexpr char kVideoPipelineEnable[] = "videoPipelineEnable";  ///< bool, true at first: pictures reach onVideoFrame
+constexpr char kVideoPipelineEnable[] = "videoPipelineEnable";  ///< bool, true at first: see Pictures below
 constexpr char kAudioPipelineEnable[] = "audioPipelineEnable";  ///< bool, recorded only
 constexpr char kAudioVolume[] = "audio_volume";                 ///< float, 0.0 to 1.0
 constexpr char kAudioDeviceId[] = "audio_device_id";            ///< std::string
 
-// Options of a source, for IVexoMediaSource::create: texts or numbers.
+// Options of a source, for IVexoMediaSource::create: std::string, int or float. A string literal is none of these and
+// arrives as an empty text: write std::string("..."). The text of event 501 names the options that are empty.
 constexpr char kQzrtpAppId[] = "qzrtp_app_id";
 constexpr char kQzrtpDeviceId[] = "qzrtp_device_id";
 constexpr char kQzrtpDownloadHost[] = "qzrtp_download_host";
@@ -36,6 +37,9 @@ constexpr char kQzrtpStreamAlias[] = "qzrtp_stream_alias";
 ///           setMediaSource, setParams and getParam run at once and can overtake commands that wait.
 /// Sources:  prepareAsync, start and stop act on the source that was set when they were called. If another one is set
 ///           before they run, they do nothing: `stop(); setMediaSource(next); prepareAsync(); start();` plays `next`.
+/// Pictures: with kVideoPipelineEnable, which is on at first, they go to onVideoFrame and a surface shows nothing.
+///           Create the player with that option false to play into a surface. Of two players with the option on, the
+///           one created first gets the pictures of both: use MixedCodecsPlayer for several players with pictures.
 /// End:      after the destruction no callback runs. Dropping the last reference inside a callback returns at once;
 ///           that callback is the last of its thread, and another thread may be in one a little longer.
 class VEXO_API IVexoPlayer {
@@ -53,8 +57,12 @@ public:
     /// one plays. Frees the surface: call setDisplay after it. A setDisplay that has not run yet acts on `source`; one
     /// that has run ended with the source before.
     virtual void setMediaSource(std::shared_ptr<IVexoMediaSource> source) = 0;
+    /// Opens the source; event 1000 when it can play. A second call seeks to 0.
     virtual void prepareAsync() = 0;
+    /// Plays as soon as the source is prepared. After the last 1001 it plays nothing: call prepareAsync() and start() to
+    /// play the source again.
     virtual void start() = 0;
+    /// Ends playback and lets the source go: set one again before the next prepareAsync().
     virtual void stop() = 0;
     /// A native window of the system, null for none. It is handed on, not kept.
     virtual void setDisplay(void *surface) = 0;

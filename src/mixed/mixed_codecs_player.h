@@ -44,6 +44,9 @@ class Timeline;
 ///           come to stand in another order than the timeline.
 /// Locks:    fields_mutex_ is a leaf round the components and the settings; play lists are used without it.
 /// Active:   the isolated timeline while it is started and the main one paused, else the main one.
+/// Pictures: go to the window of setVideoSurface until setVideoPipelineEnable(true). From then on they go to the
+///           middlewares that RenderManager held at that call; those added later see nothing. For several players with
+///           pictures of their own: register a middleware, enable the pipeline, remove the middleware, for each in turn.
 /// Results:  0 if the work was reached, which does not say that anything changed, -1 if not.
 /// End:      behind the destructor nothing of this player calls out any more. It belongs on a thread that is not inside
 ///           a callback of this player; create() sees to that: a last reference dropped inside one leaves the
@@ -62,9 +65,9 @@ public:
                          const std::shared_ptr<oriplayer::StringMap> &options) override;
     int delPeriodById(int component, int64_t id) override;
     virtual ~MixedCodecsPlayer();
-    /// Writes the surface that the active timeline holds; `*out` stays if it holds none.
+    /// Writes the surface that the active timeline holds; `*out` stays if it holds none. -1 for a null `out`.
     virtual int getVideoSurface(void **out);
-    /// For both timelines. Freed by stop and setDataSource.
+    /// For both timelines; null for none. Lost at stop and setDataSource. Shows nothing while the picture pipeline is on.
     virtual int setVideoSurface(void *surface, bool flag);
     /// -1: rendering, filters and subtitles are not driven from here (see getMediaProcessor).
     virtual int setRenderConfig(int number, const oriplayer::Param &value, int index);
@@ -75,7 +78,7 @@ public:
     virtual bool isLooping();
     /// For the engine player of the current bound; the next bound does not inherit it.
     virtual int setLooping(bool looping);
-    /// -1 each while unknown.
+    /// -1 each while unknown. Returns -1, and writes nothing, if a pointer is null.
     virtual int getVideoSize(int *width, int *height);
     /// For the main timeline's next bounds; null counts as empty.
     virtual int setUserAgent(const char *userAgent);
@@ -117,19 +120,22 @@ public:
 
     int prepareAsync();
     int prepareAsync(int id);
-    /// Starts one timeline and pauses the other. Always 0.
+    /// Starts one timeline and pauses the other. Always 0. Plays nothing after the timeline's last 1001: call
+    /// prepareAsync(id) again, then start(id). start(1) interrupts a main timeline that plays or is paused. If the main
+    /// one has ended, the isolated one plays but is not the active one: operations without an id miss it.
     int start();
     int start(int id);
     /// To the next period, or the next source within it. Behind the last period of the isolated timeline the main one
     /// goes on; behind that of the main one: -1.
     int goNext(bool withinPeriod);
     int pause();
-    /// Mode 0 is exact, 1 the key frame at or before the position.
+    /// Mode 0 is exact, 1 the key frame at or before the position. A position after the end does nothing.
     int seekTo(int positionMs, int mode);
     int seekCurrentPeriodTo(int positionMs, int mode);
     /// Empties both timelines and drops both play lists. Always 0; the flag is not used.
     int stop(bool flag);
-    /// Empties one timeline; its play list stays until the next period is added.
+    /// Empties one timeline; its play list stays until the next period is added. stop(1, ...) during an interruption
+    /// leaves the main timeline paused and raises no 10240: call start(0).
     int stop(int id, bool flag);
     /// Not offered, -1: resources go with the object.
     int release();
@@ -139,6 +145,8 @@ public:
     float getVolume();
     /// For the current engine player only.
     void setAudioDevice(std::string device);
+
+    // The next four return -1, and write nothing, if the pointer is null.
 
     /// Mode 0 is what is presented, 1 the end of what is buffered.
     int getCurrentPosition(int64_t *positionMs, int mode);
@@ -157,7 +165,7 @@ public:
     /// The id of the engine player made last, -1 before the first.
     int getActiveID();
 
-    /// Effective with the next engine player.
+    /// Off at first. Effective with the next engine player: call it before prepareAsync.
     void setVideoPipelineEnable(bool enable);
     void setAudioPipelineEnable(bool enable);
 

@@ -1,8 +1,8 @@
 #!/bin/sh
-# installed_package.sh SOURCE BUILD CXX CMAKE: installs the build into a new prefix, compiles every installed header on
+# installed_package.sh BUILD CXX CMAKE: installs the build into a new prefix, compiles every installed header on
 # its own, and builds and starts the examples against the prefix by find_package.
 set -eu
-source=$1 build=$2 cxx=$3 cmake=$4
+build=$1 cxx=$2 cmake=$3
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -19,7 +19,7 @@ done
 ls "$work"/alone/*.cpp | xargs -P 2 -n 8 "$cxx" -std=c++20 -Wall -Wextra -Werror -fsyntax-only \
     -I "$prefix/include/vexo" $json
 
-"$cmake" -G Ninja -S "$source/examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$prefix" \
+"$cmake" -G Ninja -S "$prefix/share/doc/vexo/examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER="$cxx" >"$work/configure.log" || { cat "$work/configure.log"; exit 1; }
 "$cmake" --build "$work/examples" -j 2 >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/examples/embed" >/dev/null 2>"$work/usage" && { echo "embed without a file should end with an error"; exit 1; }
