@@ -81,7 +81,7 @@ std::unique_ptr<HttpStream> HttpStream::open(const Setup &setup, int &result) {
 int HttpStream::begin(int tries) {
     int result = connect();
     for (int i = 1; i < tries && mayPass(result); ++i) {
-        if (!rest(kRests[std::min(i, kTries - 1)])) return AVERROR_EXIT;
+        if (!rest(kRests[std::min(i, kTries - 1)]) && !patience_.hasNews()) return AVERROR_EXIT;
         result = connect();
     }
     return result;
@@ -227,21 +227,23 @@ bool HttpStream::rest(std::chrono::milliseconds time) {
     return true;
 }
 
-/// A connection that begins at position_; the former one stays where there is none to be had.
+/// Opens a connection that begins at position_, on the new hosts first. 0 or an AVERROR, which leaves the former
+/// connection in place. When the hosts change while a request waits for its answer, the new ones are asked next.
 int HttpStream::connect() {
-    if (route_) {
-        patience_.know(route_->version());
-        const auto former = connection_.get();
-        follow();
-        if (connection_.get() != former) return 0;
-    }
-    if (position_ == 0) {
-        patience_.waitForAsLongAsTheCaller();
-    } else {
-        patience_.waitUntil(steady_clock::now() + milliseconds(std::min(kMostConnectMs, timeoutMs_ / 2)));
-    }
     int result = 0;
-    connectTo(url_, options_, result);
+    do {
+        if (route_) {
+            const auto former = connection_.get();
+            follow();
+            if (connection_.get() != former) return 0;
+        }
+        if (position_ == 0) {
+            patience_.waitForAsLongAsTheCaller();
+        } else {
+            patience_.waitUntil(steady_clock::now() + milliseconds(std::min(kMostConnectMs, timeoutMs_ / 2)));
+        }
+        connectTo(url_, options_, result);
+    } while (result < 0 && patience_.hasNews() && !patience_.callerGivesUp());
     return result;
 }
 

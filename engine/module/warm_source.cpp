@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "input/host_route.h"
+#include "input/medium.h"
 #include "module/low_priority.h"
 
 namespace oriplayer {
@@ -118,8 +120,12 @@ std::unique_ptr<OpenedSource> WarmSource::take(const InputOptions &options, int 
     std::unique_lock lock(mutex_);
     wanted_ = true;
     changed_.notify_all();
+    const auto route = options.route;
+    const uint32_t known = route ? route->version() : 0;
+    if (route && isHttp(url_)) route->setUrl(url_);  // so that a change of network asks for its hosts
     while (state_ == State::kOpening) {
-        if (cancelled) return nullptr;
+        const bool elsewhere = route && route->version() != known;  // this one would wait for the old host
+        if (cancelled || elsewhere) return nullptr;
         changed_.wait_for(lock, kPause);
     }
     if (state_ != State::kReady || decoderThreads != decoderThreads_) return nullptr;

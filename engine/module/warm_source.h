@@ -27,9 +27,9 @@ public:
     /// True while it is being opened and its first pictures are decoded.
     bool opening() const;
     bool failed() const;
-    /// What is there, waiting as long as it is being opened; it may be read on under `cancelled` from then on. A packet
-    /// that is being read ahead, which may take long, comes behind what is there. Null when it failed, does not fit,
-    /// was taken, or `cancelled` is set.
+    /// Hands out the opened source and waits until it is open; `cancelled` ends the wait, and later each read. A packet
+    /// that is still being read ahead follows those already read. Null when opening failed, the options differ, the
+    /// source was taken before, `cancelled` is set, or the route of `options` changes hosts during the wait.
     std::unique_ptr<OpenedSource> take(const InputOptions &options, int decoderThreads,
                                        const std::atomic<bool> &cancelled);
     /// Ends the work; what is open is closed by whoever lets go last.

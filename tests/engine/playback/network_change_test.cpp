@@ -78,6 +78,46 @@ TEST_F(NetworkChange, ADownloadThatStandsGoesOnFromTheNewHostWithEveryPicture) {
     }
 }
 
+TEST_F(NetworkChange, AConnectionThatWaitsForItsAnswerIsMadeToTheNewHostWithEveryPicture) {
+    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
+    const std::string list = clipBytes("variant_low.m3u8");
+    const std::string begun = list.substr(0, list.find(".ts", list.find(".ts") + 1) + 4);  // two segments, live
+    const struct {
+        const char *url, *silent;  // the old host answers for `silent` only the first `answers` times
+        int answers;
+        std::size_t pictures;
+        bool preloaded;
+    } cases[] = {{"/film", "/film", 0, 25, false},
+                 {"/film", "/film", 0, 25, true},
+                 {"/variant_low.m3u8", "/variant_low2.ts", 0, 150, false},
+                 {"/variant_low.m3u8", "/variant_low.m3u8", 1, 150, false}};
+    for (const auto &each : cases) {
+        SCOPED_TRACE(std::string(each.silent) + (each.preloaded ? ", preloaded" : ""));
+        LoopbackServer first;
+        LoopbackServer second;
+        std::atomic<int> asked{0};
+        first.on(each.silent, [&](const Connection &connection) {
+            if (asked++ < each.answers) return answer(begun)(connection);
+            connection.silence();
+        });
+        second.on("/film", answer(film_));
+        sDomains = second.address();
+        sAsked = 0;
+        const std::string url = first.url(each.url);
+        if (each.preloaded) {
+            ASSERT_EQ(oriplayer::addPreloadTask(url.c_str(), kPreloadKiB), 0);
+            first.awaitRequests(1);
+        }
+        WatchedPlayer player({url});
+        player.play();
+        while (asked <= each.answers) std::this_thread::yield();
+        while (sAsked == 0) change(player);
+        EXPECT_TRUE(player.waitForEvent(1001)) << player.events();
+        EXPECT_EQ(player.pictures().size(), each.pictures);
+        EXPECT_EQ(player.events(), "306 1000 1017 1001");
+    }
+}
+
 TEST_F(NetworkChange, NoAnswerAndHostsThatDoNotAnswerKeepTheConnection) {
     const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
     for (const auto &[result, domains] :
