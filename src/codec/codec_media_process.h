@@ -27,8 +27,8 @@ class ReportText;
 /// Bounds:   what a control sets belongs to one engine player. Crop, render switch, matrix, orientation, surface size and
 ///           subtitles end with the bound: set them again at its 1000.
 /// Results:  controls marked E answer what the engine answered, -1 without a player; the others 0, also without one.
-/// Threads:  any; of two at once the last wins. SetRotationMatrix belongs on one thread at a time: the engine reads the
-///           stored matrix.
+/// Threads:  any, also inside onVideoFrame; of two calls at once the last one wins. Call SetRotationMatrix on one thread
+///           at a time, because the engine reads the stored matrix.
 /// Lock:     mStateLock is a leaf round what is remembered; caches and totals are atomic.
 /// Life:     may outlive its player; controls then reach nothing.
 class VEXO_API CodecMediaProcess : public ICodec {

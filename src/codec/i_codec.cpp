@@ -21,7 +21,7 @@ void ICodec::Initialize(std::shared_ptr<Timeline> timeline, std::mutex *, int a,
 
 void ICodec::SetConfigure(std::shared_ptr<protocols::IConfigure> configure) {
     MutexLock lock(mTimelineLock);
-    mConfigure.swap(configure);  // the former one goes with the argument, behind the lock
+    mConfigure.swap(configure);  // the former one is released with the argument, after the lock
 }
 
 std::shared_ptr<Timeline> ICodec::timeline() const {

@@ -15,12 +15,12 @@ namespace vexo {
 
 class Timeline;
 
-/// What the two processors of a player have in common: the player's main timeline, whose current engine player they
-/// speak to directly, and the host's configuration.
-/// Threads:  any.
+/// The common base of a player's two processors. It holds the player's main timeline, whose engine player the
+/// processors call directly, and the host's configuration.
+///
+/// Threads:  any, including the picture thread inside onVideoFrame: nothing here waits for a command.
 /// Locks:    mTimelineLock and mPlayerLock are taken one after the other, never together, and no engine call runs under
-///           them. The timeline's mutex is never taken: controls may be called inside a picture callback, for
-///           which a change of bound waits under that mutex.
+///           them. The timeline's mutex is never taken; only its copy of the player is read under mPlayerLock.
 class VEXO_API ICodec {
 public:
     ICodec() = default;
@@ -37,7 +37,8 @@ public:
 protected:
     /// Empty before Initialize.
     std::shared_ptr<Timeline> timeline() const;
-    /// The engine player of the bound that is current at this moment, or empty.
+    /// The engine player of the current bound, or empty. While the timeline changes bounds this is the player that
+    /// ends, or empty: waiting for the next one would block the picture thread, for which the change itself waits.
     std::shared_ptr<oriplayer::IOriPlayer> activePlayer() const;
 
 private:
