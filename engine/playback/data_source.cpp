@@ -22,13 +22,10 @@ std::shared_ptr<IPeriod> firstPeriod(const std::vector<std::shared_ptr<PlayCompo
 }
 
 // Of equal keys in one map the pair added last counts.
-void collect(const StringMap *map, std::vector<std::pair<std::string, std::string>> &pairs) {
-    if (!map) return;
-    for (int i = map->size() - 1; i >= 0; --i) {
-        const char *key = map->keyAt(i);
-        const char *value = map->valueAt(i);
-        if (key && value) pairs.emplace_back(key, value);
-    }
+void collect(const StringMap *given, std::vector<std::pair<std::string, std::string>> &pairs) {
+    if (!given) return;
+    const StringMap map(*given);  // the application may clear its own
+    for (int i = map.size() - 1; i >= 0; --i) pairs.emplace_back(map.keyAt(i), map.valueAt(i));
 }
 
 }  // namespace

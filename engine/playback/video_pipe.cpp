@@ -73,7 +73,7 @@ void VideoPipe::handle(StreamItem item) {
 void VideoPipe::takeAhead(std::vector<FramePtr> pictures) {
     for (FramePtr &picture : pictures) {
         if (outdated()) return;
-        ++stage_.counters.picturesDecoded;
+        count(*picture);
         take(std::move(picture));
     }
     hasAhead_ = landed_;
@@ -92,8 +92,13 @@ void VideoPipe::showFirst(const AVPacket &packet) {
     if (!frame || outdated()) return;
     twinUs_ = frame->pts;
     stage_.catchesUp = true;
-    ++stage_.counters.picturesDecoded;
+    count(*frame);
     take(std::move(frame));
+}
+
+void VideoPipe::count(const AVFrame &frame) {
+    ++stage_.counters.picturesDecoded;
+    stage_.counters.picturesDecodedUs += frame.pkt_duration;
 }
 
 bool VideoPipe::isTwin(const AVFrame &frame) {
@@ -182,7 +187,7 @@ bool VideoPipe::receive() {
         if (outdated()) return true;
         countSkipped(frame->pts);
         if (isTwin(*frame)) continue;
-        ++stage_.counters.picturesDecoded;
+        count(*frame);
         take(std::move(frame));
     } while (!outdated());
     return true;

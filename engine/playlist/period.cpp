@@ -10,9 +10,7 @@ namespace {
 
 std::shared_ptr<StringMap> copyOf(const std::shared_ptr<StringMap> &headers) {
     if (!headers) return nullptr;
-    auto copy = std::make_shared<StringMap>();
-    for (int i = 0, count = headers->size(); i < count; ++i) copy->add(headers->keyAt(i), headers->valueAt(i));
-    return copy;
+    return std::make_shared<StringMap>(*headers);
 }
 
 /// Lock: mutex_ guards everything; nothing outside is called under it but the maps' own functions.

@@ -25,6 +25,13 @@ struct StringMap::Impl {
 };
 
 StringMap::StringMap() : impl_(new Impl) {}
+StringMap::StringMap(const StringMap &other) : impl_(nullptr) {
+    auto copy = std::make_unique<Impl>();
+    std::lock_guard<std::mutex> lock(other.impl_->mutex);
+    for (const auto &pair : other.impl_->pairs) copy->pairs.push_back(std::make_unique<const Impl::Pair>(*pair));
+    impl_ = copy.release();
+}
+
 StringMap::~StringMap() {
     delete impl_;
 }

@@ -50,11 +50,7 @@ std::unique_ptr<PlayBound> Timeline::CreateBound(const PeriodPtr &period, const 
 }
 
 Timeline::HeadersPtr Timeline::CloneHeaders(const HeadersPtr &headers) {
-    auto clone = std::make_shared<oriplayer::StringMap>();
-    for (int i = 0, size = headers ? headers->size() : 0; i < size; ++i) {
-        clone->add(headers->keyAt(i), headers->valueAt(i));
-    }
-    return clone;
+    return headers ? std::make_shared<oriplayer::StringMap>(*headers) : std::make_shared<oriplayer::StringMap>();
 }
 
 void Timeline::CopyPeriodOptions(const PeriodPtr &from, const PeriodPtr &to, int64_t start) {

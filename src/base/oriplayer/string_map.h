@@ -7,12 +7,13 @@ namespace oriplayer {
 /// An indexed list of text pairs, the headers of periods and data sources. Keys may repeat.
 ///
 /// Threads:  any; it locks inside. The texts that keyAt, valueAt and valueFor answer belong to the map and stay valid
-///           until clear() or its end: a map that another thread clears meanwhile must be copied first.
+///           until clear() or its end: copy a map that another thread may clear meanwhile.
 class ORI_API StringMap {
 public:
     StringMap();
     ~StringMap();
-    StringMap(const StringMap &) = delete;
+    /// Copies all pairs in one step, also while another thread changes `other`.
+    StringMap(const StringMap &other);
     StringMap &operator=(const StringMap &) = delete;
 
     /// Appends a copied pair; a null key or value counts as the empty text. Returns 0.

@@ -74,6 +74,8 @@ TEST(Parameters, TakeWhatFitsAndRefuseTheRest) {
         put(param);
         return player->setParameter(number, param, -1);
     };
+    set(2009, [](Param &p) { p.putInt32(1); });  // before prepareAsync it means volume 0
+    EXPECT_FLOAT_EQ(player.parameter(3005).getFloat(-1), 0.0F);
     for (const auto &[volume, taken] : {std::pair{7.0F, 1.0F}, {0.25F, 0.25F}}) {
         EXPECT_EQ(set(3004, [level = volume](Param &p) { p.putFloat(level); }), 0);
         EXPECT_FLOAT_EQ(player.parameter(3005).getFloat(-1), taken);

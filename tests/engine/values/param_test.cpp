@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <limits>
 #include <string>
+#include <thread>
 
 #include "base/oriplayer/string_map.h"
 
@@ -67,6 +69,24 @@ TEST(Param, DuplicatedTextsOutliveTheirOwnerUntilTheLastCopyLetsGo) {
     EXPECT_EQ(second.getCString(1), nullptr);
     second.freeString();
     second.freeString();
+}
+
+TEST(StringMap, IsCopiedWholeWhileAnotherThreadClearsIt) {
+    const std::string text(100, 'x');
+    StringMap map;
+    std::atomic<bool> over{false};
+    std::thread other([&] {
+        while (!over) {
+            map.add("a", text.c_str());
+            map.clear();
+        }
+    });
+    for (int i = 0; i < 1000; ++i) {
+        const StringMap copy(map);
+        ASSERT_TRUE(copy.size() == 0 || copy.valueAt(0) == text);
+    }
+    over = true;
+    other.join();
 }
 
 TEST(StringMap, TheLastValueOfAKeyWinsAndAllPairsShow) {
