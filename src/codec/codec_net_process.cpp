@@ -26,6 +26,10 @@ std::string find(const std::map<std::string, std::string> &values, const char *k
 std::atomic<int> CodecNetProcess::sIsWifiRealTime{1};
 
 CodecNetProcess::CodecNetProcess(MixedCodecsPlayer *owner) : mOwner(owner) {
+    {
+        MutexLock lock(sPeersLock);
+        sPeers.push_back(this);
+    }
     MutexLock lock(sInstancesLock);
     sInstances.push_back({this, {}, {}});
     oriplayer::setNetworkSwitchDomainCB(&CodecNetProcess::GetDomainListAfterNetChanged);
@@ -36,6 +40,10 @@ CodecNetProcess::~CodecNetProcess() {
     RemoveCodecConfigListener();
     { MutexLock wait(mUpdateLock); }  // for an update that began before the removal
     mOwner = nullptr;
+    {
+        MutexLock lock(sPeersLock);
+        std::erase(sPeers, this);
+    }
     MutexLock lock(sInstancesLock);
     std::erase_if(sInstances, [this](const CodecNetInstance &instance) { return instance.process == this; });
 }
@@ -117,13 +125,19 @@ int CodecNetProcess::HandleNetStatusChange(const std::string &status) {
     return 0;
 }
 
-// Of the other processors. They are told outside the lock: an engine may answer at once.
+// The engine players of the other processors. Their timelines are asked without the lock: whatever is released here may
+// be the last reference to it.
 std::vector<std::shared_ptr<oriplayer::IOriPlayer>> CodecNetProcess::otherPlayers() const {
+    std::vector<std::shared_ptr<Timeline>> timelines;
+    {
+        MutexLock lock(sPeersLock);
+        for (const CodecNetProcess *peer : sPeers) {
+            if (peer != this) timelines.push_back(peer->timeline());
+        }
+    }
     std::vector<std::shared_ptr<oriplayer::IOriPlayer>> players;
-    MutexLock lock(sInstancesLock);
-    for (const CodecNetInstance &instance : sInstances) {
-        if (!instance.process || instance.process == this) continue;
-        if (auto player = instance.process->activePlayer()) players.push_back(std::move(player));
+    for (const auto &timeline : timelines) {
+        if (auto player = timeline ? timeline->GetActivePlayer() : nullptr) players.push_back(std::move(player));
     }
     return players;
 }
@@ -138,16 +152,20 @@ void CodecNetProcess::takeDomains(const std::string &wifi, const std::string &mo
     }
 }
 
-// Also with the processors that follow the same configuration.
+// Also gives them to the processors that follow the same configuration.
 void CodecNetProcess::shareDomains(const std::string &wifi, const std::string &mobile) {
     takeDomains(wifi, mobile);
     const auto followed = configure();
     if (!followed) return;
-    MutexLock lock(sInstancesLock);
-    for (const CodecNetInstance &instance : sInstances) {
-        if (!instance.process || instance.process == this) continue;
-        if (instance.process->configure() == followed) instance.process->takeDomains(wifi, mobile);
+    MutexLock lock(sPeersLock);
+    for (CodecNetProcess *peer : sPeers) {
+        if (peer != this && peer->follows(followed.get())) peer->takeDomains(wifi, mobile);
     }
+}
+
+bool CodecNetProcess::follows(const protocols::IConfigure *configure) const {
+    MutexLock lock(mTextLock);
+    return mNetConfigure.get() == configure;
 }
 
 void CodecNetProcess::RecordDomains(int timeline, int id, const std::shared_ptr<oriplayer::StringMap> &headers) {
@@ -158,7 +176,7 @@ void CodecNetProcess::RecordDomains(int timeline, int id, const std::shared_ptr<
     const char *strategy = given ? headers->valueFor(kUseNewHostStrategy) : nullptr;
     MutexLock lock(mTextLock);
     PlayerDomains &recorded = mRecorded[static_cast<std::size_t>(timeline)];
-    if (!recorded.player) recorded.domains = {mWifiDomain, m4GDomain, mUseNewHostStrategy};
+    if (!recorded.player && timeline == 1) recorded.domains = mRecorded[0].domains;
     recorded.player = id;
     if (wifi) recorded.domains.wifi = wifi;
     if (mobile) recorded.domains.mobile = mobile;

@@ -59,8 +59,11 @@ struct CodecNetInstance {
 ///           each question it causes is answered with its domains.
 /// Threads:  any; OnConfigUpdate on the host's, the domain lookup on the engine's. The destructor waits for an
 ///           OnConfigUpdate under way, and so does not run inside one.
-/// Locks:    sInstancesLock guards the list and is held through a whole lookup; nobody takes it under a timeline's
-///           mutex. mUpdateLock spans OnConfigUpdate. mTextLock is a leaf round texts and pointers; the rest is atomic.
+/// Locks:    sInstancesLock guards the list and is held through a whole lookup, and so through calls of the host's
+///           strategy and probe; nobody takes it under a timeline's mutex, or in an update, where the host may hold
+///           locks that they wait for. mUpdateLock spans OnConfigUpdate. sPeersLock guards a second list, for updates;
+///           no call leaves the class under it. mTextLock guards texts and pointers and is a leaf. Order: mUpdateLock,
+///           sPeersLock, leaves. The rest is atomic.
 class VEXO_API CodecNetProcess : public ICodec, public protocols::ConfigureListener {
 public:
     explicit CodecNetProcess(MixedCodecsPlayer *owner);
@@ -77,9 +80,10 @@ public:
     /// A bound has been entered: `id` is its engine player's, `headers` its period's. May run under a timeline's mutex.
     /// Always 0.
     int SetCurrentHeader(int id, std::shared_ptr<oriplayer::StringMap> headers);
-    /// A bound has been entered on timeline 0 or 1: `id` is the engine player's, `headers` the period's, which may be
-    /// empty. Questions about that player are answered with these domains, also after the other timeline has entered
-    /// bounds of its own. May run under a timeline's mutex.
+    /// A bound has been entered on timeline 0 (main) or 1: `id` is the engine player's, `headers` the period's, which
+    /// may be null. Questions about that player are answered with these domains, also after the other timeline has
+    /// entered bounds of its own. What the headers leave out stays as it was on this timeline; the first period of
+    /// timeline 1 inherits from timeline 0. May run under a timeline's mutex.
     void RecordDomains(int timeline, int id, const std::shared_ptr<oriplayer::StringMap> &headers);
     /// "1" is wifi, "0" a mobile network, anything else ignored. A change is passed on to the engine players of all
     /// processors of the process. Always 0.
@@ -116,6 +120,7 @@ private:
     /// Empty texts change nothing.
     void takeDomains(const std::string &wifi, const std::string &mobile);
     void shareDomains(const std::string &wifi, const std::string &mobile);
+    bool follows(const protocols::IConfigure *configure) const;
     std::vector<std::shared_ptr<oriplayer::IOriPlayer>> otherPlayers() const;
     void probeNetwork(const char *url, int &networkState) const;
     void resolveByHost(char *domain, int size, const char *url, const char *extra) const;
@@ -146,6 +151,8 @@ private:
     static std::atomic<int> sIsWifiRealTime;
     static Mutex sInstancesLock;
     static std::vector<CodecNetInstance> &sInstances VEXO_GUARDED_BY(sInstancesLock);
+    static Mutex sPeersLock;
+    static std::vector<CodecNetProcess *> &sPeers VEXO_GUARDED_BY(sPeersLock);
 };
 
 }  // namespace vexo

@@ -6,9 +6,11 @@
 
 namespace vexo {
 
+// The lists are never destroyed: a player dropped inside a callback may still be ending while the process ends.
 Mutex CodecNetProcess::sInstancesLock;
-// Never destroyed: a player dropped inside a callback may still be ending while the process ends.
 std::vector<CodecNetInstance> &CodecNetProcess::sInstances = *new std::vector<CodecNetInstance>;
+Mutex CodecNetProcess::sPeersLock;
+std::vector<CodecNetProcess *> &CodecNetProcess::sPeers = *new std::vector<CodecNetProcess *>;
 
 int CodecNetProcess::GetDomainListAfterNetChanged(const int id, char *domain, const int size, int &networkState,
                                                   const char *url, const char *extra) {

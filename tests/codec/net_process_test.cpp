@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
 #include <future>
 #include <memory>
 
@@ -12,7 +14,9 @@ namespace vexo {
 namespace {
 
 struct Strategy : IHostStrategy {
+    std::function<void()> work = [] {};
     int resolve(int, const char *, const char *, char *buffer, int) override {
+        work();
         buffer[0] = 'S';
         return 0;
     }
@@ -128,7 +132,7 @@ TEST_F(NetProcess, TheNetworkOfThisMoment_ChoosesAmongTheDomainsKnown) {
     EXPECT_EQ(ask(11), "-1@1");
 }
 
-TEST_F(NetProcess, HostStrategy_IsSetByTheHeadersAndClearedByOthersButNotByNone) {
+TEST_F(NetProcess, HostStrategy_IsSetByTheHeadersClearedByOthersButNotByNone_AndBlocksNoUpdate) {
     const auto strategy = std::make_shared<Strategy>();
     process->SetCurrentHeader(11, headers({{"isUseNewHostStrategy", "1"}, {"cdn_wifi_domain", "w"}}));
     EXPECT_EQ(ask(11), "untouched@1");  // nobody attached one
@@ -137,6 +141,13 @@ TEST_F(NetProcess, HostStrategy_IsSetByTheHeadersAndClearedByOthersButNotByNone)
     process->SetCurrentHeader(12, nullptr);
     process->SetCurrentHeader(12, headers({}));
     EXPECT_EQ(ask(12), "Sntouched@1");
+    std::future<void> host;  // delivers an update and holds a lock that the strategy waits for
+    strategy->work = [&] {
+        host = std::async(std::launch::async, [this] { update("system_info", {{"network_type", "1"}}); });
+        EXPECT_EQ(host.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    };
+    EXPECT_EQ(ask(12), "Sntouched@1");
+    update("system_info", {{"network_type", "0"}});
     process->SetCurrentHeader(12, headers({{"other", "1"}}));
     EXPECT_EQ(ask(12), "w@1");
 }

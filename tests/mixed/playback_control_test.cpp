@@ -152,12 +152,8 @@ TEST_F(PlaybackControl, NowhereToWrite_IsRefused) {
     EXPECT_EQ(value, 77);
 }
 
-TEST_F(PlaybackControl, ANewBound_TellsTheProcessorsItsHeadersAndItsPlayer) {
-    auto headers = std::make_shared<StringMap>();
-    headers->add("cdn_wifi_domain", "wifi.example");
-    const auto source = component({"a"});
-    source->playList->getPeriod(0)->setHeaders(headers);
-    load(source);
+TEST_F(PlaybackControl, ANewBound_AddsUpWhatItsPlayerHasLoaded) {
+    load(component({"a"}));
     engine.logQueries = true;
     player->prepareAsync();
     const std::string calls = log();
@@ -166,20 +162,33 @@ TEST_F(PlaybackControl, ANewBound_TellsTheProcessorsItsHeadersAndItsPlayer) {
         from = calls.find(key, from);
         ASSERT_NE(from, std::string::npos) << key << " in " << calls;
     }
-    char domain[64] = {};
-    int network = -1;
-    ASSERT_EQ(engine.domainCallback()(engine.idOf("p1"), domain, sizeof domain, network, "http://a", ""), 0);
-    EXPECT_STREQ(domain, "wifi.example");
+}
 
-    player->start();
-    const auto interruption = period({"x"});
-    headers = std::make_shared<StringMap>();
-    headers->add("cdn_wifi_domain", "other.example");
-    interruption->setHeaders(headers);
-    takeOver({interruption});
-    for (const auto &[name, expected] : {std::pair{"p1", "wifi.example"}, {"p2", "other.example"}}) {
-        ASSERT_EQ(engine.domainCallback()(engine.idOf(name), domain, sizeof domain, network, "http://a", ""), 0);
-        EXPECT_STREQ(domain, expected);
+TEST_F(PlaybackControl, DomainsInThePeriodsOfATimeline_AreForItsOwnPlayer) {
+    const auto period = [](const char *url, const char *domain) {
+        const auto headers = std::make_shared<StringMap>();
+        headers->add("cdn_wifi_domain", domain);
+        const auto made = PlayerTest::period({url});
+        if (*domain) made->setHeaders(headers);
+        return made;
+    };
+    const auto ask = [this](const char *name) {
+        char domain[16] = "";
+        int network = 0;
+        engine.domainCallback()(engine.idOf(name), domain, sizeof domain - 1, network, "", "");
+        return std::string(domain);
+    };
+    for (const bool mainFirst : {true, false}) {
+        restart();
+        const char *domain = mainFirst ? "main" : "";  // it inherits none from an interruption prepared before it
+        const auto programme = component({});
+        programme->playList->addPeriod(period("a", domain), -1);
+        load(programme);
+        player->addPeriod(1, -1, period("x", "other"), nullptr);
+        player->prepareAsync(mainFirst ? 0 : 1);
+        player->prepareAsync(mainFirst ? 1 : 0);
+        EXPECT_EQ(ask(mainFirst ? "p1" : "p2"), domain);
+        EXPECT_EQ(ask(mainFirst ? "p2" : "p1"), "other");
     }
 }
 
