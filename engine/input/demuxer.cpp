@@ -9,6 +9,7 @@ extern "C" {
 #include <cstring>
 #include <vector>
 
+#include "decimal_point.h"
 #include "input/header_facts.h"
 #include "input/variant_set.h"
 #include "playlist/local_file.h"
@@ -92,6 +93,7 @@ int findStreamInfo(AVFormatContext &container) {
 }  // namespace
 
 MediaError Demuxer::open(const std::string &url, const InputOptions &options, SourceInput::Failure &failure) {
+    const DecimalPoint point;  // lists give lengths in fractions of seconds
     failure = SourceInput::Failure::kCannotOpen;
     if (MediaError error = openContainer(url, options)) return error;
     if (MediaError error = findStreams(url)) return error;
@@ -171,6 +173,7 @@ void Demuxer::close() {
 }
 
 int Demuxer::next(PacketPtr &packet, SourceInput::Stream &stream) {
+    const DecimalPoint point;
     int damaged = 0;
     // An interrupted demuxer hands out what it still has, a packet a call: each would begin a time-out anew.
     while (late_ == 0) {
@@ -197,6 +200,7 @@ int Demuxer::next(PacketPtr &packet, SourceInput::Stream &stream) {
 }
 
 int Demuxer::seekByTime(int64_t us) {
+    const DecimalPoint point;
     late_ = 0;
     const int index = choice_.video >= 0 ? choice_.video : choice_.audio;
     const AVRational timeBase = container_->streams[index]->time_base;

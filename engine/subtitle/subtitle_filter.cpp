@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "decimal_point.h"
 #include "subtitle/font_file.h"
 
 extern "C" {
@@ -66,6 +67,7 @@ SubtitleFilter::SubtitleFilter(const SubtitleFile &file, const SubtitleLook &loo
     : file_(file), look_(look), shape_(shape) {}
 
 MediaError SubtitleFilter::open() {
+    const DecimalPoint point;
     // A name is never taken for an address: whatever stands in it, it is a local file.
     const std::string path = file_.path.rfind("file:", 0) == 0 ? file_.path : "file:" + file_.path;
     if (MediaError error = readEventTimes(path, times_)) return error;

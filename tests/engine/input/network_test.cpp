@@ -8,6 +8,7 @@
 #include "base/oriplayer/player.h"
 #include "engine/playback/loopback_server.h"
 #include "input/source_input.h"
+#include "support/decimal_comma.h"
 
 namespace {
 
@@ -77,6 +78,18 @@ TEST(Network, FilesAndHlsListsAreReadToTheirEndAndSought) {
         }
         EXPECT_GT(input.bytesRead(), bytes);
     }
+}
+
+TEST(Network, AListOfFractionsOfSecondsIsAsLongUnderADecimalComma) {
+    const support::DecimalComma comma;
+    if (!comma.set()) GTEST_SKIP() << "no program localedef";
+    LoopbackServer server;
+    const std::string segments = "#EXTINF:0.75,\n/variant_low0.ts\n#EXTINF:0.75,\n/variant_low1.ts\n";
+    server.on("/list.m3u8", answer("#EXTM3U\n#EXT-X-TARGETDURATION:1\n" + segments + "#EXT-X-ENDLIST\n"));
+    SourceInput input;
+    ASSERT_FALSE(input.open(server.url("/list.m3u8"), {}));
+    EXPECT_EQ(input.durationUs(), 1'500'000);
+    EXPECT_EQ(std::localeconv()->decimal_point, std::string(",")) << "the application's own";
 }
 
 TEST(Network, AnHlsSetBeginsWithTheVariantNamedFirst_OrWithTheOneForTheSpeedOfThisNetwork) {

@@ -4,6 +4,7 @@
 
 #include "base/oriplayer/subtitle_font_info.h"
 #include "engine/playback/watched_player.h"
+#include "support/decimal_comma.h"
 #include "support/temporary_folder.h"
 
 using oriplayer::Param;
@@ -176,6 +177,7 @@ TEST_F(Subtitles, ALookIsCopiedAndShows) {
         });
     };
     const std::string serif = "/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf";
+    const auto larger = looked({nullptr, 61, 0, 0});
     std::vector<std::vector<Seen>> shown{plain()};
     for (const auto &look : std::vector<oriplayer::SubtitleFontInfo>{
              {}, {nullptr, 60, 0, 0}, {nullptr, 0, 0xFF0000, 0}, {nullptr, 0, 0, 0x0000FF}, {serif.c_str(), 0, 0, 0}}) {
@@ -183,6 +185,8 @@ TEST_F(Subtitles, ALookIsCopiedAndShows) {
         EXPECT_EQ(drawn(shown.back(), Half::kLower), "1000..1960 ");
         for (std::size_t i = 0; i + 1 < shown.size(); ++i) EXPECT_NE(shown.back(), shown[i]) << i;
     }
+    const support::DecimalComma comma;
+    EXPECT_TRUE(!comma.set() || looked({nullptr, 61, 0, 0}) == larger) << "a size with a fraction";
 }
 
 TEST_F(Subtitles, WhatCannotBeReadIsTold_AndPlayingGoesOn) {
