@@ -76,22 +76,18 @@ TEST_F(NetProcess, ThePlayersOwnProcessor_AnswersElseTheYoungest) {
     EXPECT_EQ(ask(11), "two@1");
 }
 
-TEST_F(NetProcess, EachTimelineKeepsItsDomains) {
-    process->SetCurrentHeader(11, headers({{"cdn_wifi_domain", "main"}}));
+TEST_F(NetProcess, WhatHeadersLeaveOut_StaysOnTheirTimeline) {
     process->RecordDomains(0, 11, headers({{"cdn_wifi_domain", "main"}}));
-    const auto interruption = headers({{"cdn_wifi_domain", "other"}, {"isUseNewHostStrategy", "1"}});
-    process->SetCurrentHeader(22, interruption);
-    process->RecordDomains(1, 22, interruption);
-    process->RecordDomains(7, 33, interruption);
-    CodecNetProcess younger(nullptr);
-    younger.SetCurrentHeader(44, headers({{"cdn_wifi_domain", "younger"}}));
-    EXPECT_EQ(ask(11), "main@1");
+    process->RecordDomains(1, 22, headers({{"isUseNewHostStrategy", "1"}}));
+    process->RecordDomains(7, 33, headers({{"cdn_wifi_domain", "nowhere"}}));
     EXPECT_EQ(ask(22), "untouched@1") << "the host's own strategy, which is not there";
-    EXPECT_EQ(ask(33), "younger@1");
+    EXPECT_EQ(ask(33), "-1@1");
     process->RecordDomains(0, 12, nullptr);
     EXPECT_EQ(ask(12), "main@1");
+    process->RecordDomains(1, 23, headers({{"other", "1"}}));
+    EXPECT_EQ(ask(23), "main@1") << "inherited";
     update("play_info", {{"cdn_wifi_domain", "new"}});
-    EXPECT_EQ(ask(12), "new@1");
+    EXPECT_EQ(ask(12) + ask(23), "new@1new@1");
 }
 
 TEST_F(NetProcess, AChangeReachesEveryPlayer_AndIsAnsweredWithItsDomains) {
@@ -115,6 +111,7 @@ TEST_F(NetProcess, AChangeReachesEveryPlayer_AndIsAnsweredWithItsDomains) {
     for (int i = 0; i < 2; ++i) update("system_info", {{"network_type", "1"}, {"cdn_4g_domain", "mobile"}});
     engine.onCall(nullptr);
     EXPECT_EQ(asked, "p1:mobile@0 p2:mobile@0 ");
+    for (const auto &call : engine.takeParameterCalls()) EXPECT_EQ(call.value.getInt32(0), 0);
 }
 
 TEST_F(NetProcess, TheNetworkOfThisMoment_ChoosesAmongTheDomainsKnown) {
@@ -173,7 +170,7 @@ TEST_F(NetProcess, AProbe_MakesALocalServerOnAMobileNetworkCountAsWifi) {
     EXPECT_EQ(host->listeners(), 0);
 }
 
-TEST_F(NetProcess, TheTimeline_GivesAConfigurationToLeaveAndAPlayerToTell) {
+TEST_F(NetProcess, TheTimeline_GivesAConfigurationToLeave) {
     const auto host = std::make_shared<fake::RecordingConfigure>();
     const auto timeline = std::make_shared<Timeline>(0);
     timeline->SetConfigure(host);
@@ -182,15 +179,6 @@ TEST_F(NetProcess, TheTimeline_GivesAConfigurationToLeaveAndAPlayerToTell) {
     EXPECT_EQ(host->takeCalls(), "");
     process->RemoveCodecConfigListener();
     EXPECT_EQ(host->takeCalls(), "-cdn_wifi_domain -cdn_4g_domain -network_type");
-
-    timeline->AddBound(oriplayer::IPeriod::create(), nullptr);
-    timeline->Prepare();
-    engine.takeParameterCalls();
-    for (int i = 0; i < 2; ++i) process->HandleNetStatusChange("0");
-    const auto calls = engine.takeParameterCalls();
-    ASSERT_EQ(calls.size(), 1U);
-    EXPECT_EQ(calls[0].number, 3901);
-    EXPECT_EQ(calls[0].value.getInt32(0), 0);
 }
 
 }  // namespace

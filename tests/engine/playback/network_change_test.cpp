@@ -44,64 +44,38 @@ protected:
     const std::string film_ = clipBytes("sound_longer.mkv");
 };
 
-TEST_F(NetworkChange, ADownloadThatStandsGoesOnFromTheNewHostWithEveryPicture) {
-    for (const auto &[pace, preloaded] : {std::pair("1", false), std::pair("0", false), std::pair("1", true)}) {
-        const PropertyGuard untimed(oriplayer::kPropertyUntimed, pace);
-        Film half(film_);
-        half.limit = half.size() / 2;
+TEST_F(NetworkChange, ADownloadThatWaitsGoesOnFromTheNewHostWithEveryPicture) {
+    const std::string list = clipBytes("variant_low.m3u8");
+    const std::string begun = list.substr(0, list.find(".ts", list.find(".ts") + 1) + 4);  // two segments, live
+    Film half(film_);
+    half.limit = half.size() / 2;
+    const Answer silent = &Connection::silence;
+    const struct {
+        std::string url, path;  // of the source, and of what the old host does not answer in full
+        Answer old;             // how it answers, from the second request on if there is an `earlier` one
+        Answer earlier;
+        std::size_t pictures;
+        bool preloaded;
+        const char *untimed;
+    } cases[] = {{"/film?id=7", "/film", std::ref(half), nullptr, 25, false, "1"},
+                 {"/film?id=7", "/film", std::ref(half), nullptr, 25, false, "0"},
+                 {"/film?id=7", "/film", std::ref(half), nullptr, 25, true, "1"},
+                 {"/film?id=7", "/film", silent, nullptr, 25, false, "1"},
+                 {"/film?id=7", "/film", silent, nullptr, 25, true, "1"},
+                 {"/variant_low.m3u8", "/variant_low2.ts", silent, nullptr, 150, false, "1"},
+                 {"/variant_low.m3u8", "/variant_low.m3u8", silent, answer(begun), 150, false, "1"}};
+    for (const auto &each : cases) {
+        SCOPED_TRACE(&each - cases);
+        const PropertyGuard untimed(oriplayer::kPropertyUntimed, each.untimed);
         Film whole(film_);
         LoopbackServer first;
         LoopbackServer second;
-        first.on("/film", std::ref(half));
+        std::atomic<int> asked{0};
+        first.on(each.path, [&](const Connection &connection) {
+            (asked++ == 0 && each.earlier ? each.earlier : each.old)(connection);
+        });
         second.on("/film", std::ref(whole));
         sDomains = "127.0.0.1:1, " + second.address();
-        const std::string url = first.url("/film?id=7");
-        if (preloaded) {
-            ASSERT_EQ(oriplayer::addPreloadTask(url.c_str(), kPreloadKiB), 0);
-            first.awaitRequests(1);
-        }
-        WatchedPlayer player({url});
-        player->prepareAsync();
-        player->start();
-        ASSERT_TRUE(player.waitForPictures(3));
-        change(player);
-        ASSERT_TRUE(player.waitForEvent(1001)) << player.events();
-        EXPECT_EQ(player.pictures().size(), 25u);
-        EXPECT_EQ(player.events(), "306 1000 1017 1001");
-        EXPECT_TRUE(sBufferIsZero);
-        ASSERT_EQ(second.requests().size(), 1u);
-        const Connection request(-1, second.requests()[0]);
-        EXPECT_EQ(request.header("Host"), second.address());
-        EXPECT_EQ(request.target(), "/film?id=7");
-        EXPECT_GT(request.from(), 0u) << "it goes on where it stood";
-        EXPECT_EQ(first.requests().size(), 1u);
-    }
-}
-
-TEST_F(NetworkChange, AConnectionThatWaitsForItsAnswerIsMadeToTheNewHostWithEveryPicture) {
-    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
-    const std::string list = clipBytes("variant_low.m3u8");
-    const std::string begun = list.substr(0, list.find(".ts", list.find(".ts") + 1) + 4);  // two segments, live
-    const struct {
-        const char *url, *silent;  // the old host answers for `silent` only the first `answers` times
-        int answers;
-        std::size_t pictures;
-        bool preloaded;
-    } cases[] = {{"/film", "/film", 0, 25, false},
-                 {"/film", "/film", 0, 25, true},
-                 {"/variant_low.m3u8", "/variant_low2.ts", 0, 150, false},
-                 {"/variant_low.m3u8", "/variant_low.m3u8", 1, 150, false}};
-    for (const auto &each : cases) {
-        SCOPED_TRACE(std::string(each.silent) + (each.preloaded ? ", preloaded" : ""));
-        LoopbackServer first;
-        LoopbackServer second;
-        std::atomic<int> asked{0};
-        first.on(each.silent, [&](const Connection &connection) {
-            if (asked++ < each.answers) return answer(begun)(connection);
-            connection.silence();
-        });
-        second.on("/film", answer(film_));
-        sDomains = second.address();
         sAsked = 0;
         const std::string url = first.url(each.url);
         if (each.preloaded) {
@@ -110,11 +84,24 @@ TEST_F(NetworkChange, AConnectionThatWaitsForItsAnswerIsMadeToTheNewHostWithEver
         }
         WatchedPlayer player({url});
         player.play();
-        while (asked <= each.answers) std::this_thread::yield();
-        while (sAsked == 0) change(player);
-        EXPECT_TRUE(player.waitForEvent(1001)) << player.events();
+        while (asked < (each.earlier ? 2 : 1)) std::this_thread::yield();
+        const bool stands = each.old.target<std::reference_wrapper<Film>>() != nullptr;
+        ASSERT_TRUE(!stands || player.waitForPictures(3));
+        change(player);
+        while (sAsked == 0) {  // the player may not have come to the source that is being opened ahead
+            if (each.preloaded && !stands) change(player);
+            std::this_thread::yield();
+        }
+        EXPECT_TRUE(player.waitForEvent(1001));
         EXPECT_EQ(player.pictures().size(), each.pictures);
         EXPECT_EQ(player.events(), "306 1000 1017 1001");
+        EXPECT_TRUE(sBufferIsZero);
+        ASSERT_FALSE(second.requests().empty());
+        const Connection request(-1, second.requests()[0]);
+        EXPECT_EQ(request.header("Host"), second.address());
+        EXPECT_EQ(request.target(), each.path == "/film" ? each.url : each.path);
+        EXPECT_EQ(request.from() > 0, stands) << "it goes on where it stood";
+        EXPECT_TRUE(!stands || first.requests().size() + second.requests().size() == 2);
     }
 }
 
