@@ -27,18 +27,5 @@ TEST(Alternative, KeyChangesTheSourceAndBackWithoutLosingAPicture) {
     EXPECT_EQ(outcome.events(1000).size(), 1u);
 }
 
-TEST(Alternative, OneThatCannotBeOpenedIsToldAndTheItemGoesOn) {
-    RunningProgram program(
-        {"--no-window", "--json", "--alternative", "/no/such/film.mp4", clip("numbered.mp4"), clip("h264_aac.mp4")},
-        {.terminal = true});
-    ASSERT_TRUE(program.waitForErr("playing 0:0")) << program.err();
-    program.type("c");
-    ASSERT_TRUE(program.waitForErr("what played before goes on")) << program.err();
-    program.type(">");
-    const Outcome outcome = program.finish();
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    EXPECT_EQ(outcome.summary["bounds"].size(), 2u);
-}
-
 }  // namespace
 }  // namespace apps

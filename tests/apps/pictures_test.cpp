@@ -7,7 +7,6 @@
 #include "colour.h"
 #include "still_picture.h"
 #include "support/temporary_folder.h"
-#include "window.h"
 #include "y4m_writer.h"
 
 namespace vexoplay {
@@ -41,20 +40,6 @@ PictureFacts factsOf(const PaddedPicture &picture) {
     facts.height = picture.height;
     facts.durationUs = 40'000;
     return facts;
-}
-
-TEST(Pictures, Y4mFilesHoldRowsWithoutPaddingAndOneSizeEach) {
-    const support::TemporaryFolder folder;
-    const PaddedPicture small(3, 3, {'a', 'b', 'c'});
-    const PaddedPicture other(2, 2, {'d', 'e', 'f'});
-    Y4mWriter writer(folder / "out.0");
-    writer.write(small.view(), factsOf(small));
-    writer.write(small.view(), factsOf(small));
-    writer.write(other.view(), factsOf(other));
-    EXPECT_EQ(writer.close(), "");
-    const std::string frame = "FRAME\naaaaaaaaabbbbcccc";
-    EXPECT_EQ(folder.read("out.0.y4m"), "YUV4MPEG2 W3 H3 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED\n" + frame + frame);
-    EXPECT_THAT(folder.read("out.0-1.y4m"), testing::EndsWith("FRAME\nddddef"));
 }
 
 TEST(Pictures, Y4mHeadersTellRateAspectAndRange) {
@@ -121,19 +106,6 @@ TEST(Pictures, AStillIsAPngWithSquarePixelsUnderAFreshName) {
     EXPECT_GE(rgb[0], 253);
     EXPECT_LE(rgb[1], 2);
     EXPECT_NE(saveStill(staged, folder / "no/such").error, "");
-}
-
-TEST(Pictures, PicturesKeepTheirAspectInAnyWindow) {
-    const auto at = [](int w, int h, int pw, int ph) {
-        const Placement place = placeIn(w, h, pw, ph);
-        return std::array{place.x, place.y, place.width, place.height};
-    };
-    EXPECT_EQ(at(640, 360, 1280, 720), (std::array{0, 0, 640, 360}));
-    EXPECT_EQ(at(1000, 360, 640, 360), (std::array{180, 0, 640, 360}));
-    EXPECT_EQ(at(640, 500, 640, 360), (std::array{0, 70, 640, 360}));
-    EXPECT_EQ(displayWidth(720, 16u << 16 | 11u), 1047);
-    EXPECT_EQ(displayWidth(720, 0), 720);
-    EXPECT_EQ(displayWidth(720, 500u << 16 | 1u), 720) << "not believed";
 }
 
 }  // namespace

@@ -33,17 +33,6 @@ std::unique_ptr<Programme> make(Programme::Shape shape, const std::vector<ProbeA
     return programme;
 }
 
-TEST(Programme, PeriodsAreKnownByTheirObjectsAndPreloadedIfWished) {
-    const auto programme = make(Programme::Shape::kPeriodEach, {answered(5'039), answered(2'703)});
-    const auto second = programme->build({})->getPeriod(1);
-    EXPECT_EQ(programme->itemOf(*second), 1);
-    const auto foreign = oriplayer::IPeriod::create();
-    foreign->addSource(oriplayer::ISource::create("http://host/1", 0.0));
-    EXPECT_EQ(programme->itemOf(*foreign), -1) << "the object counts, not the URL";
-    EXPECT_EQ(second->getPreloadMask(), 1);
-    EXPECT_EQ(programme->build({}, Programme::Preload::kOff)->getPeriod(1)->getPreloadMask(), 0);
-}
-
 TEST(Programme, WhatIsKnownOfALengthDecidesWhatIsDeclared) {
     struct Case {
         const char *what;
@@ -62,28 +51,6 @@ TEST(Programme, WhatIsKnownOfALengthDecidesWhatIsDeclared) {
             EXPECT_EQ(programme->lengthMs(0), shape == Programme::Shape::kPeriodEach ? c.each : c.mixed) << c.what;
         }
     }
-}
-
-TEST(Programme, ASeekLandsWhereTheLibraryPutsIt) {
-    const auto programme =
-        make(Programme::Shape::kPeriodEach, {answered(10'000), answered(20'000), answered(0), answered(5'000)});
-    programme->build({});
-    const auto place = [&](int64_t ms) {
-        const Programme::Place p = programme->placeOf(ms);
-        return std::tuple(p.item, p.offsetMs, p.lengthUnknown);
-    };
-    EXPECT_EQ(place(0), std::tuple(0, 0, false));
-    EXPECT_EQ(place(10'000), std::tuple(0, 10'000, false)) << "the exact end still belongs to the item";
-    EXPECT_EQ(place(10'001), std::tuple(1, 1, false));
-    EXPECT_EQ(place(30'001), std::tuple(2, 1, true));
-    EXPECT_EQ(place(90'000), std::tuple(2, 60'000, true)) << "nothing behind it can be reached";
-    programme->learnTotal(2, 39'000);
-    EXPECT_EQ(programme->lengthMs(2), 4'000);
-    EXPECT_EQ(programme->startMs(3), 34'000);
-    EXPECT_EQ(place(34'001), std::tuple(3, 1, false));
-    EXPECT_EQ(place(90'000), std::tuple(3, 5'000, false));
-    programme->build({});
-    EXPECT_EQ(programme->totalMs(), 39'000) << "a second round knows what the first has learned";
 }
 
 TEST(BoundLog, ABoundIsEnteredOncePerPlayerWhateverOrderNewsComesIn) {

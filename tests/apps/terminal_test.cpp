@@ -107,14 +107,5 @@ TEST(Terminal, StoppingGivesTheTerminalBackUntilItGoesOn) {
     EXPECT_EQ(outcome.summary["exit"], "quit");
 }
 
-TEST(Terminal, AStillIsSavedWhereTheProgramRuns) {
-    const support::TemporaryFolder folder;
-    RunningProgram program(film(), {.terminal = true, .folder = folder.path()});
-    ASSERT_TRUE(program.waitForErr("160x120"));
-    program.type("s");
-    EXPECT_TRUE(program.waitForErr("saved vexoplay-0001.png")) << program.err();
-    EXPECT_GT(folder.read("vexoplay-0001.png").size(), 100u);
-}
-
 }  // namespace
 }  // namespace apps

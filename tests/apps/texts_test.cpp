@@ -1,14 +1,11 @@
 #include <gmock/gmock.h>
 #include <json/reader.h>
 #include <json/value.h>
-#include <unistd.h>
 
-#include <array>
 #include <sstream>
 #include <tuple>
 
 #include "json_lines.h"
-#include "line_output.h"
 #include "options.h"
 #include "play_list_file.h"
 #include "status_line.h"
@@ -172,26 +169,6 @@ TEST(JsonLines, AnyBytesInAUrlStillMakeOneLineOfJson) {
     Json::Value value;
     ASSERT_NO_THROW(std::istringstream(line) >> value);
     EXPECT_THAT(value["summary"]["bounds"][0]["url"].asString(), testing::StartsWith("a\"b\\c\n"));
-}
-
-TEST(LineOutput, AReaderThatStandsStillHoldsNothingUp_AndOneThatLeavesIsNamed) {
-    signal(SIGPIPE, SIG_IGN);
-    std::array<int, 2> pipe{};
-    ASSERT_EQ(::pipe(pipe.data()), 0);
-    LineOutput output(pipe[1]);
-    for (int i = 0; i < 200; ++i) output.add(std::string(1000, 'x'));  // far more than a pipe holds
-    EXPECT_FALSE(output.flush(1));
-    EXPECT_EQ(output.error(), "");
-    std::string got;
-    for (std::array<char, 65536> some; got.size() < 200 * 1001;) {
-        got.append(some.data(), static_cast<std::size_t>(::read(pipe[0], some.data(), some.size())));
-        output.pump();
-    }
-    EXPECT_EQ(got.substr(got.size() - 3), "xx\n");
-    ::close(pipe[0]);
-    output.add("more");
-    EXPECT_EQ(output.error(), "Broken pipe");
-    ::close(pipe[1]);
 }
 
 }  // namespace

@@ -36,26 +36,6 @@ TEST(MediaUrl, GivesTagAndId) {
     }
 }
 
-TEST(MapText, AbsentAndNullKeysHaveAnswersOfTheirOwn) {
-    const std::map<std::string, std::string> map{{"n", "12"}, {"t", "x"}};
-    EXPECT_EQ(GetMapInt(map, "n"), 12);
-    EXPECT_EQ(GetMapInt(map, "t"), 0);
-    EXPECT_EQ(GetMapInt(map, "none"), -1);
-    EXPECT_EQ(GetMapInt(map, nullptr), -1);
-    EXPECT_EQ(GetMapString(map, "t"), "x");
-    EXPECT_EQ(GetMapString(map, "none") + GetMapString(map, nullptr), "");
-}
-
-TEST(Text, TrimsBlanksOnlyOrAllWhiteSpace) {
-    for (const auto &[in, blanks, space] :
-         {std::tuple{"   ", "", ""}, {"", "", ""}, {"  a b ", "a b", "a b"}, {" \ta\n ", "\ta\n", "a"}}) {
-        std::string text = in;
-        EXPECT_EQ(TrimBlanks(text), blanks);
-        std::string buffer = in;
-        EXPECT_STREQ(TrimInPlace(buffer.data()), space);
-    }
-}
-
 TEST(CpuStat, CountsProcessorsAndReadsTheAggregateLine) {
     const auto read = [](const char *text, CpuStatInfo &info) {
         std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::tmpfile(), &std::fclose);

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <mutex>
 #include <set>
-#include <thread>
 
 #include "base/oriplayer/module.h"
 #include "base/oriplayer/player.h"
@@ -62,37 +61,6 @@ TEST_F(Contract, IdsAreUniqueAndNeverUsedAgain) {
     std::set<int> ids;
     for (int i = 0; i < 20; ++i) EXPECT_TRUE(ids.insert(IOriPlayer::create()->getPlayerId()).second);
     EXPECT_GT(*ids.begin(), 0);
-}
-
-TEST_F(Contract, BeforePreparedQueriesAnswerNothingYet_LoopingIsKept) {
-    const auto player = IOriPlayer::create();
-    int64_t position = -1, duration = -1;
-    player->getCurrentPosition(&position, 0);
-    player->getDuration(&duration);
-    EXPECT_EQ(position, 0);
-    EXPECT_EQ(duration, 0);
-    EXPECT_EQ(player->getVideoWidth() + player->getVideoHeight(), 0);
-    EXPECT_FALSE(player->isPlaying());
-    for (const bool looping : {true, false}) {
-        player->setLooping(looping);
-        EXPECT_EQ(player->isLooping(), looping);
-    }
-}
-
-TEST_F(Contract, SettersOfTheTimelineAnswerZero_FreeSlotsMinusOne) {
-    const auto player = IOriPlayer::create();
-    for (int number : {2001, 2009, 2100, 2330, 2360, 3200, 3300, 3600, 4100, 4213, 1991}) {
-        Param value;
-        value.putInt32(0);
-        EXPECT_EQ(player->setParameter(number, value, -1), 0) << number;
-    }
-    Param volume;
-    volume.putFloat(0.5F);
-    EXPECT_EQ(player->setParameter(3004, volume, -1), 0);
-    Param unknown;
-    EXPECT_EQ(player->getParameter(99'999, &unknown, -1), -1);
-    EXPECT_EQ(player->reserved2(), -1);
-    EXPECT_EQ(player->reserved29(), -1);
 }
 
 TEST_F(Contract, FreeFunctionsRefuseWhatIsNotThere) {

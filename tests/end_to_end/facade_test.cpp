@@ -1,14 +1,12 @@
 #include "interface/vexo_player.h"
 
 #include <gtest/gtest.h>
-#include <httplib.h>
 
 #include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "base/oriplayer/module.h"
@@ -78,41 +76,6 @@ TEST_F(Facade, TheEndsHandlerStartsTheNextSource_EveryPictureReachesTheApplicati
     ASSERT_TRUE(application.waitForEnds(4));
     EXPECT_EQ(application.pictures, 100);
     EXPECT_EQ(application.right, 100);
-}
-
-TEST_F(Facade, ASourceOfOptionsPlaysFromTheServerThatTheyName) {
-    const std::string clips = clip("mpeg2_mp2.ts").substr(0, clip("mpeg2_mp2.ts").rfind('/'));
-    std::atomic<int> foreign{0};
-    httplib::Server server;
-    server.set_mount_point("/live", clips);
-    server.set_logger([&](const httplib::Request &request, const httplib::Response &) {
-        const bool first = request.path == "/live/mpeg2_mp2.ts" || request.path == "/live/list";
-        const bool right = request.get_header_value("Host") == "live.example" &&
-                           (!first || request.get_param_value("token") == "secret");
-        if (!right) ++foreign;
-    });
-    server.Get("/live/list", [](const httplib::Request &, httplib::Response &response) {
-        response.set_content(
-            "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nmpeg2_mp2.ts?token=secret\n#EXT-X-ENDLIST\n", "text/plain");
-    });
-    const int port = server.bind_to_any_port("127.0.0.1");
-    std::thread thread([&] { server.listen_after_bind(); });
-    while (!server.is_running()) std::this_thread::yield();
-    int ends = 0;
-    for (const auto &[stream, list] : {std::pair("live/mpeg2_mp2.ts", "0"), std::pair("live/list", "1")}) {
-        play(IVexoMediaSource::create(VexoParams{{kQzrtpDownloadIp, std::string("127.0.0.1")},
-                                                 {kQzrtpDownloadHost, std::string("live.example")},
-                                                 {kQzrtpDownloadHttpPort, port},
-                                                 {kQzrtpDownloadStreamId, std::string(stream)},
-                                                 {kQzrtpDownloadToken, std::string("secret")},
-                                                 {kQzrtpEnablePlaylist, std::string(list)}}));
-        EXPECT_TRUE(application.waitForEnds(++ends)) << stream;
-    }
-    EXPECT_EQ(application.pictures, 50);
-    EXPECT_EQ(foreign, 0);
-    player->stop();
-    server.stop();
-    thread.join();
 }
 
 }  // namespace

@@ -1,9 +1,4 @@
 // The functions of the engine boundary, as the scripted engine answers them.
-#include <json/json.h>
-
-#include <mutex>
-
-#include "base/live_stream_sdk.h"
 #include "base/oriplayer/module.h"
 #include "base/oriplayer/player.h"
 #include "fake/scripted_engine.h"
@@ -18,9 +13,6 @@ fake::ScriptedEngine &engine() {
 const char *textOf(const char *text) {
     return text ? text : "null";
 }
-
-std::mutex sHandlerMutex;
-live_stream_sdk::ReportHandler sHandler;
 
 }  // namespace
 
@@ -71,22 +63,3 @@ double probeLocalDuration(const std::string &) {
 }
 
 }  // namespace oriplayer
-
-namespace live_stream_sdk {
-
-void LiveStreamSDKSendReport(int, const char *module, const char *category, void *report, void *) {
-    const auto *json = static_cast<const Json::Value *>(report);
-    ReportHandler handler;
-    {
-        const std::lock_guard<std::mutex> lock(sHandlerMutex);
-        handler = sHandler;
-    }
-    if (handler && json) handler(module, category, *json);
-}
-
-void setReportHandler(ReportHandler handler) {
-    const std::lock_guard<std::mutex> lock(sHandlerMutex);
-    sHandler.swap(handler);
-}
-
-}  // namespace live_stream_sdk

@@ -97,24 +97,5 @@ TEST(MessageLooper, SentToOneThatHasEnded_IsDestroyedUnrun) {
     EXPECT_EQ(token.use_count(), 1);
 }
 
-TEST(MessageLooper, SendersOnManyThreads_EveryMessageRunsOnce) {
-    constexpr int kSenders = 4;
-    constexpr int kEach = 500;
-    int runs = 0;  // the worker's
-    {
-        MessageLooper looper("vexo-test");
-        std::vector<std::thread> senders;
-        for (int i = 0; i < kSenders; ++i) {
-            senders.emplace_back([&looper, &runs, i] {
-                for (int n = 0; n < kEach; ++n) {
-                    looper.SendMessage_({[&runs] { ++runs; }}, i % 2 == 0 ? MSG_PRIO_HIGH : MSG_PRIO_LOW);
-                }
-            });
-        }
-        for (std::thread &sender : senders) sender.join();
-    }
-    EXPECT_EQ(runs, kSenders * kEach);
-}
-
 }  // namespace
 }  // namespace vexo

@@ -83,19 +83,5 @@ TEST(UTimerDeathTest, ACallbackMayStillRunWhenTheProcessEnds) {
     EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
 }
 
-TEST(UTimer, TimersOfSeveralThreadsComeAndGo) {
-    std::counting_semaphore<> fired(0);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int round = 0; round < 3; ++round) {
-                UTimer timer(&release, &fired, 50001);
-                timer.Start();
-                std::this_thread::yield();
-            }
-        });
-    for (auto &thread : threads) thread.join();
-}
-
 }  // namespace
 }  // namespace vexo

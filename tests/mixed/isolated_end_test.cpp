@@ -130,18 +130,6 @@ TEST_F(IsolatedEnd, StoppedWhileItIsHandled_NoEventFollows) {
     }
 }
 
-TEST_F(IsolatedEnd, TheRestOfTheList_PlaysBehindAPeriodRemovedWhilePaused) {
-    interrupt({period({"x"}), period({"y"})});
-    player->start(0);
-    player->delPeriod(1, 0);
-    player->start(1);
-    ends("p2");
-    ASSERT_TRUE(waitForCall("p3.prepareAsync"));
-    EXPECT_EQ(listener->count(10240), 0);
-    ends("p3");
-    EXPECT_TRUE(listener->waitFor(10240));
-}
-
 TEST_F(IsolatedEnd, RemovingTheLastPeriodThatPlays_HandsBackAtOnce) {
     for (const bool clear : {false, true}) {
         restart();

@@ -208,28 +208,5 @@ TEST_F(Playback, BehindTheDestructorTheApplicationHearsNothing) {
     }
 }
 
-TEST_F(Playback, PlayersThatComeAndGoLeaveNothing) {
-    for (int round = 0; round < 60; ++round) {
-        restartEngine();
-        create();
-        auto handled = at(1000, [round, weak = std::weak_ptr(player_)] {
-            const auto player = weak.lock();  // now and then the last reference
-            if (!player) return;
-            if (round % 3 == 0) player->setMediaSource(IVexoMediaSource::create("b.mp4"));
-            if (round % 3 == 1) player->stop();
-            player->prepareAsync();
-        });
-        engine_.autoPrepare = true;
-        open("a.mp4");
-        if (round % 2 == 0) handled.wait();
-        player_.reset();
-        while (engine_.living() > 0) std::this_thread::yield();
-    }
-    vexo::RenderSetup setup;
-    auto *pipe = vexo::RenderManager::Instance().AcquirePipe(setup);
-    EXPECT_EQ(pipe->Render(picture_.info), 1) << "no middleware stayed behind";
-    vexo::RenderManager::Instance().ReleasePipe(pipe);
-}
-
 }  // namespace
 }  // namespace VexoPlayerNS

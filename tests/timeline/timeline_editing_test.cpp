@@ -22,16 +22,6 @@ protected:
     }
 };
 
-TEST_F(TimelineEditing, RemovingThePlayingPeriodGoesOnToTheNext) {
-    PlaySecondOfThree();
-    timeline_->RemoveBound(1);
-    EXPECT_EQ(Calls(), Left("p2") + " " + Entered("p3", "c"));
-    EXPECT_EQ(timeline_->GetState(), Timeline::kStarted);
-    EXPECT_EQ(PeriodIndex(), 1);
-    EXPECT_EQ(CallsBehind("p3", kEventPrepared), "p3.start");
-    EXPECT_EQ(Events(), "1000@000100");
-}
-
 TEST_F(TimelineEditing, APausedRemovedPeriodKeepsItsPlayer_ThenTheOneAtItsPlaceFollows) {
     PlaySecondOfThree();
     timeline_->Pause();

@@ -35,29 +35,6 @@ TEST_F(TimelineThreads, TwoTimelinesOfOnePlayer_EachHandlerResetsBoth) {
     }
 }
 
-TEST_F(TimelineThreads, ResetsInCallbacksOneAfterTheOther_EachSourcePlays) {
-    engine_.autoPrepare = true;
-    constexpr int kSources = 200;
-    std::promise<void> done;
-    int played = 0;
-    listener_->on(kEventPrepared, [&] {  // the next source is set from inside the callback, for ever
-        if (++played == kSources) {
-            done.set_value();
-            return;
-        }
-        timeline_->Reset();
-        Add("x");
-        timeline_->Prepare();
-        timeline_->Start();
-    });
-    Add("x");
-    timeline_->Prepare();
-    EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
-    timeline_->Reset();
-    EXPECT_EQ(engine_.created(), kSources);
-    EXPECT_EQ(engine_.maxLiving(), 1);
-}
-
 TEST_F(TimelineThreads, AResetThatACallbackOvertakes_LeavesWhatTheCallbackSet) {
     PlayThree();
     std::promise<void> inside;

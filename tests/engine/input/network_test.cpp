@@ -50,36 +50,6 @@ int packetsIn(SourceInput &input) {
     return count;
 }
 
-TEST(Network, FilesAndHlsListsAreReadToTheirEndAndSought) {
-    LoopbackServer server;
-    for (const std::string &url : {server.url("/vod.m3u8"), support::clip("vod.m3u8"), server.url("/fragments.m3u8"),
-                                   server.url("/numbered.mp4")}) {
-        SCOPED_TRACE(url);
-        SourceInput input;
-        const MediaError error = input.open(url, {});
-        ASSERT_FALSE(error) << error.text;
-        EXPECT_TRUE(input.seekable() && !input.live());
-        const bool list = url.ends_with(".m3u8");
-        const int64_t keyUs = list ? 1'000'000 : 2'000'000;  // from one key frame to the next
-        EXPECT_NEAR(static_cast<double>(input.durationUs()), list ? 4e6 : 10e6, 50e3);
-        EXPECT_TRUE(!list || packetsIn(input) == 100);
-        const int64_t bytes = input.bytesRead();
-        EXPECT_GT(bytes, 10'000);
-        for (const int64_t target : {3'500'000, 0, 1'000'000, 2'960'000}) {
-            ASSERT_FALSE(input.seek(target));
-            PacketPtr packet(av_packet_alloc());
-            SourceInput::Stream stream = SourceInput::Stream::kAudio;
-            while (stream != SourceInput::Stream::kVideo) {
-                av_packet_unref(packet.get());
-                ASSERT_EQ(input.read(packet.get(), stream), 0);
-            }
-            EXPECT_EQ(packet->pts, target / keyUs * keyUs) << target;
-            EXPECT_TRUE(packet->flags & AV_PKT_FLAG_KEY);
-        }
-        EXPECT_GT(input.bytesRead(), bytes);
-    }
-}
-
 TEST(Network, AListOfFractionsOfSecondsIsAsLongUnderADecimalComma) {
     const support::DecimalComma comma;
     if (!comma.set()) GTEST_SKIP() << "no program localedef";

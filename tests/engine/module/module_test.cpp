@@ -41,15 +41,6 @@ TEST(Properties, ATextThatCannotBeReadChangesNothingAndAnEmptyOneRestores) {
     EXPECT_EQ(values.caFile, "");
 }
 
-TEST(PreloadTasks, AreKeptInABoundedQueue) {
-    auto &queue = oriplayer::PreloadQueue::instance();
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(oriplayer::addPreloadTask("a", 8192), 0);
-    EXPECT_EQ(queue.size(), 2u);
-    for (int i = 0; i < 21'000; ++i) oriplayer::addPreloadTask("b", 1);
-    EXPECT_EQ(queue.size(), 20'000u);
-    EXPECT_LE(queue.warm(), 3u);
-}
-
 TEST(PlayerInformation, AnswersKnownKeysOnlyAndAnEmptyRecord) {
     WatchedPlayer player({clip("h264_aac.mp4")});
     const int id = player->getPlayerId();
@@ -109,21 +100,6 @@ TEST(ReportChannel, AHandlerMayThrow_AndIsNotRunningOnceReplaced) {
     live_stream_sdk::setReportHandler({});
     EXPECT_TRUE(returned);
     sender.join();
-}
-
-TEST(ReportChannel, HandsTheObjectToTheHandlerThatIsInstalled) {
-    Json::Value report;
-    report["size"] = 5;
-    const auto send = [&] { live_stream_sdk::LiveStreamSDKSendReport(0, "download", "log", &report, nullptr); };
-    std::string seen;
-    send();
-    live_stream_sdk::setReportHandler([&](const char *module, const char *category, const Json::Value &value) {
-        seen += std::string(module) + "/" + category + "/" + value["size"].asString();
-        live_stream_sdk::setReportHandler({});
-    });
-    send();
-    send();
-    EXPECT_EQ(seen, "download/log/5") << "and none before and behind it";
 }
 
 }  // namespace

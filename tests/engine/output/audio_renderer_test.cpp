@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <thread>
 
 #include "engine/output/tone.h"
@@ -42,41 +41,6 @@ TEST_F(Renderer, ChangeOfDevice_KeepsTheClock_AnUnknownOneTheDevice) {
     ASSERT_TRUE(support::eventually([&] { return sound.positionUs().has_value(); }));
     // A block or two of the device.
     EXPECT_NEAR(static_cast<double>(*sound.positionUs()), static_cast<double>(before), 150'000);
-}
-
-TEST_F(Renderer, AnyThreadAnyMoment) {
-    std::atomic<bool> end{false};
-    std::thread asker([&] {
-        while (!end) {
-            sound.positionUs(), sound.bufferedUs(), sound.drained(), sound.takeError();
-            std::this_thread::yield();
-        }
-    });
-    for (int i = 0; i < 20; ++i) {
-        sound.start();
-        sound.setVolume(static_cast<float>(i) / 20);
-        sound.setSpeed(0.5 + i * 0.1);
-        sound.setMuted(i % 2 == 1);
-        if (i % 5 == 0) sound.setDevice("");
-        std::this_thread::sleep_for(2ms);
-        sound.pause();
-    }
-    sound.start();
-    sound.leaveToDevice(100'000);
-    EXPECT_FALSE(sound.opened());
-    end = true;
-    asker.join();
-}
-
-TEST(AudioRendererLife, ManyShortLives_LeaveTheDeviceOpen) {
-    for (int i = 0; i < 50; ++i) {
-        AudioRenderer one;
-        ASSERT_FALSE(one.open(""));
-        const auto frame = tone::frame(44'100, 441, 440, 0.5F);
-        one.start();
-        EXPECT_TRUE(one.push(*frame, 0));
-        if (i % 2) one.leaveToDevice(100'000);
-    }
 }
 
 }  // namespace

@@ -64,29 +64,6 @@ TEST(Reentrance, TheLastReferenceMayGoInsideAnyCallback) {
     EXPECT_EQ(player.numbers().back(), 2);
 }
 
-TEST(Reentrance, StopFromTwoCallbacksAndTwoThreadsAtOnce) {
-    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
-    WatchedPlayer player({clip("numbered.mp4")});
-    player.ear->onEvent = [&](int event) {
-        if (event == 1017) player->stop(true);
-    };
-    player.screen->onPicture = [&](const ShownPicture &picture) {
-        if (picture.clipNumber == 1) player->stop(true);
-    };
-    player.play();
-    ASSERT_TRUE(player.waitForPictures(1));
-    std::thread first([&] { player->stop(true); });
-    std::thread second([&] { player->stop(true); });
-    first.join();
-    second.join();
-    const auto shown = player.pictures().size();
-    const std::string events = player.events();
-    player->seekTo(0, 0);
-    EXPECT_EQ(player->start(), -1);
-    EXPECT_EQ(player.pictures().size(), shown);
-    EXPECT_EQ(player.events(), events);
-}
-
 TEST(Life, RandomCommandsAtRandomMomentsLeaveNothingBehind) {
     std::mt19937 random(20261122);
     const auto upTo = [&random](int most) { return static_cast<int>(random() % static_cast<unsigned>(most)); };

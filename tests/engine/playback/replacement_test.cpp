@@ -129,19 +129,5 @@ TEST(Replacement, InALoopItJoinsTheRoundThatIsRead) {
     for (int i = 0; i < 500; ++i) ASSERT_EQ(numbers[static_cast<std::size_t>(i)], i % 250);
 }
 
-TEST(Replacement, StopEndsItWhereverItIs) {
-    for (int i = 0; i < 20; ++i) {
-        WatchedPlayer player({clip("numbered.mp4")});
-        player.play();
-        ASSERT_TRUE(player.waitForPictures(1));
-        player.replaceBy(clip("numbered_better.mkv"));
-        std::this_thread::sleep_for(std::chrono::milliseconds(2 * i));  // not to wait for: to be somewhere else
-        player->stop(true);
-        const auto shown = player.pictures().size();
-        EXPECT_EQ(player.replaceBy(clip("numbered.mp4")), -1);
-        EXPECT_EQ(player.pictures().size(), shown);
-    }
-}
-
 }  // namespace
 }  // namespace test

@@ -71,23 +71,6 @@ TEST(Seeking, WhilePlayingItPlaysOnFromThere) {
     }
 }
 
-TEST(Seeking, StartTimeAndPositionsAreOnTheProgrammesScale) {
-    WatchedPlayer player({clip("video_only.mp4"), clip("numbered.mp4"), clip("video_only.mp4")}, 3500);
-    ASSERT_TRUE(player.prepare());
-    EXPECT_EQ(player.positionMs(), 3500);
-    EXPECT_NEAR(static_cast<double>(player.durationMs()), 12'000, 45);
-    player->start();
-    ASSERT_TRUE(player.waitForPictures(1));
-    EXPECT_EQ(player.numbers()[0], 62);
-    EXPECT_EQ(player.pictures()[0].positionUs, 3'480'000);
-    player->seekTo(400, kExact);
-    ASSERT_TRUE(player.waitForNumber(10, 1));
-    EXPECT_EQ(player.pictures().back().width, 320);
-    player->seekTo(11'900, kExact);
-    ASSERT_TRUE(player.waitForEvent(1001));
-    EXPECT_EQ(player.numbers().back(), 24);
-}
-
 TEST(Seeking, OfManyOnlyTheLastOneLands) {
     WatchedPlayer player({clip("numbered.mp4")});
     for (int i = 0; i < 20; ++i) player->seekTo(400 * i, kExact);
@@ -282,19 +265,6 @@ TEST(Seeking, OfWhatWaitsThatIsKeptWhichShowsTheSame) {
             keepPictures(waiting(each.waits, each.fed), each.target * 40'000, each.mode, AV_CODEC_ID_H264);
         EXPECT_EQ(told(kept), each.kept) << each.waits << " fed " << each.fed << " target " << each.target;
     }
-}
-
-// Sound is decoded from 200 ms before the target on, or from where the decoder is.
-TEST(Seeking, OfTheSoundThatIsKeptWhichADecoderNeeds) {
-    using oriplayer::keepSound;
-    using oriplayer::SoundRole;
-    const auto target = [](int packet) { return packet * int64_t{40'000}; };
-    EXPECT_EQ(told(keepSound(waiting("K1 K2 K3 K4 K8 K9", 1), target(8), SoundRole::kAlone)), "anew 3 4 8 9");
-    EXPECT_EQ(told(keepSound(waiting("K4 K5 K6 K8", 4), target(6), SoundRole::kAlone)), "on 4 5 6 8");
-    EXPECT_EQ(told(keepSound(waiting("K4 K5 K6 K8", 4), target(3), SoundRole::kAlone)), "nothing");
-    EXPECT_EQ(told(keepSound(waiting("K4 K5", 4), target(9), SoundRole::kAlone)), "nothing");
-    EXPECT_EQ(told(keepSound(waiting("", 4), target(9), SoundRole::kBesidePictures)), "on");
-    EXPECT_EQ(told(keepSound(waiting("K4 K5", -1), target(5), SoundRole::kBesidePictures)), "nothing");
 }
 
 TEST(Pausing, NothingIsShownBeforeStartAndPauseTakesAnEarlyStartBack) {

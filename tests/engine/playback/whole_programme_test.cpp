@@ -40,18 +40,6 @@ INSTANTIATE_TEST_SUITE_P(Clips, Untimed,
                                          "jump_forward.ts", "flv1_mp3.flv", "mpeg4_mp3.avi", "open_gop.mpg",
                                          "raw_bframes.h264", "sound_longer.mkv", "picture_longer.mkv", "vod.m3u8"));
 
-TEST(WholeProgramme, EventsComeOnceAndInOrder) {
-    const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
-    const std::pair<std::string, std::string> cases[] = {
-        {"audio_only.ogg", "1000 1001"}, {"cover.m4a", "1000 1001"}, {"size_change.ts", "306 1000 1017 306 1001"}};
-    for (const auto &[name, events] : cases) {
-        WatchedPlayer player({clip(name)});
-        ASSERT_TRUE(player.playToEnd()) << name << ": " << player.events();
-        EXPECT_EQ(player.events(), events) << name;
-        EXPECT_FALSE(player->isPlaying());
-    }
-}
-
 TEST(WholeProgramme, SeeksShowTheRightPictureInEveryContainer) {
     for (const char *name :
          {"h264_aac.mp4", "hevc_aac.mkv", "vp9_opus.webm", "mpeg2_mp2.ts", "bframes.mkv", "wrap.ts", "flv1_mp3.flv",

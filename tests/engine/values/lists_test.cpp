@@ -81,25 +81,4 @@ TEST(Period, HeadersAreCopiedInBothDirections) {
     EXPECT_STREQ(period->getHeaders()->valueFor("key"), "value");
 }
 
-TEST(PlayList, PlacesOutsideTheListAreIgnored) {
-    auto list = IPlayList::create();
-    std::vector<std::shared_ptr<IPeriod>> periods;
-    for (int i = 0; i < 4; ++i) periods.push_back(IPeriod::create());
-    EXPECT_EQ(list->addPeriod(periods[1], 0), 0);
-    EXPECT_EQ(list->addPeriod(periods[2], -1), 0);
-    EXPECT_EQ(list->addPeriod(periods[0], 0), 0);
-    for (int position : {-2, 4}) EXPECT_EQ(list->addPeriod(periods[3], position), -1) << position;
-    EXPECT_EQ(list->addPeriod(nullptr, -1), -1);
-    for (int index : {-1, 3}) {
-        EXPECT_EQ(list->replacePeriod(periods[3], index), -1);
-        EXPECT_EQ(list->removePeriod(index), -1);
-        EXPECT_EQ(list->getPeriod(index), nullptr);
-    }
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(list->getPeriod(i), periods[static_cast<std::size_t>(i)]);
-    EXPECT_EQ(list->replacePeriod(periods[3], 1), 0);
-    EXPECT_EQ(list->removePeriod(0), 0);
-    EXPECT_EQ(list->getPeriod(0), periods[3]);
-    EXPECT_EQ(list->getPeriodCount(), 2);
-}
-
 }  // namespace
