@@ -24,11 +24,11 @@ class ReportText;
 /// Typed controls over the engine player of the main timeline's current bound, whichever that is at the call, and the
 /// texts that reports on a playback are made of.
 ///
-/// Bounds:   what a control sets belongs to one engine player. Crop, render switch, matrix, orientation, surface size and
-///           subtitles end with the bound: set them again at its 1000.
+/// Bounds:   what a control sets belongs to one engine player. Crop, render switch, matrix, orientation, surface size
+///           and subtitles end with the bound: set them again at its 1000.
 /// Results:  controls marked E answer what the engine answered, -1 without a player; the others 0, also without one.
-/// Threads:  any, also inside onVideoFrame; of two calls at once the last one wins. Call SetRotationMatrix on one thread
-///           at a time, because the engine reads the stored matrix.
+/// Threads:  any, also inside onVideoFrame; of two calls at once the last one wins. Call SetRotationMatrix on one
+///           thread at a time, because the engine reads the stored matrix.
 /// Lock:     mStateLock is a leaf round what is remembered; caches and totals are atomic.
 /// Life:     may outlive its player; controls then reach nothing.
 class VEXO_API CodecMediaProcess : public ICodec {
@@ -102,9 +102,9 @@ public:
     /// What the full record says of adaptive HLS playback, `label:value&` for each.
     std::string getHlsInfo();
 
-    /// Adds to the totals what the engine says of player `playerId`. It is called when a bound has been entered, with the
-    /// id of its new player, which has not loaded anything yet: so the totals stay at 0, and texts describe the present
-    /// player. Runs under a timeline's mutex, so it waits for none.
+    /// Adds to the totals what the engine says of player `playerId`. It is called when a bound has been entered, with
+    /// the id of its new player, which has not loaded anything yet: so the totals stay at 0, and texts describe the
+    /// present player. Runs under a timeline's mutex, so it waits for none.
     void AccumulatePeriodStatistics(int playerId);
 
 private:

@@ -59,8 +59,8 @@ public:
     virtual void setMediaSource(std::shared_ptr<IVexoMediaSource> source) = 0;
     /// Opens the source; event 1000 when it can play. A second call seeks to 0.
     virtual void prepareAsync() = 0;
-    /// Plays as soon as the source is prepared. After the last 1001 it plays nothing: call prepareAsync() and start() to
-    /// play the source again.
+    /// Plays as soon as the source is prepared. After the last 1001 it plays nothing: call prepareAsync() and start()
+    /// to play the source again.
     virtual void start() = 0;
     /// Ends playback and lets the source go: set one again before the next prepareAsync().
     virtual void stop() = 0;

@@ -46,7 +46,7 @@ class Timeline;
 /// Active:   the isolated timeline while it is started and the main one paused, else the main one.
 /// Pictures: go to the window of setVideoSurface until setVideoPipelineEnable(true). From then on they go to the
 ///           middlewares that RenderManager held at that call; those added later see nothing. For several players with
-///           pictures of their own: register a middleware, enable the pipeline, remove the middleware, for each in turn.
+///           pictures of their own: for each in turn, register a middleware, enable the pipeline, remove it.
 /// Results:  0 if the work was reached, which does not say that anything changed, -1 if not.
 /// End:      behind the destructor nothing of this player calls out any more. It belongs on a thread that is not inside
 ///           a callback of this player; create() sees to that: a last reference dropped inside one leaves the
@@ -67,7 +67,7 @@ public:
     virtual ~MixedCodecsPlayer();
     /// Writes the surface that the active timeline holds; `*out` stays if it holds none. -1 for a null `out`.
     virtual int getVideoSurface(void **out);
-    /// For both timelines; null for none. Lost at stop and setDataSource. Shows nothing while the picture pipeline is on.
+    /// For both timelines; null for none. Lost at stop and setDataSource. Stays empty while the pipeline is on.
     virtual int setVideoSurface(void *surface, bool flag);
     /// -1: rendering, filters and subtitles are not driven from here (see getMediaProcessor).
     virtual int setRenderConfig(int number, const oriplayer::Param &value, int index);

@@ -9,15 +9,15 @@ namespace protocols {
 class ConfigureListener {
 public:
     virtual ~ConfigureListener() = default;
-    /// `ns` is "system_info" or "play_info", other namespaces are ignored. `values` holds those of the keys "network_type",
-    /// "cdn_wifi_domain" and "cdn_4g_domain" that have changed; an empty value counts as missing.
+    /// `ns` is "system_info" or "play_info", other namespaces are ignored. `values` holds those of the keys
+    /// "network_type", "cdn_wifi_domain" and "cdn_4g_domain" that have changed; an empty value counts as missing.
     /// Thread: any.
     virtual void OnConfigUpdate(std::string ns, std::map<std::string, std::string> values) = 0;
 };
 
-/// The application's configuration, given to MixedCodecsPlayer::setConfigure. It tells which network the device is on, and
-/// which hosts to download from on each; docs/network.md has the keys and their values, examples/network_change.cpp a
-/// whole implementation. Its operations return soon and use no player. Thread: any.
+/// The application's configuration, given to MixedCodecsPlayer::setConfigure. It tells which network the device is on,
+/// and which hosts to download from on each; docs/network.md has the keys and their values, examples/network_change.cpp
+/// a whole implementation. Its operations return soon and use no player. Thread: any.
 class IConfigure {
 public:
     virtual ~IConfigure() = default;
