@@ -26,7 +26,7 @@ int getInfoByPlayerId(int playerId, int key, void *out) {
     const Counters &counters = session->stage().counters;
     switch (key) {
         case kBufferedBytes:
-            *static_cast<int64_t *>(out) = counters.mediumBytes - counters.discardedBytes;
+            *static_cast<int64_t *>(out) = counters.mediumBytes;
             return 0;
         case kNetworkBytes:
             *static_cast<int64_t *>(out) = counters.networkBytes;
@@ -53,7 +53,7 @@ int getDownloadStatisticInfo(int playerId, cache_static_t *out) {
     const auto session = PlayerRegistry::instance().find(playerId);
     if (!session || !out) return -1;
     *out = {};
-    out->downloadSpeed = session->stage().downloadSpeed.bytesPerSecond();
+    out->downloadSpeed = session->stage().downloadSpeed.bytesPerSecond(session->stage().counters.networkBytes);
     out->downloadStatus = session->stage().counters.downloading ? 1 : 0;
     return 0;
 }

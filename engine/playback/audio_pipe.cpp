@@ -131,7 +131,6 @@ bool AudioPipe::receive() {
         }
         if (outdated()) return true;
         ++stage_.counters.soundsDecoded;
-        stage_.counters.soundsDecodedUs += durationOf(*frame);
         take(*frame);
         av_frame_unref(frame.get());
     } while (!outdated());

@@ -12,8 +12,7 @@ struct Counters {
     // reading
     Count networkBytes{0};
     Count mediumBytes{0};
-    Count discardedBytes{0};  ///< of these, read ahead in vain: a seek has gone elsewhere
-    Count decoderBytes{0};    ///< of packets handed to the decoders
+    Count decoderBytes{0};  ///< of packets handed to the decoders
     // video
     Count videoPackets{0};
     Count videoBytes{0};
@@ -21,8 +20,7 @@ struct Counters {
     Count keyPackets{0};
     Count keyBytes{0};
     Count picturesDecoded{0};
-    Count picturesDecodedUs{0};  ///< their durations
-    Count picturesSkipped{0};    ///< left out by the decoder because it was late
+    Count picturesSkipped{0};  ///< left out by the decoder because it was late
     Count picturesShown{0};
     Count picturesDropped{0};  ///< decoded, but too late to be shown
     Count decodeUs{0};         ///< wall time of decoding and converting
@@ -30,9 +28,8 @@ struct Counters {
     // sound
     Count audioPackets{0};
     Count soundsDecoded{0};
-    Count soundsDecodedUs{0};  ///< their durations
-    Count soundsDropped{0};    ///< too late to be heard
-    Count soundsDamaged{0};    ///< packets of which the decoder could make nothing
+    Count soundsDropped{0};  ///< too late to be heard
+    Count soundsDamaged{0};  ///< packets of which the decoder could make nothing
     // playing
     Count presentedUs{0};    ///< programme time presented
     Count stalls{0};         ///< times that playing stood because nothing was read
@@ -48,7 +45,7 @@ struct Counters {
     std::atomic<bool> hasVideo{false};
     std::atomic<bool> hasAudio{false};
     std::atomic<bool> opened{false};       ///< the first source's streams are known
-    std::atomic<bool> downloading{false};  ///< a network source is being read, and is not at its end
+    std::atomic<bool> downloading{false};  ///< a network source is being read
 };
 
 /// Adds the wall time of a scope to a counter.

@@ -190,7 +190,7 @@ int Parameters::get(int number, Param &value) const {
             getStatistics(answer);
             break;
         case kCurrentVolume:
-            answer.putFloat(silenceMeansVolume_ ? 0.0f : volume_.load());
+            answer.putFloat(volume_);
             break;
         case kHlsState:
             getHlsState(answer);
@@ -283,11 +283,10 @@ void Parameters::getStatistics(Param &answer) const {
         c.picturesDecoded > 0 ? c.decodeUs / c.picturesDecoded / 1000 : 0,  // avgVideoDecodeCost, ms
     };
     for (const int64_t value : ints) answer.putInt32(toInt(value));
-    // What is decoded is ahead of what is presented, so it is divided by its own duration.
-    answer.putFloat(rate(c.picturesDecoded, c.picturesDecodedUs));                // avgVideoDecodeFrameRate
-    answer.putFloat(rate(c.picturesShown, c.presentedUs));                        // avgVideoRenderFrameRate
-    answer.putFloat(rate(c.soundsDecoded, c.soundsDecodedUs));                    // avgAuidoDecodeFrameRate
-    answer.putFloat(rate(c.soundsDecoded - c.soundsDropped, c.soundsDecodedUs));  // avgAudioRenderFrameRate
+    answer.putFloat(rate(c.picturesDecoded, c.presentedUs));                  // avgVideoDecodeFrameRate
+    answer.putFloat(rate(c.picturesShown, c.presentedUs));                    // avgVideoRenderFrameRate
+    answer.putFloat(rate(c.soundsDecoded, c.presentedUs));                    // avgAuidoDecodeFrameRate
+    answer.putFloat(rate(c.soundsDecoded - c.soundsDropped, c.presentedUs));  // avgAudioRenderFrameRate
     const double shown = static_cast<double>(c.picturesShown);
     answer.putFloat(shown > 0 ? static_cast<float>(static_cast<double>(c.renderUs) / shown / 1000.0) : 0.0f);  // ms
 }

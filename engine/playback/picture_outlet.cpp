@@ -46,16 +46,10 @@ VideoPicture wholeOf(const AVFrame &frame, std::array<PlaneEntry, 3> &planes) {
 
 }  // namespace
 
-void PictureOutlet::show(Picture picture, int64_t lateUs) {
-    last_ = std::move(picture);
-    number_ = stage_.counters.picturesShown + stage_.counters.picturesDropped + stage_.counters.picturesSkipped;
-    stage_.tellSize(last_.frame->width, last_.frame->height);
-    if (stage_.showPictures) hand(last_, lateUs);
+void PictureOutlet::show(const Picture &picture, int64_t lateUs) {
+    stage_.tellSize(picture.frame->width, picture.frame->height);
+    if (stage_.showPictures) hand(picture, lateUs);
     ++stage_.counters.picturesShown;
-}
-
-void PictureOutlet::showAgain() {
-    if (last_.frame && stage_.showPictures) hand(last_, 0);
 }
 
 void PictureOutlet::drop() {
@@ -66,7 +60,7 @@ void PictureOutlet::drop() {
 bool PictureOutlet::open() {
     const auto wanted = stage_.settings.pipeline();
     if (wanted == pipeline_) return pipeline_ != nullptr;
-    closePipeline();
+    close();
     const CallbackGate::Pass pass(stage_.pictureGate);
     if (!wanted || !pass) return false;
     DRWSetup *setup = nullptr;
@@ -77,11 +71,6 @@ bool PictureOutlet::open() {
 
 // Also behind stop(), which lets no picture through any more but waits for this call.
 void PictureOutlet::close() {
-    last_.frame.reset();
-    closePipeline();
-}
-
-void PictureOutlet::closePipeline() {
     if (!pipeline_) return;
     pipeline_->Close();
     pipeline_.reset();
@@ -119,7 +108,7 @@ void PictureOutlet::render(const AVFrame &frame, const Picture &picture, int64_t
     record.words[kRenderPositionHigh] = static_cast<uint32_t>(positionUs >> 32);
     record.words[kRenderDuration] = clampWord(picture.durationUs);
     const int64_t lost = stage_.counters.picturesDropped + stage_.counters.picturesSkipped;
-    record.words[kRenderNumber] = static_cast<uint32_t>(number_);
+    record.words[kRenderNumber] = static_cast<uint32_t>(stage_.counters.picturesShown + lost);
     record.words[kRenderDropped] = clampWord(lost);
     record.words[kRenderLateness] = clampWord(lateUs);
     record.words[kRenderColor] = colorOf(frame);

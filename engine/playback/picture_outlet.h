@@ -13,24 +13,19 @@ class PictureOutlet {
 public:
     explicit PictureOutlet(Stage &stage) : stage_(stage) {}
 
-    /// Shows a picture that is `lateUs` late (0 or less: in time), and keeps it for showAgain().
-    void show(Picture picture, int64_t lateUs);
-    /// Shows the last picture once more, with the crop and the subtitles of now. It is not counted.
-    void showAgain();
+    /// Shows a picture that is `lateUs` behind its time (0 or less: in time).
+    void show(const Picture &picture, int64_t lateUs);
     /// Counts a picture that is not shown because it is late.
     void drop();
     void close();
 
 private:
     bool open();
-    void closePipeline();
     void hand(const Picture &picture, int64_t lateUs);
     void render(const AVFrame &frame, const Picture &picture, int64_t lateUs);
     void draw(const AVFrame &frame);
 
     Stage &stage_;
-    Picture last_;
-    int64_t number_ = 0;                             ///< of last_: pictures before it, shown or not
     std::shared_ptr<VideoRenderPipeline> pipeline_;  ///< the one that was opened
 };
 

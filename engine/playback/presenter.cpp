@@ -41,9 +41,6 @@ Presenter::Next Presenter::step() {
     followGeneration();
     dropOutdated();
     if (stage_.control.over()) return std::nullopt;
-    // A picture that stands is shown with the new crop; otherwise the next one is, in a moment.
-    const bool stands = pictureShown_ && (!stage_.control.isPlaying() || stalled_);
-    if (stage_.cropChanged.exchange(false) && stands) outlet_.showAgain();
     finishUnprepared();
     if (!stage_.control.prepared() || !stage_.control.started() || stage_.control.ended()) return std::nullopt;
     return stage_.untimed ? playUntimed() : play();
@@ -197,7 +194,7 @@ void Presenter::present(Picture picture, int64_t lateUs) {
     dropped_ = 0;
     pictureShown_ = true;
     lastEndUs_ = picture.playUs + picture.durationUs;
-    outlet_.show(std::move(picture), lateUs);
+    outlet_.show(picture, lateUs);
     stage_.videoWake.notify();
     if (firstTold_) return;
     firstTold_ = true;

@@ -294,7 +294,6 @@ PacketPtr Reader::read(SourceInput::Stream &stream) {
     const int result = packet ? input_->read(packet.get(), stream) : AVERROR(ENOMEM);
     countMedium();
     untouched_ = false;
-    stage_.counters.downloading = input_->network();  // also after its end, if a seek has gone back
     if (result >= 0) return followVariant() ? std::move(packet) : nullptr;
     if (result == AVERROR_EXIT && !stage_.control.current(generation_)) brokenOff_ = true;
     if (result != AVERROR_EOF && !brokenOff_) {
@@ -349,7 +348,6 @@ void Reader::countMedium() {
     if (!input_) return;
     stage_.counters.mediumBytes = closedBytes_ + input_->bytesRead();
     stage_.counters.networkBytes = closedNetworkBytes_ + (input_->network() ? input_->bytesRead() : 0);
-    stage_.downloadSpeed.count(stage_.counters.networkBytes);
 }
 
 // Much is missing of the length that was promised, and nothing says that there is no more.

@@ -71,7 +71,6 @@ private:
 
     // Seeks, reader_seek.cpp
     void carryOut(const SeekRequest &seek);
-    void goTo(const SeekRequest &seek);
     void serveGeneration();
     bool readsOn(const SeekRequest &seek);
     bool standsIn(int64_t targetUs) const;

@@ -10,15 +10,6 @@
 namespace oriplayer {
 
 void Reader::carryOut(const SeekRequest &seek) {
-    goTo(seek);
-    Counters &counters = stage_.counters;
-    if (counters.decoderBytes == 0) return;  // the first place
-    // Of what was read, all that neither waits nor was handed to the decoders is of no use now.
-    const int64_t waiting = stage_.videoPackets.bytes() + stage_.audioPackets.bytes();
-    counters.discardedBytes = std::max<int64_t>(0, counters.mediumBytes - counters.decoderBytes - waiting);
-}
-
-void Reader::goTo(const SeekRequest &seek) {
     generation_ = seek.generation;
     serveGeneration();
     const bool whole = !held_;

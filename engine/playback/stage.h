@@ -89,7 +89,6 @@ struct Stage {
     Signal showWake;
 
     std::atomic<bool> looping{false};
-    std::atomic<bool> cropChanged{false};  ///< not yet seen by the presenter
     std::atomic<bool> showPictures{true};  ///< false: pictures are paced and counted, not handed out
 
     // Set by the reader before it hands out the first item of a generation.

@@ -73,7 +73,7 @@ void VideoPipe::handle(StreamItem item) {
 void VideoPipe::takeAhead(std::vector<FramePtr> pictures) {
     for (FramePtr &picture : pictures) {
         if (outdated()) return;
-        count(*picture);
+        ++stage_.counters.picturesDecoded;
         take(std::move(picture));
     }
     hasAhead_ = landed_;
@@ -92,13 +92,8 @@ void VideoPipe::showFirst(const AVPacket &packet) {
     if (!frame || outdated()) return;
     twinUs_ = frame->pts;
     stage_.catchesUp = true;
-    count(*frame);
-    take(std::move(frame));
-}
-
-void VideoPipe::count(const AVFrame &frame) {
     ++stage_.counters.picturesDecoded;
-    stage_.counters.picturesDecodedUs += frame.pkt_duration;
+    take(std::move(frame));
 }
 
 bool VideoPipe::isTwin(const AVFrame &frame) {
@@ -187,7 +182,7 @@ bool VideoPipe::receive() {
         if (outdated()) return true;
         countSkipped(frame->pts);
         if (isTwin(*frame)) continue;
-        count(*frame);
+        ++stage_.counters.picturesDecoded;
         take(std::move(frame));
     } while (!outdated());
     return true;

@@ -22,7 +22,6 @@ private:
     void beginGeneration(const StreamItem &item);
     void takeAhead(std::vector<FramePtr> pictures);
     void showFirst(const AVPacket &packet);
-    void count(const AVFrame &frame);
     bool isTwin(const AVFrame &frame);
     void forgetTwin();
     void decode(const AVPacket *packet);
