@@ -92,17 +92,32 @@ int Parameters::set(int number, const Param &value) {
 
 int Parameters::setVolume(float volume) {
     if (std::isnan(volume)) return -1;
-    volume_ = std::clamp(volume, 0.0f, 1.0f);
     AudioRenderer &sound = session_.stage().sound;
+    std::lock_guard lock(loudnessMutex_);
+    volume_ = std::clamp(volume, 0.0f, 1.0f);
+    volumeOff_ = volumeOff_ && volume_ == 0.0f;
     sound.setVolume(volume_);
-    if (volume_ > 0.0f && silenceMeansVolume_.exchange(false)) sound.setMuted(false);
+    sound.setMuted(muted_ || volumeOff_);
     return 0;
 }
 
 int Parameters::setMute(bool muted) {
-    silenceMeansVolume_ = muted && !session_.stage().control.preparing();
-    session_.stage().sound.setMuted(muted);
+    Stage &stage = session_.stage();
+    std::lock_guard lock(loudnessMutex_);
+    if (!stage.control.preparing()) {
+        volumeOff_ = muted;
+    } else {
+        // Unmuting takes back a later mute first, so that muting and unmuting a volume of 0 leaves it at 0.
+        if (!muted && !muted_) volumeOff_ = false;
+        muted_ = muted;
+    }
+    stage.sound.setMuted(muted_ || volumeOff_);
     return 0;
+}
+
+float Parameters::heardVolume() const {
+    std::lock_guard lock(loudnessMutex_);
+    return volumeOff_ ? 0.0f : volume_;
 }
 
 int Parameters::setDevice(const char *name) {
@@ -190,7 +205,7 @@ int Parameters::get(int number, Param &value) const {
             getStatistics(answer);
             break;
         case kCurrentVolume:
-            answer.putFloat(volume_);
+            answer.putFloat(heardVolume());
             break;
         case kHlsState:
             getHlsState(answer);

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <mutex>
+
 #include "base/oriplayer/param.h"
 #include "playback/session.h"
 
 namespace oriplayer {
 
 /// The numbered parameters of a player. Answers come from values that are kept, without input or output.
-/// Threads: any.
+/// Threads: any. Lock: loudnessMutex_, over the renderer's.
 class Parameters {
 public:
     explicit Parameters(Session &session) : session_(session) {}
@@ -33,10 +35,13 @@ private:
     void getStatistics(Param &answer) const;
     bool lacksVideo() const;
 
+    float heardVolume() const;
+
     Session &session_;
-    // A silence asked for before prepareAsync stands for volume 0 and ends with the next volume above it.
-    std::atomic<bool> silenceMeansVolume_{false};
-    std::atomic<float> volume_{1.0f};
+    mutable std::mutex loudnessMutex_;  // guards the three values below
+    float volume_ = 1.0f;
+    bool volumeOff_ = false;  // a mute set before prepareAsync: the volume is 0 until one above 0 is set
+    bool muted_ = false;
 };
 
 }  // namespace oriplayer

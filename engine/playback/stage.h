@@ -54,7 +54,8 @@ private:
 };
 
 /// What the threads of one player share: the queues between them, what is wanted, what was reached, and the signals
-/// that wake them. Each part locks for itself; no two locks are held at once, but for the clock's over the renderer's.
+/// that wake them. Each part locks for itself; no two locks are held at once, except the clock's or the
+/// parameters' over the renderer's.
 ///
 ///   ori-read ── videoPackets ──▶ ori-video ── pictures ──▶ ori-show ──▶ pipeline
 ///       └────── audioPackets ──▶ ori-audio ──▶ sound (the device's thread)

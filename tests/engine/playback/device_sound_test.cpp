@@ -34,26 +34,30 @@ void setVolume(WatchedPlayer &player, float volume) {
 
 struct MuteCase {
     const char *name;
-    int muteBefore;  ///< prepareAsync; -1: not said
-    int muteAfter;
-    float volume;  ///< said last; below 0: not said
+    std::vector<int> before;  ///< values of 2009 before prepareAsync
+    std::vector<int> after;
+    float volume;    ///< set last; below 0: not set
+    float answered;  ///< by 3005
     bool heard;
 };
 
-TEST_F(DeviceSound, AMuteSaidBeforePreparingEndsWithTheVolumeALaterOneDoesNot) {
+TEST_F(DeviceSound, AMuteBeforePreparingIsAVolumeOfZero_ALaterOneIsNot) {
     // Sound in the device's mix outlasts its player: what is not heard comes first.
-    const MuteCase cases[] = {{"before, volume 0", 1, -1, 0.0F, false},
-                              {"later", -1, 1, 0.5F, false},
-                              {"both", 1, 1, 0.5F, false},
-                              {"before, then a volume", 1, -1, 0.5F, true},
-                              {"taken back", 1, 0, -1.0F, true}};
+    const MuteCase cases[] = {{"before", {1}, {}, -1.0F, 0.0F, false},
+                              {"before, volume 0", {1}, {}, 0.0F, 0.0F, false},
+                              {"later", {}, {1}, 0.5F, 0.5F, false},
+                              {"both", {1}, {1}, 0.5F, 0.5F, false},
+                              {"before, then muted and unmuted", {1}, {1, 0}, -1.0F, 0.0F, false},
+                              {"before, then a volume", {1}, {}, 0.5F, 0.5F, true},
+                              {"taken back", {1}, {0}, -1.0F, 1.0F, true}};
     for (const auto &c : cases) {
         const std::size_t begin = disk->samples();
         WatchedPlayer player({clip("audio_only.wav")});
-        if (c.muteBefore >= 0) setMute(player, c.muteBefore);
+        for (const int mute : c.before) setMute(player, mute);
         player->prepareAsync();
-        if (c.muteAfter >= 0) setMute(player, c.muteAfter);
+        for (const int mute : c.after) setMute(player, mute);
         if (c.volume >= 0.0F) setVolume(player, c.volume);
+        EXPECT_EQ(player.parameter(3005).getFloat(-1), c.answered) << c.name;
         player->start();
         ASSERT_TRUE(player.waitForEvent(1001)) << c.name << ": " << player.events();
         EXPECT_EQ(tone::peak(disk->left(begin)) > 0.01F, c.heard) << c.name;
