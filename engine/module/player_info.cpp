@@ -54,7 +54,7 @@ int getDownloadStatisticInfo(int playerId, cache_static_t *out) {
     if (!session || !out) return -1;
     *out = {};
     out->downloadSpeed = session->stage().downloadSpeed.bytesPerSecond(session->stage().counters.networkBytes);
-    out->downloadStatus = session->stage().counters.downloading ? 1 : 0;
+    out->downloadStatus = session->stage().downloading() ? 1 : 0;
     return 0;
 }
 

@@ -44,8 +44,8 @@ struct Counters {
     std::atomic<double> frameRate{0.0};
     std::atomic<bool> hasVideo{false};
     std::atomic<bool> hasAudio{false};
-    std::atomic<bool> opened{false};       ///< the first source's streams are known
-    std::atomic<bool> downloading{false};  ///< a network source is being read
+    std::atomic<bool> opened{false};   ///< the first source's streams are known
+    std::atomic<bool> network{false};  ///< the source that is open comes from the network
 };
 
 /// Adds the wall time of a scope to a counter.

@@ -34,7 +34,6 @@ void Reader::run() {
             readOne();
         }
     }
-    stage_.counters.downloading = false;
     if (const auto replacement = this->replacement()) replacement->cancel();
     // Closing takes time: the next player, which is about to begin, shall not share the machine with it.
     static const std::atomic<bool> over{true};
@@ -178,7 +177,7 @@ void Reader::describeStreams() {
     }
     if (audio_) counters.sampleRate = input_->audio()->codecpar->sample_rate;
     counters.opened = true;
-    counters.downloading = input_->network();
+    counters.network = input_->network();
     for (PacketQueue *queue : {&stage_.videoPackets, &stage_.audioPackets}) {
         queue->aimAt(input_->network() ? kNetworkAheadUs : kLocalAheadUs);
     }
@@ -260,7 +259,6 @@ void Reader::pushAhead() {
 void Reader::pushEnd() {
     ++stage_.ends;
     stage_.readAll = true;
-    stage_.counters.downloading = false;
     pushBoth(StreamItem::Kind::kEnd, INT64_MIN);
 }
 

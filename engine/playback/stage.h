@@ -131,6 +131,8 @@ struct Stage {
     void reportStall();
 
     int64_t positionUs() const;
+    /// A network source is open and has not been read to its end; also while the buffer is full.
+    bool downloading() const { return counters.network && !readAll && !control.over(); }
     /// It has nothing to show yet, or it plays, there is more to read, and what was read lasts less than half a second.
     bool starves() const;
 

@@ -53,6 +53,23 @@ TEST(Statistics, ADownloadCountsTheBytesOfTheWholeBody) {
     }
 }
 
+TEST(Statistics, ADownloadIsUnderWayUntilItsEndIsRead_AgainAfterASeekBack) {
+    LoopbackServer server;
+    WatchedPlayer player({server.url("/numbered.mp4")});
+    const auto downloads = [&] {
+        oriplayer::cache_static_t record{};
+        EXPECT_EQ(oriplayer::getDownloadStatisticInfo(player->getPlayerId(), &record), 0);
+        return record.downloadStatus == 1;
+    };
+    EXPECT_FALSE(downloads());
+    ASSERT_TRUE(player.prepare());
+    EXPECT_TRUE(downloads()) << "ten seconds are more than what is read ahead";
+    player->seekTo(9000, 0);
+    ASSERT_TRUE(support::eventually([&] { return !downloads(); }));
+    player->seekTo(0, 0);
+    EXPECT_TRUE(support::eventually(downloads));
+}
+
 TEST(Statistics, SoundThatCannotBeDecodedIsCounted) {
     const support::TemporaryFolder folder;
     std::string bytes = clipBytes("cover.m4a");
