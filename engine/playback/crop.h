@@ -25,6 +25,7 @@ struct Crop {
         return sound ? std::optional(crop) : std::nullopt;
     }
 
+    bool operator==(const Crop &) const = default;
     bool whole() const { return left <= 0.0F && right >= 1.0F && top <= 0.0F && bottom >= 1.0F; }
 
     /// Moves the planes and the size to the part that is shown. It begins on even pixels, where the chroma planes have

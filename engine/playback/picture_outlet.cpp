@@ -46,10 +46,18 @@ VideoPicture wholeOf(const AVFrame &frame, std::array<PlaneEntry, 3> &planes) {
 
 }  // namespace
 
-void PictureOutlet::show(const Picture &picture, int64_t lateUs) {
+void PictureOutlet::show(Picture picture, int64_t lateUs) {
     stage_.tellSize(picture.frame->width, picture.frame->height);
-    if (stage_.showPictures) hand(picture, lateUs);
+    const int64_t lost = stage_.counters.picturesDropped + stage_.counters.picturesSkipped;
+    last_ = {std::move(picture), lateUs, stage_.counters.picturesShown + lost, lost, stage_.settings.crop()};
+    if (stage_.showPictures) hand(*last_);
     ++stage_.counters.picturesShown;
+}
+
+void PictureOutlet::followCrop(uint32_t generation) {
+    if (!last_ || last_->picture.generation != generation) return;
+    const Crop crop = stage_.settings.crop();
+    if (std::exchange(last_->crop, crop) != crop && stage_.showPictures) hand(*last_);
 }
 
 void PictureOutlet::drop() {
@@ -60,7 +68,7 @@ void PictureOutlet::drop() {
 bool PictureOutlet::open() {
     const auto wanted = stage_.settings.pipeline();
     if (wanted == pipeline_) return pipeline_ != nullptr;
-    close();
+    closePipeline();
     const CallbackGate::Pass pass(stage_.pictureGate);
     if (!wanted || !pass) return false;
     DRWSetup *setup = nullptr;
@@ -69,48 +77,54 @@ bool PictureOutlet::open() {
     return true;
 }
 
-// Also behind stop(), which lets no picture through any more but waits for this call.
 void PictureOutlet::close() {
+    last_.reset();
+    closePipeline();
+}
+
+// Runs after stop() too, which lets no more pictures through but waits for this call.
+void PictureOutlet::closePipeline() {
     if (!pipeline_) return;
     pipeline_->Close();
     pipeline_.reset();
 }
 
 // To the pipeline; without one to the window surface.
-void PictureOutlet::hand(const Picture &picture, int64_t lateUs) {
+void PictureOutlet::hand(const Shown &shown) {
+    const Picture &picture = shown.picture;
     const bool piped = open();
     if (!piped && !stage_.surface.wanted()) return;
     const auto patience = stage_.untimed ? Subtitles::Patience::kUntilRead : Subtitles::Patience::kNone;
     const FramePtr drawn = stage_.subtitles.draw(*picture.frame, picture.playUs - picture.baseUs, patience);
     const AVFrame &frame = drawn ? *drawn : *picture.frame;
-    piped ? render(frame, picture, lateUs) : draw(frame);
+    piped ? render(frame, shown) : draw(frame, shown.crop);
 }
 
-void PictureOutlet::draw(const AVFrame &frame) {
+void PictureOutlet::draw(const AVFrame &frame, const Crop &crop) {
     FramePtr shown(av_frame_clone(&frame));
     if (!shown) return;
     std::array<PlaneEntry, 3> planes{};
     VideoPicture part = wholeOf(frame, planes);
-    stage_.settings.crop().apply(part);
+    crop.apply(part);
     for (std::size_t i = 0; i < planes.size(); ++i) shown->data[i] = planes[i].data;
     shown->width = part.width;
     shown->height = part.height;
     if (const CallbackGate::Pass pass(stage_.pictureGate); pass) stage_.surface.show(std::move(shown));
 }
 
-void PictureOutlet::render(const AVFrame &frame, const Picture &picture, int64_t lateUs) {
+void PictureOutlet::render(const AVFrame &frame, const Shown &shown) {
+    const Picture &picture = shown.picture;
     std::array<PlaneEntry, 3> planes{};
     VideoPicture video = wholeOf(frame, planes);
-    stage_.settings.crop().apply(video);
+    shown.crop.apply(video);
     const auto positionUs = static_cast<uint64_t>(picture.playUs - picture.baseUs);
     RenderRecord record{};
     record.words[kRenderPositionLow] = static_cast<uint32_t>(positionUs);
     record.words[kRenderPositionHigh] = static_cast<uint32_t>(positionUs >> 32);
     record.words[kRenderDuration] = clampWord(picture.durationUs);
-    const int64_t lost = stage_.counters.picturesDropped + stage_.counters.picturesSkipped;
-    record.words[kRenderNumber] = static_cast<uint32_t>(stage_.counters.picturesShown + lost);
-    record.words[kRenderDropped] = clampWord(lost);
-    record.words[kRenderLateness] = clampWord(lateUs);
+    record.words[kRenderNumber] = static_cast<uint32_t>(shown.number);
+    record.words[kRenderDropped] = clampWord(shown.lost);
+    record.words[kRenderLateness] = clampWord(shown.lateUs);
     record.words[kRenderColor] = colorOf(frame);
     record.words[kRenderAspect] = aspectOf(frame);
     record.picture = &video;

@@ -124,8 +124,10 @@ int PlayerImpl::setVideoSurface(void *surface, bool, int) {
 int PlayerImpl::setRenderConfig(int number, const Param &value, int) {
     if (number != kRenderCrop) return -1;
     const std::optional<Crop> crop = Crop::read(value);
-    if (crop) stage_.settings.setCrop(*crop);
-    return result(crop.has_value());
+    if (!crop) return -1;
+    stage_.settings.setCrop(*crop);
+    stage_.showWake.notify();
+    return 0;
 }
 
 int PlayerImpl::setFilter(int, StringMap &, int) {

@@ -42,7 +42,9 @@ Presenter::Next Presenter::step() {
     dropOutdated();
     if (stage_.control.over()) return std::nullopt;
     finishUnprepared();
-    if (!stage_.control.prepared() || !stage_.control.started() || stage_.control.ended()) return std::nullopt;
+    if (!stage_.control.prepared() || !stage_.control.started()) return std::nullopt;
+    if (stalled_ || stage_.control.ended() || !stage_.control.wantsToPlay()) outlet_.followCrop(generation_);
+    if (stage_.control.ended()) return std::nullopt;
     return stage_.untimed ? playUntimed() : play();
 }
 
@@ -194,7 +196,7 @@ void Presenter::present(Picture picture, int64_t lateUs) {
     dropped_ = 0;
     pictureShown_ = true;
     lastEndUs_ = picture.playUs + picture.durationUs;
-    outlet_.show(picture, lateUs);
+    outlet_.show(std::move(picture), lateUs);
     stage_.videoWake.notify();
     if (firstTold_) return;
     firstTold_ = true;

@@ -286,6 +286,28 @@ TEST(Pausing, NothingIsShownBeforeStartAndPauseTakesAnEarlyStartBack) {
     ASSERT_TRUE(player.waitForNumber(50));
 }
 
+TEST(Pausing, ACropChangesThePictureThatIsSeen_AlsoAfterTheEnd) {
+    WatchedPlayer player({clip("numbered.mp4")}, 9000);
+    ASSERT_TRUE(player.prepare());
+    player->start();
+    player->pause();
+    player->seekTo(9800, kExact);
+    ASSERT_TRUE(player.waitForNumber(245));
+    const auto expectCropped = [&](float right, int width) {
+        const auto last = player.pictures().back();
+        oriplayer::Param crop;
+        for (const float value : {5.0F, 0.0F, 0.0F, 0.0F, right, 0.0F, 1.0F}) crop.putFloat(value);
+        EXPECT_EQ(player->setRenderConfig(2011, crop, 0), 0);
+        ASSERT_TRUE(player.record->wait([&] { return player.record->pictures.back().width == width; }));
+        EXPECT_EQ(player.pictures().back().positionUs, last.positionUs);
+    };
+    const int width = player.pictures().back().width;
+    expectCropped(0.5F, width / 2);
+    player->start();
+    ASSERT_TRUE(player.waitForEvent(1001));
+    expectCropped(1.0F, width);
+}
+
 TEST(Speed, TwiceAsFastTakesHalfTheTimeAndShowsTheSamePositions) {
     WatchedPlayer player({clip("numbered.mp4")}, 6000);
     ASSERT_TRUE(player.prepare());
