@@ -131,6 +131,7 @@ bool AudioPipe::receive() {
         }
         if (outdated()) return true;
         ++stage_.counters.soundsDecoded;
+        stage_.counters.soundsDecodedUs += durationOf(*frame);
         take(*frame);
         av_frame_unref(frame.get());
     } while (!outdated());

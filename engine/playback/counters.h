@@ -12,7 +12,8 @@ struct Counters {
     // reading
     Count networkBytes{0};
     Count mediumBytes{0};
-    Count decoderBytes{0};  ///< of packets handed to the decoders
+    Count decoderBytes{0};    ///< of packets handed to the decoders
+    Count discardedBytes{0};  ///< read, but dropped by a seek or a replacement
     // video
     Count videoPackets{0};
     Count videoBytes{0};
@@ -20,7 +21,8 @@ struct Counters {
     Count keyPackets{0};
     Count keyBytes{0};
     Count picturesDecoded{0};
-    Count picturesSkipped{0};  ///< left out by the decoder because it was late
+    Count picturesDecodedUs{0};  ///< programme time of these pictures
+    Count picturesSkipped{0};    ///< left out by the decoder because it was late
     Count picturesShown{0};
     Count picturesDropped{0};  ///< decoded, but too late to be shown
     Count decodeUs{0};         ///< wall time of decoding and converting
@@ -28,8 +30,9 @@ struct Counters {
     // sound
     Count audioPackets{0};
     Count soundsDecoded{0};
-    Count soundsDropped{0};  ///< too late to be heard
-    Count soundsDamaged{0};  ///< packets of which the decoder could make nothing
+    Count soundsDecodedUs{0};  ///< programme time of these sounds
+    Count soundsDropped{0};    ///< too late to be heard
+    Count soundsDamaged{0};    ///< packets of which the decoder could make nothing
     // playing
     Count presentedUs{0};    ///< programme time presented
     Count stalls{0};         ///< times that playing stood because nothing was read

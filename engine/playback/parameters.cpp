@@ -50,8 +50,8 @@ int32_t toInt(int64_t value) {
     return static_cast<int32_t>(std::clamp<int64_t>(value, 0, INT32_MAX));
 }
 
-float rate(int64_t count, int64_t us) {
-    return us > 0 ? static_cast<float>(static_cast<double>(count) * 1e6 / static_cast<double>(us)) : 0.0f;
+float ratio(int64_t part, int64_t whole, double scale = 1.0) {
+    return whole > 0 ? static_cast<float>(static_cast<double>(part) * scale / static_cast<double>(whole)) : 0.0f;
 }
 
 }  // namespace
@@ -198,7 +198,7 @@ int Parameters::get(int number, Param &value) const {
             answer.putInt64(counters.networkBytes);
             break;
         case kConsumed:
-            answer.putInt64(counters.decoderBytes);
+            answer.putInt64(std::min<int64_t>(counters.decoderBytes + counters.discardedBytes, counters.mediumBytes));
             answer.putInt64(counters.presentedUs / 1000);
             break;
         case kStatistics:
@@ -298,12 +298,15 @@ void Parameters::getStatistics(Param &answer) const {
         c.picturesDecoded > 0 ? c.decodeUs / c.picturesDecoded / 1000 : 0,  // avgVideoDecodeCost, ms
     };
     for (const int64_t value : ints) answer.putInt32(toInt(value));
-    answer.putFloat(rate(c.picturesDecoded, c.presentedUs));                  // avgVideoDecodeFrameRate
-    answer.putFloat(rate(c.picturesShown, c.presentedUs));                    // avgVideoRenderFrameRate
-    answer.putFloat(rate(c.soundsDecoded, c.presentedUs));                    // avgAuidoDecodeFrameRate
-    answer.putFloat(rate(c.soundsDecoded - c.soundsDropped, c.presentedUs));  // avgAudioRenderFrameRate
-    const double shown = static_cast<double>(c.picturesShown);
-    answer.putFloat(shown > 0 ? static_cast<float>(static_cast<double>(c.renderUs) / shown / 1000.0) : 0.0f);  // ms
+    // A second of the programme has so many pictures and sounds, of which only a share may be decoded and presented.
+    // What is decoded ahead of its time, or again after a seek, changes neither.
+    const float pictures = ratio(c.picturesDecoded, c.picturesDecodedUs, 1e6);
+    const float sounds = ratio(c.soundsDecoded, c.soundsDecodedUs, 1e6);
+    answer.putFloat(pictures * ratio(c.picturesDecoded, c.picturesDecoded + skipped));        // avgVideoDecodeFrameRate
+    answer.putFloat(pictures * ratio(c.picturesShown, c.picturesShown + dropped + skipped));  // avgVideoRenderFrameRate
+    answer.putFloat(sounds);                                                                  // avgAuidoDecodeFrameRate
+    answer.putFloat(sounds * ratio(c.soundsDecoded - c.soundsDropped, c.soundsDecoded));      // avgAudioRenderFrameRate
+    answer.putFloat(ratio(c.renderUs, c.picturesShown, 1e-3));                                // avgVideoRenderCost, ms
 }
 
 }  // namespace oriplayer

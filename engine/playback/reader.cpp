@@ -348,6 +348,14 @@ void Reader::countMedium() {
     stage_.counters.networkBytes = closedNetworkBytes_ + (input_->network() ? input_->bytesRead() : 0);
 }
 
+// What was read and neither decoded nor kept is used no more.
+void Reader::discardAllBut(int64_t waitingBytes) {
+    countMedium();
+    Counters &counters = stage_.counters;
+    const int64_t discarded = counters.mediumBytes - counters.decoderBytes - waitingBytes;
+    counters.discardedBytes = std::max<int64_t>(counters.discardedBytes, discarded);
+}
+
 // Much is missing of the length that was promised, and nothing says that there is no more.
 bool Reader::breaksOff() const {
     if (input_->endIsProof()) return false;

@@ -101,6 +101,7 @@ void Reader::takeOver(Replacement &replacement) {
     if (!result) return;
     held_.reset();
     closeInput();
+    discardAllBut(stage_.videoPackets.bytes() + stage_.audioPackets.bytes());
     options_ = result->options;
     options_.cancel = &stage_.control.stoppedFlag();
     options_.route = stage_.route;

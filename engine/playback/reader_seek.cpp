@@ -8,6 +8,15 @@
 #include "playback/reader.h"
 
 namespace oriplayer {
+namespace {
+
+int64_t bytesOf(const std::vector<StreamItem> &packets) {
+    int64_t bytes = 0;
+    for (const StreamItem &item : packets) bytes += item.packet->size;
+    return bytes;
+}
+
+}  // namespace
 
 void Reader::carryOut(const SeekRequest &seek) {
     generation_ = seek.generation;
@@ -20,6 +29,7 @@ void Reader::carryOut(const SeekRequest &seek) {
     stage_.failure.clear();
     stage_.videoPackets.clear();
     stage_.audioPackets.clear();
+    discardAllBut(0);
     stage_.clock.clearRounds();
     stage_.readBaseUs = baseUs_ = 0;
     int64_t target = seek.positionUs;
@@ -59,6 +69,7 @@ bool Reader::readsOn(const SeekRequest &seek) {
     const SoundRole role = video_ ? SoundRole::kBesidePictures : SoundRole::kAlone;
     if (audio_) keptSound = keepSound(std::move(sound), target, role);
     if (!keptSound) return false;
+    discardAllBut(bytesOf(keptPictures->packets) + bytesOf(keptSound->packets));
     announceGeneration(target);
     handBack(stage_.videoPackets, std::move(*keptPictures), pictureStream(), target);
     handBack(stage_.audioPackets, std::move(*keptSound), soundStream(), target);

@@ -73,7 +73,7 @@ void VideoPipe::handle(StreamItem item) {
 void VideoPipe::takeAhead(std::vector<FramePtr> pictures) {
     for (FramePtr &picture : pictures) {
         if (outdated()) return;
-        ++stage_.counters.picturesDecoded;
+        countDecoded(*picture);
         take(std::move(picture));
     }
     hasAhead_ = landed_;
@@ -92,7 +92,7 @@ void VideoPipe::showFirst(const AVPacket &packet) {
     if (!frame || outdated()) return;
     twinUs_ = frame->pts;
     stage_.catchesUp = true;
-    ++stage_.counters.picturesDecoded;
+    countDecoded(*frame);
     take(std::move(frame));
 }
 
@@ -182,7 +182,7 @@ bool VideoPipe::receive() {
         if (outdated()) return true;
         countSkipped(frame->pts);
         if (isTwin(*frame)) continue;
-        ++stage_.counters.picturesDecoded;
+        countDecoded(*frame);
         take(std::move(frame));
     } while (!outdated());
     return true;
@@ -202,6 +202,11 @@ bool VideoPipe::belongs(const AVFrame &frame) {
     if (middle >= untilUs_ || middle < joinUs_) return false;
     joinUs_ = INT64_MIN;
     return true;
+}
+
+void VideoPipe::countDecoded(const AVFrame &frame) const {
+    ++stage_.counters.picturesDecoded;
+    stage_.counters.picturesDecodedUs += frame.pkt_duration;
 }
 
 void VideoPipe::take(FramePtr frame) {

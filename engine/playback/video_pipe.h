@@ -27,6 +27,7 @@ private:
     void decode(const AVPacket *packet);
     bool receive();
     void drain();
+    void countDecoded(const AVFrame &frame) const;
     void take(FramePtr frame);
     bool belongs(const AVFrame &frame);
     void deliver(FramePtr frame);

@@ -17,7 +17,8 @@ enum class PlayerInfo : int {
     kCronetHttp = 4016,
 };
 
-constexpr int kParamUsedAndConsumed = 1709;  ///< engine parameter: bytes given to decoders, milliseconds presented
+/// Engine parameter: bytes decoded or dropped by seeks, milliseconds presented.
+constexpr int kParamUsedAndConsumed = 1709;
 
 /// The engine's answer, or `none`.
 inline int64_t infoByPlayer(int playerId, PlayerInfo key, int64_t none = 0) {

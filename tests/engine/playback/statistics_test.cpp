@@ -70,6 +70,35 @@ TEST(Statistics, ADownloadIsUnderWayUntilItsEndIsRead_AgainAfterASeekBack) {
     EXPECT_TRUE(support::eventually(downloads));
 }
 
+TEST(Statistics, SeeksLeaveUnusedBytesAndAveragesRight) {
+    const std::string film = clip("h264_aac.mp4");  // shorter than what is read ahead
+    WatchedPlayer player({film});
+    ASSERT_TRUE(player.prepare());
+    player->start();
+    player->pause();
+    const auto waiting = [&] {
+        const std::string text = player.parameter(4003).getCString(-1);
+        return std::stoll(text.substr(text.find("bufferedBytes:") + 14));
+    };
+    const auto unused = [&] {
+        int64_t downloaded = -1;
+        EXPECT_EQ(oriplayer::getInfoByPlayerId(player->getPlayerId(), 4005, &downloaded), 0);
+        return downloaded - player.parameter(1709).getInt64(0);
+    };
+    for (const int target : {800, 100, 900, 0, 400, 0, 600, 0}) {
+        const std::size_t before = player.pictures().size();
+        player->seekTo(target, 0);
+        ASSERT_TRUE(player.waitForPictures(before + 1));
+        EXPECT_TRUE(support::eventually([&] { return unused() >= waiting(); })) << target;
+        EXPECT_LE(unused(), static_cast<int64_t>(std::filesystem::file_size(film))) << target;
+    }
+    const auto record = player.parameter(2019);
+    EXPECT_NEAR(record.getFloat(28), 25.0, 0.01) << "pictures decoded";
+    EXPECT_NEAR(record.getFloat(29), 25.0, 0.01) << "pictures shown";
+    EXPECT_NEAR(record.getFloat(30), 48'000.0 / 1024, 0.01) << "sounds decoded";
+    EXPECT_NEAR(record.getFloat(31), 48'000.0 / 1024, 0.01) << "sounds heard";
+}
+
 TEST(Statistics, SoundThatCannotBeDecodedIsCounted) {
     const support::TemporaryFolder folder;
     std::string bytes = clipBytes("cover.m4a");
