@@ -53,7 +53,7 @@ int getDownloadStatisticInfo(int playerId, cache_static_t *out) {
     const auto session = PlayerRegistry::instance().find(playerId);
     if (!session || !out) return -1;
     *out = {};
-    out->downloadSpeed = session->stage().downloadSpeed.bytesPerSecond(session->stage().counters.networkBytes);
+    out->downloadSpeed = session->stage().downloadSpeed.bytesPerSecond(std::chrono::steady_clock::now());
     out->downloadStatus = session->stage().downloading() ? 1 : 0;
     return 0;
 }

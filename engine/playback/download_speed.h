@@ -1,34 +1,49 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <mutex>
+#include <numeric>
 
 namespace oriplayer {
 
-/// How fast bytes come, between the questions of whoever watches: over the time since the last answer, but at least
-/// half a second, so that two questions in a row get the same one.
+/// How fast bytes arrive: those of the last second, counted in steps of 100 ms, whenever and however often anyone asks.
 /// Threads: any. Lock: mutex_, a leaf.
 class DownloadSpeed {
 public:
-    double bytesPerSecond(int64_t bytes) {
-        using namespace std::chrono;
+    using Time = std::chrono::steady_clock::time_point;
+
+    void add(int64_t bytes, Time now) {
         std::lock_guard lock(mutex_);
-        const auto now = steady_clock::now();
-        const double seconds = duration<double>(now - since_).count();
-        if (seconds >= 0.5) {
-            speed_ = static_cast<double>(bytes - bytes_) / seconds;
-            since_ = now;
-            bytes_ = bytes;
-        }
-        return speed_;
+        moveTo(now);
+        arrived_[slotOf(step_)] += bytes;
+    }
+
+    /// 0 after a second without a byte.
+    double bytesPerSecond(Time now) {
+        std::lock_guard lock(mutex_);
+        moveTo(now);
+        const std::chrono::duration<double> counted = (kSteps - 1) * kStep + now.time_since_epoch() % kStep;
+        return static_cast<double>(std::accumulate(arrived_.begin(), arrived_.end(), int64_t{0})) / counted.count();
     }
 
 private:
+    static constexpr std::chrono::milliseconds kStep{100};
+    static constexpr int64_t kSteps = 10;
+
+    static std::size_t slotOf(int64_t step) { return static_cast<std::size_t>(step % kSteps); }
+
+    void moveTo(Time now) {
+        const int64_t step = std::max(step_, static_cast<int64_t>(now.time_since_epoch() / kStep));
+        for (int64_t i = std::max(step_ + 1, step - kSteps + 1); i <= step; ++i) arrived_[slotOf(i)] = 0;
+        step_ = step;
+    }
+
     std::mutex mutex_;
-    std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
-    int64_t bytes_ = 0;
-    double speed_ = 0.0;
+    std::array<int64_t, kSteps> arrived_{};  ///< bytes of each step, by its number modulo kSteps
+    int64_t step_ = 0;                       ///< the present one, counted from the clock's epoch
 };
 
 }  // namespace oriplayer

@@ -121,11 +121,13 @@ bool Reader::open(int index) {
     const std::atomic<bool> &stopped = stage_.control.stoppedFlag();
     const auto begin = std::chrono::steady_clock::now();
     auto source = PreloadQueue::instance().take(stage_.id, url, options_, decoderThreads_, stopped);
-    if (!source) {
+    const bool warm = source != nullptr;
+    if (!warm) {
         source = std::make_unique<OpenedSource>();
         if (!openCold(url, begin, *source)) return false;
     }
     adopt(std::move(*source), index);
+    if (warm) stage_.counters.networkBytes = networkBytes();  // these did not arrive just now
     return true;
 }
 
@@ -345,7 +347,13 @@ void Reader::count(const AVPacket &packet, SourceInput::Stream stream) {
 void Reader::countMedium() {
     if (!input_) return;
     stage_.counters.mediumBytes = closedBytes_ + input_->bytesRead();
-    stage_.counters.networkBytes = closedNetworkBytes_ + (input_->network() ? input_->bytesRead() : 0);
+    const int64_t all = networkBytes();
+    const int64_t arrived = all - stage_.counters.networkBytes.exchange(all);
+    if (arrived > 0) stage_.downloadSpeed.add(arrived, std::chrono::steady_clock::now());
+}
+
+int64_t Reader::networkBytes() const {
+    return closedNetworkBytes_ + (input_->network() ? input_->bytesRead() : 0);
 }
 
 // What was read and neither decoded nor kept is used no more.

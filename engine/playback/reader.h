@@ -60,6 +60,7 @@ private:
     void handOn(PacketPtr packet, SourceInput::Stream stream);
     void count(const AVPacket &packet, SourceInput::Stream stream);
     void countMedium();
+    int64_t networkBytes() const;
     void discardAllBut(int64_t waitingBytes);
     void describeStreams();
     bool followVariant();
