@@ -81,7 +81,7 @@ TEST_F(Filters, AResource_IsTheFirstWholeEntryThatFits) {
 
 TEST_F(Filters, TheCrop_IsARenderConfigurationOfItsFourEdges_WhateverTheLocale) {
     const support::DecimalComma comma;
-    if (!comma.set()) GTEST_SKIP() << "no program localedef";
+    if (!comma.set) GTEST_SKIP() << "no program localedef";
     const std::map<std::string, std::string> edges{{"left", "0.25"}, {"right", "0.75"}, {"top", "x"}, {"bottom", "1"}};
     EXPECT_EQ(filter(10, edges), 0);
     play();

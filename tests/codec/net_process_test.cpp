@@ -79,9 +79,7 @@ TEST_F(NetProcess, ThePlayersOwnProcessor_AnswersElseTheYoungest) {
 TEST_F(NetProcess, WhatHeadersLeaveOut_StaysOnTheirTimeline) {
     process->RecordDomains(0, 11, headers({{"cdn_wifi_domain", "main"}}));
     process->RecordDomains(1, 22, headers({{"isUseNewHostStrategy", "1"}}));
-    process->RecordDomains(7, 33, headers({{"cdn_wifi_domain", "nowhere"}}));
     EXPECT_EQ(ask(22), "untouched@1") << "the host's own strategy, which is not there";
-    EXPECT_EQ(ask(33), "-1@1");
     process->RecordDomains(0, 12, nullptr);
     EXPECT_EQ(ask(12), "main@1");
     process->RecordDomains(1, 23, headers({{"other", "1"}}));
@@ -90,13 +88,16 @@ TEST_F(NetProcess, WhatHeadersLeaveOut_StaysOnTheirTimeline) {
     EXPECT_EQ(ask(12) + ask(23), "new@1new@1");
 }
 
-TEST_F(NetProcess, AChangeReachesEveryPlayer_AndIsAnsweredWithItsDomains) {
+TEST_F(NetProcess, AChangeUnderTheTimelinesConfiguration_ReachesEveryPlayerAndIsAnsweredWithItsDomains) {
     const auto host = std::make_shared<fake::RecordingConfigure>();
     CodecNetProcess other(nullptr);
     for (CodecNetProcess *one : {process.get(), &other}) {
-        one->SetConfigure(host);
         const auto timeline = std::make_shared<Timeline>(0);
+        timeline->SetConfigure(host);
         one->Initialize(timeline, nullptr, -1, -1);
+        one->RegisterCodecConfigListener();  // with none
+        one->RemoveCodecConfigListener();    // takes the timeline's
+        EXPECT_EQ(host->takeCalls(), "-cdn_wifi_domain -cdn_4g_domain -network_type");
         timeline->AddBound(oriplayer::IPeriod::create(), nullptr);
         timeline->Prepare();
         one->RecordDomains(0, timeline->GetActiveId(), headers({{"cdn_4g_domain", "old"}}));
@@ -168,17 +169,6 @@ TEST_F(NetProcess, AProbe_MakesALocalServerOnAMobileNetworkCountAsWifi) {
     EXPECT_EQ(ask(11, local), "mobile@0");
     process.reset();
     EXPECT_EQ(host->listeners(), 0);
-}
-
-TEST_F(NetProcess, TheTimeline_GivesAConfigurationToLeave) {
-    const auto host = std::make_shared<fake::RecordingConfigure>();
-    const auto timeline = std::make_shared<Timeline>(0);
-    timeline->SetConfigure(host);
-    process->Initialize(timeline, nullptr, -1, -1);
-    process->RegisterCodecConfigListener();
-    EXPECT_EQ(host->takeCalls(), "");
-    process->RemoveCodecConfigListener();
-    EXPECT_EQ(host->takeCalls(), "-cdn_wifi_domain -cdn_4g_domain -network_type");
 }
 
 }  // namespace

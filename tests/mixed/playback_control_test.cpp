@@ -165,30 +165,29 @@ TEST_F(PlaybackControl, ANewBound_AddsUpWhatItsPlayerHasLoaded) {
 }
 
 TEST_F(PlaybackControl, DomainsInThePeriodsOfATimeline_AreForItsOwnPlayer) {
-    const auto period = [](const char *url, const char *domain) {
+    const auto period = [](const char *url, const char *key, const char *domain) {
         const auto headers = std::make_shared<StringMap>();
-        headers->add("cdn_wifi_domain", domain);
+        headers->add(key, domain);
         const auto made = PlayerTest::period({url});
-        if (*domain) made->setHeaders(headers);
+        made->setHeaders(headers);
         return made;
-    };
-    const auto ask = [this](const char *name) {
-        char domain[16] = "";
-        int network = 0;
-        engine.domainCallback()(engine.idOf(name), domain, sizeof domain - 1, network, "", "");
-        return std::string(domain);
     };
     for (const bool mainFirst : {true, false}) {
         restart();
-        const char *domain = mainFirst ? "main" : "";  // it inherits none from an interruption prepared before it
         const auto programme = component({});
-        programme->playList->addPeriod(period("a", domain), -1);
+        // It inherits no domain from an interruption that was prepared before it.
+        programme->playList->addPeriod(period("a", mainFirst ? "cdn_wifi_domain" : "else", "main"), -1);
         load(programme);
-        player->addPeriod(1, -1, period("x", "other"), nullptr);
-        player->prepareAsync(mainFirst ? 0 : 1);
-        player->prepareAsync(mainFirst ? 1 : 0);
-        EXPECT_EQ(ask(mainFirst ? "p1" : "p2"), domain);
-        EXPECT_EQ(ask(mainFirst ? "p2" : "p1"), "other");
+        player->addPeriod(1, -1, period("x", "cdn_wifi_domain", "other"), nullptr);
+        for (const bool main : {mainFirst, !mainFirst}) player->prepareAsync(main ? 0 : 1);
+        std::string answers;
+        for (const bool main : {true, false}) {
+            char domain[16] = "none";
+            int network = 0;
+            engine.domainCallback()(engine.idOf(main == mainFirst ? "p1" : "p2"), domain, 15, network, "", "");
+            answers += domain + std::string(" ");
+        }
+        EXPECT_EQ(answers, mainFirst ? "main other " : "none other ");
     }
 }
 

@@ -5,21 +5,11 @@
 
 namespace support {
 
-/// The process's locale has a decimal comma for a scope, as in a German application. False in `set()` where the
-/// machine has no `localedef` program to make such a locale with.
-class DecimalComma {
-public:
-    DecimalComma() {
-        setenv("LOCPATH", LOCALE_DIRECTORY, 1);
-        set_ = std::setlocale(LC_NUMERIC, "decimal_comma") != nullptr;
-    }
+/// The process's locale has a decimal comma for a scope, as in a German application. `set` is false on a machine that
+/// has no `localedef` program to make such a locale with.
+struct DecimalComma {
+    const bool set = setenv("LOCPATH", LOCALE_DIRECTORY, 1) == 0 && std::setlocale(LC_NUMERIC, "decimal_comma");
     ~DecimalComma() { std::setlocale(LC_NUMERIC, "C"); }
-    DecimalComma(const DecimalComma &) = delete;
-    DecimalComma &operator=(const DecimalComma &) = delete;
-    bool set() const { return set_; }
-
-private:
-    bool set_ = false;
 };
 
 }  // namespace support

@@ -52,7 +52,7 @@ int packetsIn(SourceInput &input) {
 
 TEST(Network, AListOfFractionsOfSecondsIsAsLongUnderADecimalComma) {
     const support::DecimalComma comma;
-    if (!comma.set()) GTEST_SKIP() << "no program localedef";
+    if (!comma.set) GTEST_SKIP() << "no program localedef";
     LoopbackServer server;
     const std::string segments = "#EXTINF:0.75,\n/variant_low0.ts\n#EXTINF:0.75,\n/variant_low1.ts\n";
     server.on("/list.m3u8", answer("#EXTM3U\n#EXT-X-TARGETDURATION:1\n" + segments + "#EXT-X-ENDLIST\n"));

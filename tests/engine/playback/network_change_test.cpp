@@ -25,8 +25,6 @@ int answerDomains(int, char *buffer, int size, int &state, const char *url, cons
     return sResult;
 }
 
-constexpr int64_t kPreloadKiB = 8;  // of a film of about 100
-
 class NetworkChange : public testing::Test {
 protected:
     void SetUp() override {
@@ -57,29 +55,27 @@ TEST_F(NetworkChange, ADownloadThatWaitsGoesOnFromTheNewHostWithEveryPicture) {
         std::size_t pictures;
         bool preloaded;
         const char *untimed;
-    } cases[] = {{"/film?id=7", "/film", std::ref(half), nullptr, 25, false, "1"},
-                 {"/film?id=7", "/film", std::ref(half), nullptr, 25, false, "0"},
-                 {"/film?id=7", "/film", std::ref(half), nullptr, 25, true, "1"},
-                 {"/film?id=7", "/film", silent, nullptr, 25, false, "1"},
-                 {"/film?id=7", "/film", silent, nullptr, 25, true, "1"},
+    } cases[] = {{"/sound_longer.mkv?id=7", "/sound_longer.mkv", std::ref(half), nullptr, 25, false, "1"},
+                 {"/sound_longer.mkv?id=7", "/sound_longer.mkv", std::ref(half), nullptr, 25, false, "0"},
+                 {"/sound_longer.mkv?id=7", "/sound_longer.mkv", std::ref(half), nullptr, 25, true, "1"},
+                 {"/sound_longer.mkv?id=7", "/sound_longer.mkv", silent, nullptr, 25, false, "1"},
+                 {"/sound_longer.mkv?id=7", "/sound_longer.mkv", silent, nullptr, 25, true, "1"},
                  {"/variant_low.m3u8", "/variant_low2.ts", silent, nullptr, 150, false, "1"},
                  {"/variant_low.m3u8", "/variant_low.m3u8", silent, answer(begun), 150, false, "1"}};
     for (const auto &each : cases) {
         SCOPED_TRACE(&each - cases);
         const PropertyGuard untimed(oriplayer::kPropertyUntimed, each.untimed);
-        Film whole(film_);
+        std::atomic<int> asked{0};
         LoopbackServer first;
         LoopbackServer second;
-        std::atomic<int> asked{0};
         first.on(each.path, [&](const Connection &connection) {
             (asked++ == 0 && each.earlier ? each.earlier : each.old)(connection);
         });
-        second.on("/film", std::ref(whole));
         sDomains = "127.0.0.1:1, " + second.address();
         sAsked = 0;
         const std::string url = first.url(each.url);
         if (each.preloaded) {
-            ASSERT_EQ(oriplayer::addPreloadTask(url.c_str(), kPreloadKiB), 0);
+            ASSERT_EQ(oriplayer::addPreloadTask(url.c_str(), 8), 0);  // KiB, of about 100
             first.awaitRequests(1);
         }
         WatchedPlayer player({url});
@@ -99,7 +95,7 @@ TEST_F(NetworkChange, ADownloadThatWaitsGoesOnFromTheNewHostWithEveryPicture) {
         ASSERT_FALSE(second.requests().empty());
         const Connection request(-1, second.requests()[0]);
         EXPECT_EQ(request.header("Host"), second.address());
-        EXPECT_EQ(request.target(), each.path == "/film" ? each.url : each.path);
+        EXPECT_EQ(request.target(), each.pictures == 25 ? each.url : each.path);
         EXPECT_EQ(request.from() > 0, stands) << "it goes on where it stood";
         EXPECT_TRUE(!stands || first.requests().size() + second.requests().size() == 2);
     }

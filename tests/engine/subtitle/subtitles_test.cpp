@@ -186,7 +186,7 @@ TEST_F(Subtitles, ALookIsCopiedAndShows) {
         for (std::size_t i = 0; i + 1 < shown.size(); ++i) EXPECT_NE(shown.back(), shown[i]) << i;
     }
     const support::DecimalComma comma;
-    EXPECT_TRUE(!comma.set() || looked({nullptr, 61, 0, 0}) == larger) << "a size with a fraction";
+    EXPECT_TRUE(!comma.set || looked({nullptr, 61, 0, 0}) == larger) << "a size with a fraction";
 }
 
 TEST_F(Subtitles, WhatCannotBeReadIsTold_AndPlayingGoesOn) {
