@@ -7,9 +7,10 @@
 
 namespace VexoPlayerNS {
 
-/// What an application implements to hear and see its player. The object outlives the player.
-/// Both operations must not throw and must not wait for a thread that calls or destroys the player; inside them the
+/// What an application implements to receive the events and pictures of its player.
+/// Both operations must not throw and must not wait for a thread that calls or destroys the player. Inside them the
 /// commands of the player return at once, and its last reference may be dropped.
+/// Life: the object outlives every callback: see the two forms of IVexoPlayer::create.
 class VEXO_API IVexoPlayerCallback {
 public:
     virtual ~IVexoPlayerCallback() = default;
@@ -22,7 +23,8 @@ public:
     /// Thread: a looper of the player; two of them can be here at once.
     virtual void onPlayEvent(int sid, int code, std::string msg, VexoParams params) = 0;
 
-    /// One picture, 8-bit I420. `planes` holds Y, U, V and is, like their memory, valid during the call.
+    /// One picture, 8-bit I420. `planes` holds Y, U and V; the array and the planes are valid during the call only.
+    /// Not called while kVideoPipelineEnable is false. Of several facade players, the oldest gets the pictures of all.
     /// Params: ints under "video_width", "video_height", "video_type", "y_stride", "u_stride", "v_stride" (bytes).
     /// Thread: the engine's picture thread; of the player only the four commands and getParam may be called.
     virtual void onVideoFrame(void **planes, int reserved0, int reserved1, int reserved2, int reserved3, int width,

@@ -35,120 +35,142 @@ class CodecNetProcess;
 class InternalEventListener;
 class Timeline;
 
-/// One programme of periods whose codecs differ: a main timeline (id 0), which setDataSource fills, and an isolated one
-/// (id 1), filled by the period operations, which plays while the main one stands paused and gives control back when
-/// its last period has ended.
+/// Plays one programme of periods whose codecs may differ. The main timeline (id 0) plays the programme that
+/// setDataSource gives it. The isolated timeline (id 1) is filled by addPeriod and plays an interruption: start(1)
+/// pauses the main timeline, and the end of the last isolated period resumes it (event 10240). See
+/// examples/isolated.cpp.
 ///
-/// Threads:  any, also from inside a callback; every operation runs at once on the caller's thread. Operations of one
-///           timeline are atomic each; a sequence of edits belongs on one thread at a time, else the play list can
-///           come to stand in another order than the timeline.
-/// Locks:    fields_mutex_ is a leaf round the components and the settings; play lists are used without it.
-/// Active:   the isolated timeline while it is started and the main one paused, else the main one.
-/// Pictures: go to the window of setVideoSurface until setVideoPipelineEnable(true). From then on they go to the
-///           middlewares that RenderManager held at that call; those added later see nothing. For several players with
-///           pictures of their own: for each in turn, register a middleware, enable the pipeline, remove it.
-/// Results:  0 if the work was reached, which does not say that anything changed, -1 if not.
-/// End:      behind the destructor nothing of this player calls out any more. It belongs on a thread that is not inside
-///           a callback of this player; create() sees to that: a last reference dropped inside one leaves the
-///           destruction to a thread of its own.
+/// Active:   operations without an id go to the active timeline: the isolated one while it is started and the main one
+///           is paused, otherwise the main one. An isolated timeline that is started while the main one is not paused,
+///           for example after its end, is therefore not active: pause, seekTo, goNext and the queries go to the main
+///           one; start(0) pauses it, stop(1, true) ends it. Better append what follows the programme to the main list.
+/// Results:  0 if the work was reached, which does not say that anything changed, -1 if not. A null pointer for an
+///           answer is refused with -1, and nothing is written.
+/// Threads:  any, also inside a callback; every operation runs at once on the caller's thread. Each operation of a
+///           timeline is atomic. Edits (addPeriod to clearPeriods) belong on one thread at a time; otherwise the play
+///           list can get another order than the timeline.
+/// Locks:    fields_mutex_ is a leaf and guards the components and the settings; play lists are used without it.
+/// End:      after the destructor nothing of this player calls the application. If the last reference is dropped
+///           inside a callback, the drop returns at once and a thread of the library destroys the player.
+///           Listener, reporter and configuration are shared, so they stay alive while they are called.
 class VEXO_API MixedCodecsPlayer : public BasePlayerInterface {
 public:
+    /// Throws std::system_error or std::bad_alloc if there is no thread or memory.
     static std::shared_ptr<MixedCodecsPlayer> create();
-    /// The same for an owner that calls back to the application itself: it marks its callbacks with `token`.
+    /// For an owner that calls the application itself: it marks its callbacks with `token`, which is not null.
     static std::shared_ptr<MixedCodecsPlayer> create(std::shared_ptr<const CallbackToken> token);
 
     MixedCodecsPlayer(const MixedCodecsPlayer &) = delete;
     MixedCodecsPlayer &operator=(const MixedCodecsPlayer &) = delete;
 
-    /// Periods by id are not offered: -1.
+    /// Not supported: always -1.
     int changePeriodById(int component, int64_t id, const std::shared_ptr<oriplayer::IPeriod> &period,
                          const std::shared_ptr<oriplayer::StringMap> &options) override;
     int delPeriodById(int component, int64_t id) override;
     virtual ~MixedCodecsPlayer();
-    /// Writes the surface that the active timeline holds; `*out` stays if it holds none. -1 for a null `out`.
+    /// Writes the surface that the active timeline holds. 0, also if it holds none, which leaves `*out` unchanged; -1
+    /// if `out` is null.
     virtual int getVideoSurface(void **out);
-    /// For both timelines; null for none. Lost at stop and setDataSource. Stays empty while the pipeline is on.
+    /// Sets the window of both timelines, the number of an X11 window as a pointer, null for none. It shows pictures
+    /// only while the picture pipeline is off (see setVideoPipelineEnable). `flag` has no effect. stop and
+    /// setDataSource release the window: set it again after them. The player does not own it. Always 0.
     virtual int setVideoSurface(void *surface, bool flag);
-    /// -1: rendering, filters and subtitles are not driven from here (see getMediaProcessor).
+    /// Not supported, always -1: getMediaProcessor() has the controls for pictures, filters and subtitles.
     virtual int setRenderConfig(int number, const oriplayer::Param &value, int index);
     virtual int setFilter(int type, oriplayer::StringMap &params, int index);
     virtual int displayFrame(const oriplayer::Param &frame, int index);
     virtual int addSubtitleSource(const char *url, const char *language);
     virtual int setSubtitleOffset(int offsetMs);
     virtual bool isLooping();
-    /// For the engine player of the current bound; the next bound does not inherit it.
+    /// Repeats the current bound. The next bound does not inherit it: set it again after each event 1000.
     virtual int setLooping(bool looping);
-    /// -1 each while unknown. Returns -1, and writes nothing, if a pointer is null.
+    /// Writes pixels, -1 for each that is unknown. 0, or -1 if either pointer is null: then neither is written.
     virtual int getVideoSize(int *width, int *height);
-    /// For the main timeline's next bounds; null counts as empty.
+    /// For the bounds that the main timeline enters from now on; the isolated timeline keeps the engine's own. Null
+    /// counts as empty.
     virtual int setUserAgent(const char *userAgent);
-    /// Always empty: there is no one engine player.
+    /// Always empty: each bound has an engine player of its own.
     virtual std::shared_ptr<oriplayer::OriPlayer> getOriPlayer();
+    /// Receives the events of both timelines; null for none.
     virtual int setListener(std::shared_ptr<oriplayer::IOriPlayerListener> listener);
-    /// For engine players that are made afterwards, as is setConfigure.
+    /// Takes effect with the next engine player; null for none.
     virtual int setReporter(std::shared_ptr<protocols::IReporter> reporter);
+    /// Sets the host's configuration (base/protocols/configure.h), null for none. The listener for a change of network
+    /// stays registered until stop; start registers it again.
     virtual int setConfigure(std::shared_ptr<protocols::IConfigure> configure);
     virtual std::shared_ptr<protocols::IReporter> getReporter();
     virtual std::shared_ptr<protocols::IConfigure> getConfigure();
     virtual std::shared_ptr<CodecMediaProcess> getMediaProcessor();
     virtual std::shared_ptr<CodecNetProcess> getNetProcessor();
 
-    /// Stops both timelines and takes the periods of the first component's list; the list is the caller's own and
-    /// follows later edits. `count` and `headers` are not used: each period brings its own headers. Always 0.
+    /// Stops both timelines and fills the main one with the periods of the first component's list, up to the first
+    /// empty one. The list is not copied: later edits of the main timeline change it. `count` and `headers` are not
+    /// used, each period brings its own headers. Always 0.
     int setDataSource(const std::vector<std::shared_ptr<oriplayer::PlayComponent>> &components, int count,
                       const std::shared_ptr<oriplayer::StringMap> &headers);
-    /// 0 or 1, the timeline that plays now. Never waits.
+    /// The id of the active timeline, 0 or 1. Never waits.
     int getActiveIndex();
 
-    // Periods of timeline `id`, counted from 0. An index outside the timeline is ignored, with result 0.
+    // Periods of timeline `id`, counted from 0. An index outside the timeline is ignored, with result 0; another id
+    // than 0 and 1 gives -1, except in addPeriod.
 
-    /// `position` -1 appends. Always 0.
+    /// `position` -1 appends. A null period is ignored. Always 0.
     int addPeriod(int id, int position, const std::shared_ptr<oriplayer::IPeriod> &period,
                   const std::shared_ptr<oriplayer::StringMap> &options);
-    /// Adds to a period that is not mixed-codecs; while anything plays the source joins the current bound.
+    /// Adds to a period that is not mixed-codecs; while anything plays the source joins the current bound, whatever
+    /// `position` is.
     int addSource(int id, int position, const std::shared_ptr<oriplayer::ISource> &source,
                   const std::shared_ptr<oriplayer::StringMap> &options);
-    /// The period's own headers win over `options`. The playing period is replaced while it runs.
+    /// The period's own headers win over `options`. The playing period is replaced while it plays (event -10001). -1
+    /// for a null period.
     int changePeriod(int id, int index, const std::shared_ptr<oriplayer::IPeriod> &period,
                      const std::shared_ptr<oriplayer::StringMap> &options);
-    /// A period that plays gives way to the next. Behind the isolated timeline's last one the main timeline goes on, as
-    /// at its end (10240).
+    /// If the period plays, the next one plays instead. If it is the last one of the isolated timeline, the main
+    /// timeline resumes (event 10240).
     int delPeriod(int id, int index);
+    /// Removes all periods of the play list, the first one first, as delPeriod does.
     int clearPeriods(int id);
 
     // Playback. Times are milliseconds; operations without an id go to the active timeline.
 
+    /// Opens the first period that has a start time; event 1000 or an error event follows. Once a list: while it plays,
+    /// a second call is a seek to its beginning. 0, or -1 for another id than 0 and 1.
     int prepareAsync();
     int prepareAsync(int id);
-    /// Starts one timeline and pauses the other. Always 0. Plays nothing after the timeline's last 1001: call
-    /// prepareAsync(id) again, then start(id). start(1) interrupts a main timeline that plays or is paused. If the main
-    /// one has ended, the isolated one plays but is not the active one: operations without an id miss it.
+    /// Starts timeline `id`, the main one without an argument, and pauses the other. After the end of a list it plays
+    /// nothing: call prepareAsync, or seekTo, first. Always 0.
     int start();
     int start(int id);
-    /// To the next period, or the next source within it. Behind the last period of the isolated timeline the main one
-    /// goes on; behind that of the main one: -1.
+    /// Skips to the next period, or to the next source within it. Returns 0; after the last period of the isolated
+    /// timeline it resumes the main one, after the last one of the main timeline it does nothing and returns -1.
     int goNext(bool withinPeriod);
+    /// Pauses the active timeline. If that is the isolated one, the main one is active afterwards: start(1) resumes the
+    /// interruption, start(0) the programme.
     int pause();
-    /// Mode 0 is exact, 1 the key frame at or before the position. A position after the end does nothing.
+    /// Mode 0 is exact, 1 goes to the key frame at or before the position. A negative position counts as 0. A position
+    /// beyond the known duration does nothing, and the result is still 0: compare with getDuration, or call goNext.
     int seekTo(int positionMs, int mode);
+    /// The same from the start of the current period; a position beyond its end lies in a later period.
     int seekCurrentPeriodTo(int positionMs, int mode);
-    /// Empties both timelines and drops both play lists. Always 0; the flag is not used.
+    /// Stops and empties both timelines and drops both play lists: call setDataSource before the next prepareAsync.
+    /// Always 0; the flag is not used.
     int stop(bool flag);
-    /// Empties one timeline; its play list stays until the next period is added. stop(1, ...) during an interruption
-    /// leaves the main timeline paused and raises no 10240: call start(0).
+    /// Stops and empties one timeline. stop(1, true) leaves a paused main timeline paused, without event 10240: call
+    /// start(0) after it, or clearPeriods(1) in its place. 0, or -1 for another id than 0 and 1; the flag is not used.
     int stop(int id, bool flag);
-    /// Not offered, -1: resources go with the object.
+    /// Not supported, always -1: resources are released with the object.
     int release();
 
+    /// 0.0 to 1.0, for the current and the later bounds of the active timeline.
     void setVolume(float volume);
     /// -1.0 if none was set. Never waits.
     float getVolume();
-    /// For the current engine player only.
+    /// Takes effect for the current bound only: set it again after each event 1000.
     void setAudioDevice(std::string device);
 
-    // The next four return -1, and write nothing, if the pointer is null.
+    // Each of the next four writes milliseconds through its pointer and answers 0, or -1 if the pointer is null.
 
-    /// Mode 0 is what is presented, 1 the end of what is buffered.
+    /// Mode 0 is what is presented, 1 the end of what is buffered. 0 if nothing plays.
     int getCurrentPosition(int64_t *positionMs, int mode);
     int getDuration(int64_t *durationMs);
     int getCurrentPeriodDuration(int64_t *durationMs);
@@ -156,17 +178,24 @@ public:
     int getVideoWidth();
     int getVideoHeight();
 
-    /// Direct words with the current engine player. 0 if there was one, whatever it answered.
+    // Access to the current engine player. 0 if there is one, whatever it answered; -1 if there is none or `value` is
+    // null.
+
     int setParameter(int key, const oriplayer::Param &value, int index);
     int getParameter(int key, oriplayer::Param *value, int index);
-    /// Does not wait for commands.
+    /// Never waits.
     bool isPlaying();
     std::shared_ptr<oriplayer::IPeriod> getActivePeriod();
-    /// The id of the engine player made last, -1 before the first.
+    /// The id of the engine player that the active timeline made last, -1 before the first.
     int getActiveID();
 
-    /// Off at first. Effective with the next engine player: call it before prepareAsync.
+    /// Pictures go to the middlewares of RenderManager (true) or to the window (false, the default). Takes effect with
+    /// the next engine player. The first call with true takes the middlewares that are registered at that moment, for
+    /// the life of this player; later registrations do not reach it. So register the middleware of this player, enable
+    /// the pipeline, and remove the middleware from RenderManager again: then it receives this player's pictures and no
+    /// others (examples/two_players.cpp).
     void setVideoPipelineEnable(bool enable);
+    /// Stored only.
     void setAudioPipelineEnable(bool enable);
 
 private:

@@ -33,7 +33,8 @@ int MixedCodecsPlayer::setParameter(int key, const oriplayer::Param &value, int 
 
 int MixedCodecsPlayer::getParameter(int key, oriplayer::Param *value, int index) {
     VEXO_PRINT(LOG_INFO, "active index:%d", getActiveIndex());
-    const int result = accessPlayer([&](oriplayer::IOriPlayer &player) { player.getParameter(key, value, index); });
+    const int result =
+        value ? accessPlayer([&](oriplayer::IOriPlayer &player) { player.getParameter(key, value, index); }) : -1;
     VEXO_PRINT(LOG_DEBUG, "result:%d", result);
     return result;
 }

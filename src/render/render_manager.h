@@ -11,8 +11,9 @@
 
 namespace vexo {
 
-/// The process-wide register of middlewares and filters. A pipe acquired here begins with those that are registered at
-/// that moment and fit its category, oldest first; later changes reach later pipes only.
+/// The process-wide registry of middlewares and filters. A pipe that is acquired here keeps those that are registered
+/// at that moment and fit its category, oldest first. Later registrations and removals do not reach it: a player
+/// acquires its pipes at the first setVideoPipelineEnable(true), a facade player at its creation.
 /// Threads:  any.
 /// Lock:     a private mutex round the lists; pipes and middlewares are called without it.
 class VEXO_API RenderManager : public Singleton<RenderManager> {
@@ -27,7 +28,8 @@ public:
     void DetachMiddleware(IRenderPipe *pipe);
     void DetachFilter(IRenderPipe *pipe);
 
-    /// The same pointer may stand in a list twice; Remove takes out the first equal entry.
+    /// A pointer can be registered twice; Remove takes out its oldest entry and ignores a pointer that is not
+    /// registered. A removed middleware still receives the pictures of the pipes that hold it, and they keep it alive.
     void AddMiddleware(std::shared_ptr<IRenderMiddleware> middleware);
     void RemoveMiddleware(std::shared_ptr<IRenderMiddleware> middleware);
     void AddFilter(std::shared_ptr<IRenderFilter> filter);

@@ -146,7 +146,7 @@ TEST_F(PlaybackControl, NowhereToWrite_IsRefused) {
     for (const int result :
          {p.getCurrentPosition(nullptr, 0), p.getDuration(nullptr), p.getVideoSize(nullptr, nullptr),
           p.getVideoSize(&value, nullptr), p.getVideoSize(nullptr, &value), p.getCurrentPeriodDuration(nullptr),
-          p.getCurrentPeriodPosition(nullptr, 0), p.getVideoSurface(nullptr)}) {
+          p.getCurrentPeriodPosition(nullptr, 0), p.getVideoSurface(nullptr), p.getParameter(1, nullptr, 0)}) {
         EXPECT_EQ(result, -1);
     }
     EXPECT_EQ(value, 77);

@@ -36,7 +36,7 @@ using PreloadCallback = void (*)(void *context, int result, int reserved1, int r
 ORI_API int addPreloadTask(const char *url, const char *cacheId, PreloadCallback callback, void *context);
 
 /// Writes one piece of information on a living player; what `out` points to depends on the key (docs/engine.md).
-/// 0, or -1 for an unknown player or key, and nothing is written.
+/// 0, or -1 for an unknown player or key or a null `out`, and nothing is written.
 ORI_API int getInfoByPlayerId(int playerId, int key, void *out);
 
 /// The engine's download statistics record. Two fields are read by this project, the others are zero.
@@ -51,7 +51,7 @@ static_assert(sizeof(cache_static_t) == 2328);
 static_assert(offsetof(cache_static_t, downloadSpeed) == 1200);
 static_assert(offsetof(cache_static_t, downloadStatus) == 1980);
 
-/// 0, or -1 for an unknown player, and nothing is written.
+/// 0, or -1 for an unknown player or a null `out`, and nothing is written.
 ORI_API int getDownloadStatisticInfo(int playerId, cache_static_t *out);
 
 /// The function that the engine asks, on a thread of its own, for the domains to use after a network change:

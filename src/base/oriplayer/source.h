@@ -24,7 +24,7 @@ public:
     virtual const char *getUrl(int index);
     /// 0, or -1 past the end (`url` stays).
     virtual int getUrl(int index, std::string &url);
-    /// 0, or -1 past the end (`*seconds` stays). An unknown length is 0.0.
+    /// 0, or -1 past the end (`*seconds` is unchanged) or if `seconds` is null. An unknown length is 0.0.
     virtual int getDuration(int index, double *seconds);
     virtual int getSize();
 
