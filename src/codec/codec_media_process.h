@@ -102,9 +102,8 @@ public:
     /// What the full record says of adaptive HLS playback, `label:value&` for each.
     std::string getHlsInfo();
 
-    /// Adds to the totals what the engine says of player `playerId`. It is called when a bound has been entered, with
-    /// the id of its new player, which has not loaded anything yet: so the totals stay at 0, and texts describe the
-    /// present player. Runs under a timeline's mutex, so it waits for none.
+    /// Adds to the totals what the engine answers for player `playerId`, that of the bound just entered, and the main
+    /// timeline's bytes used and time played. Runs under a timeline's mutex, so it waits for none.
     void AccumulatePeriodStatistics(int playerId);
 
 private:
@@ -141,7 +140,7 @@ private:
     std::atomic<bool> mSoriVanTimeStampMode{false};
     std::atomic<int64_t> mAvgVideoBitrate{0};
     std::atomic<int64_t> mAvgKeyFrameSize{0};
-    // Sums of what AccumulatePeriodStatistics was told; they only grow.
+    // What AccumulatePeriodStatistics has added; they only grow, and mostly stay 0.
     std::atomic<int64_t> mTotalDownloadBufferSize{0};
     std::atomic<int64_t> mTotalUsedBufferSize{0};
     std::atomic<int64_t> mTotalConsumeDuration{0};

@@ -9,12 +9,14 @@ enum PlaybackProperty : int {
     KVPLAYER_PROPERTY_TYPE_UPSCOST = 963,
 };
 
-/// What CodecMediaProcess::getPlayerInfoByKey answers. Bytes and times are sums over all bounds played so far.
+/// What CodecMediaProcess::getPlayerInfoByKey answers. Bytes and times are those of the engine player of the current
+/// bound, plus totals to which each entry into a bound adds what the engine answers at that moment. A new engine player
+/// answers 0, so the totals grow only when an interruption begins, which adds figures of the main bound.
 enum PlayerInfoKey : int {
     KVPLAYER_INFO_KEY_ALL = -1,  ///< the full record, `label=value;` for each
     kInfoDownloadedBytes = 0,
     kInfoUsedBytes = 1,
-    kInfoStoredBytes = 5,  ///< of the running player alone
+    kInfoStoredBytes = 5,  ///< without a total
     kInfoBufferAdaptation = 6,
     kInfoBytesByTransport = 7,                       ///< `label=value` joined by ";"
     kInfoMonitor = 8,                                ///< the same as 10

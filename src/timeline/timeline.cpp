@@ -31,6 +31,7 @@ void Timeline::Close() {
         ++epoch_;  // queued events are dropped
     }
     looper_.Close();
+    HidePicturesWhile(nullptr);  // it refers to other objects
     MutexLock lock(mutex_);
     StopPlayback();
     event_listener_->Close();

@@ -140,8 +140,8 @@ public:
     /// Valid under the timeline's mutex only: call it inside AccessCurrentBound.
     VideoSurface *GetVideoSurface();
     void SetVideoPipelineEnable(bool enable);
-    /// Pictures are dropped while `hidden` says so. Called on the engine's picture threads. Set it before the picture
-    /// pipeline is enabled; it lives as long as this timeline is not closed.
+    /// Pictures are dropped while `hidden` returns true; an empty function ends that. It is called on the engine's
+    /// picture threads under a leaf mutex, and not any more once this timeline is closed.
     void HidePicturesWhile(std::function<bool()> hidden);
     void SetAudioPipelineEnable(bool enable);
 
@@ -173,6 +173,8 @@ private:
     using PeriodPtr = std::shared_ptr<oriplayer::IPeriod>;
     using BoundList = std::vector<std::unique_ptr<PlayBound>>;
     enum class Detach { kYes, kNo };
+    class PictureGate;
+    class GatedPipeline;
 
     /// A period on its way into the lists, with what was asked of its sources before the mutex was taken.
     struct NewPeriod {
@@ -260,6 +262,7 @@ private:
     static void LogHeaders(const PlayBound &bound);
     void TellPeriodSwitched() VEXO_REQUIRES(mutex_);
     void ApplyVolume(oriplayer::IOriPlayer &player) VEXO_REQUIRES(mutex_);
+    static std::shared_ptr<PictureGate> MakePictureGate();
 
     // Positions, timeline_position.cpp
     int64_t BoundDuration(const PlayBound *bound, std::size_t place) const VEXO_REQUIRES(mutex_);
@@ -292,7 +295,7 @@ private:
     std::shared_ptr<TimelinePlayerEventListener> event_listener_ VEXO_GUARDED_BY(mutex_);
     bool video_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;
     bool audio_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;  // recorded only
-    std::function<bool()> pictures_hidden_ VEXO_GUARDED_BY(mutex_);
+    const std::shared_ptr<PictureGate> picture_gate_ = MakePictureGate();
     std::shared_ptr<VideoRenderPipelineWrapper> video_pipeline_ VEXO_GUARDED_BY(mutex_);
     std::unique_ptr<VideoSurface> video_surface_ VEXO_GUARDED_BY(mutex_);
     int64_t identity_ VEXO_GUARDED_BY(mutex_) = -1;  // of the bound entered last

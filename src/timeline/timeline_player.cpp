@@ -15,18 +15,37 @@ constexpr int kParamMute = 2009;
 constexpr int kParamVolume = 3004;
 constexpr int kParamAudioDevice = 3006;
 
-class HidingPipeline final : public VideoRenderPipelineWrapper {
+}  // namespace
+
+/// Drops pictures while a condition holds. An engine may keep its pipeline longer than the timeline lives, so the
+/// condition is evaluated under the lock under which Close removes it.
+/// Threads:  any. Lock: mutex_, a leaf.
+class Timeline::PictureGate {
 public:
-    explicit HidingPipeline(std::function<bool()> hidden) : hidden_(std::move(hidden)) {}
-    int Render(oriplayer::RenderRecord *record) override {
-        return hidden_ && hidden_() ? 0 : VideoRenderPipelineWrapper::Render(record);
+    void Set(std::function<bool()> hidden) {
+        MutexLock lock(mutex_);
+        hidden_.swap(hidden);
+    }
+    bool Hides() {
+        MutexLock lock(mutex_);
+        return hidden_ && hidden_();
     }
 
 private:
-    const std::function<bool()> hidden_;
+    Mutex mutex_;
+    std::function<bool()> hidden_ VEXO_GUARDED_BY(mutex_);
 };
 
-}  // namespace
+class Timeline::GatedPipeline final : public VideoRenderPipelineWrapper {
+public:
+    explicit GatedPipeline(std::shared_ptr<PictureGate> gate) : gate_(std::move(gate)) {}
+    int Render(oriplayer::RenderRecord *record) override {
+        return gate_->Hides() ? 0 : VideoRenderPipelineWrapper::Render(record);
+    }
+
+private:
+    const std::shared_ptr<PictureGate> gate_;
+};
 
 // The order of these calls is what the engine and the owner's listener rely on.
 void Timeline::PlayBoundPrepare(PlayBound *bound) {
@@ -144,12 +163,15 @@ VideoSurface *Timeline::GetVideoSurface() {
 void Timeline::SetVideoPipelineEnable(bool enable) {
     MutexLock lock(mutex_);
     video_pipeline_enable_ = enable;
-    if (enable && !video_pipeline_) video_pipeline_ = std::make_shared<HidingPipeline>(pictures_hidden_);
+    if (enable && !video_pipeline_) video_pipeline_ = std::make_shared<GatedPipeline>(picture_gate_);
+}
+
+std::shared_ptr<Timeline::PictureGate> Timeline::MakePictureGate() {
+    return std::make_shared<PictureGate>();
 }
 
 void Timeline::HidePicturesWhile(std::function<bool()> hidden) {
-    MutexLock lock(mutex_);
-    pictures_hidden_.swap(hidden);
+    picture_gate_->Set(std::move(hidden));
 }
 
 void Timeline::SetAudioPipelineEnable(bool enable) {

@@ -63,7 +63,8 @@ TEST(Play, SubtitlesStandInTheItemTheyAreGivenFor) {
     const Outcome first = played({"--subtitles", path});
     EXPECT_NE(first.summary["bounds"][0]["md5"], plain);
     EXPECT_EQ(first.summary["bounds"][1]["md5"], plain);
-    const Outcome later = played({"--subtitles", __FILE__, "--subtitles", path, "--subtitle-delay", "60"});
+    const Outcome later =
+        played({"--subtitles", folder.write("b.txt", "none"), "--subtitles", path, "--subtitle-delay", "60"});
     EXPECT_EQ(later.summary["bounds"][0]["md5"], plain);
     EXPECT_EQ(later.summary["bounds"][1]["md5"], plain);
     EXPECT_THAT(later.err, AllOf(HasSubstr("the subtitles of item 1"), testing::Not(HasSubstr("of item 2"))));
