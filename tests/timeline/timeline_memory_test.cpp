@@ -20,13 +20,14 @@ void *Allocate(std::size_t size) {
 
 }  // namespace
 
-void *operator new(std::size_t size) {
+// Not inlined: the compiler would take malloc and free for the wrong pair.
+[[gnu::noinline]] void *operator new(std::size_t size) {
     return Allocate(size);
 }
-void operator delete(void *memory) noexcept {
+[[gnu::noinline]] void operator delete(void *memory) noexcept {
     std::free(memory);
 }
-void operator delete(void *memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
     std::free(memory);
 }
 
