@@ -70,7 +70,8 @@ int main(int count, char **arguments) {
     }
     Seat left(arguments[1]);
     Seat right(arguments[2]);
-    const bool good = left.end.get() && right.end.get();
+    const bool played = left.end.get() && right.end.get();
+    const bool good = played && left.counter->pictures > 0 && right.counter->pictures > 0;
     std::printf("%d and %d pictures\n", left.counter->pictures.load(), right.counter->pictures.load());
     return good ? 0 : 2;
 }

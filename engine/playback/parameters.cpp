@@ -198,7 +198,7 @@ int Parameters::get(int number, Param &value) const {
             answer.putInt64(counters.networkBytes);
             break;
         case kConsumed:
-            answer.putInt64(std::min<int64_t>(counters.decoderBytes + counters.discardedBytes, counters.mediumBytes));
+            answer.putInt64(usedBytes());
             answer.putInt64(counters.presentedUs / 1000);
             break;
         case kStatistics:
@@ -250,6 +250,14 @@ void Parameters::getHlsState(Param &answer) const {
     ints[37] = hls.switchesUp;    // upGearCount
     ints[38] = hls.variants;      // gearCount
     for (const int64_t value : ints) answer.putInt32(toInt(value));
+}
+
+// What is handed out twice may have been read once, from the input's own buffer: what waits is never counted as used.
+int64_t Parameters::usedBytes() const {
+    const Stage &stage = session_.stage();
+    const int64_t waiting = stage.videoPackets.bytes() + stage.audioPackets.bytes();
+    const int64_t most = std::max<int64_t>(0, stage.counters.mediumBytes - waiting);
+    return std::min<int64_t>(stage.counters.decoderBytes + stage.counters.discardedBytes, most);
 }
 
 void Parameters::getBuffer(Param &answer) const {

@@ -36,6 +36,7 @@ private:
     bool lacksVideo() const;
 
     float heardVolume() const;
+    int64_t usedBytes() const;
 
     Session &session_;
     mutable std::mutex loudnessMutex_;  // guards the three values below
