@@ -30,6 +30,11 @@ void Notifier::post(PlayerEvent event, const MediaError &error, int argument) {
     put({event, std::move(param), false, {}, argument});
 }
 
+bool Notifier::withdraw(PlayerEvent event) {
+    std::lock_guard lock(mutex_);
+    return std::erase_if(events_, [event](const Event &one) { return !one.isReport && one.number == event; }) > 0;
+}
+
 void Notifier::silence() {
     gate_.close();
     {

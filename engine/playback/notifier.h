@@ -50,6 +50,8 @@ public:
     void post(PlayerEvent event, const MediaError &error, int argument = 0);
     /// A report to the application's reporter.
     void post(ReportKind kind, ReportValues values);
+    /// Removes what waits under that number. True if there was something.
+    bool withdraw(PlayerEvent event);
     void run();
     /// No notify begins any more, what waits is dropped.
     void silence();

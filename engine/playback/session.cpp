@@ -50,9 +50,14 @@ bool Session::changePeriod(DataSource source) {
     std::lock_guard lock(sourceMutex_);
     if (reader_) {
         const auto replacement = std::make_shared<Replacement>(stage_, std::move(source));
+        // Of an end that the listener has not heard yet, the one of the replacement is left.
+        const bool withdrawn = replacement->afterEnd() && stage_.notifier.withdraw(kEventEnd);
         reader_->replace(replacement);
         const bool runs = launch("ori-change", Role::kWorks, [replacement] { replacement->run(); });
-        if (!runs) replacement->cancel();
+        if (!runs) {
+            replacement->cancel();
+            if (withdrawn) stage_.notifier.post(kEventEnd);
+        }
         return runs;
     }
     if (!source_) return false;

@@ -130,7 +130,7 @@ bool TimedMessageLooper::WaitUntilDue(std::unique_lock<std::mutex> &lock) {
 // Lets the senders of messages that belong together come in before the queue is held for the earliest of them.
 void TimedMessageLooper::Gather(std::unique_lock<std::mutex> &lock) {
     uint64_t seen = arrivals_ - 1;
-    while (seen != arrivals_ && !Empty() && !stopping_) {
+    while (seen != arrivals_ && !Empty() && !FrontIsDue() && !stopping_) {
         seen = arrivals_;
         const Clock::time_point time = Front().trigger_time;
         condition_.wait_until(lock, std::min<Clock::time_point>(time, Clock::now() + kGatherTime),

@@ -58,7 +58,7 @@ void MixedCodecsPlayer::destroy(MixedCodecsPlayer *player) {
             pthread_setname_np(pthread_self(), "vexo-end");
             delete player;
         }).detach();
-    } catch (const std::system_error &error) {
+    } catch (const std::exception &error) {  // neither a thread nor memory
         VEXO_PRINT(LOG_ERROR, "no thread to end the player on, it stays behind in silence: %s", error.what());
     }
 }

@@ -215,6 +215,7 @@ private:
         uint64_t isolated;
     };
     Content content() const;
+    int start(int id, std::optional<uint64_t> onlyEpoch);
     /// As the public functions, for `content` only: they do nothing if it has been replaced since.
     int prepareAsync(const Content &content);
     int stop(bool flag, const Content &content);

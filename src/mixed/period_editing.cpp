@@ -21,20 +21,18 @@ int MixedCodecsPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer
     if (!list) return 0;
     const int size = list->getPeriodCount();
     VEXO_PRINT(LOG_DEBUG, "playlist size:%d", size);
-    std::vector<std::shared_ptr<oriplayer::IPeriod>> periods;
-    for (int i = 0; i < size; ++i) {
-        const std::shared_ptr<oriplayer::IPeriod> period = list->getPeriod(i);
-        VEXO_PRINT(LOG_DEBUG, "add period inner:%d", i);
-        if (!period) break;
-        periods.push_back(period);
-    }
+    const auto period = [&list, size](int i) {
+        auto found = i < size ? list->getPeriod(i) : nullptr;
+        if (i < size) VEXO_PRINT(LOG_DEBUG, "add period inner:%d", i);
+        return found;
+    };
     const auto take = [&] {
         MutexLock lock(fields_mutex_);
         component->playList.swap(list);  // the list holds the periods already
         play_components_[0].swap(component);
     };
     // Of two sources that are set at once, the later one plays, whole. A stop on another thread counts as earlier.
-    while (source_number_ == number && !(epoch && timelines_[0]->Fill(periods, *epoch, take))) epoch = empty(nullptr);
+    while (source_number_ == number && !(epoch && timelines_[0]->Fill(period, *epoch, take))) epoch = empty(nullptr);
     return 0;
 }
 

@@ -20,6 +20,7 @@ int MixedCodecsPlayer::prepareAsync(int id) {
 
 int MixedCodecsPlayer::prepareAsync(const Content &content) {
     VEXO_PRINT(LOG_INFO, "enter");
+    VEXO_PRINT(LOG_INFO, "enter");  // as prepareAsync() and prepareAsync(0)
     timelines_[0]->Prepare(content.main);
     return 0;
 }
@@ -30,6 +31,10 @@ int MixedCodecsPlayer::start() {
 }
 
 int MixedCodecsPlayer::start(int id) {
+    return start(id, {});
+}
+
+int MixedCodecsPlayer::start(int id, std::optional<uint64_t> onlyEpoch) {
     VEXO_PRINT(LOG_INFO, "enter");
     if (net_processor_) {
         net_processor_->RemoveCodecConfigListener();
@@ -38,7 +43,7 @@ int MixedCodecsPlayer::start(int id) {
     if (id == 0 || id == 1) {
         const auto chosen = static_cast<std::size_t>(id);
         timelines_[1 - chosen]->Pause();
-        timelines_[chosen]->Start();
+        timelines_[chosen]->Start(onlyEpoch);
     }
     return 0;
 }
@@ -53,7 +58,7 @@ int MixedCodecsPlayer::goNext(bool withinPeriod) {
     });
     // The isolated timeline may be handling its last end at this moment: one of the two hands control back.
     if (result == -1 && getActiveIndex() == 1 && timelines_[1]->YieldEnd()) {
-        result = start(0);
+        result = start(0, mainEpoch);
         timelines_[0]->PostNotice(kEventTimelineSwitched, mainEpoch);
     }
     return result;
@@ -75,22 +80,21 @@ int MixedCodecsPlayer::seekCurrentPeriodTo(int positionMs, int mode) {
 }
 
 int MixedCodecsPlayer::stop(bool) {
-    VEXO_PRINT(LOG_INFO, "enter");
     empty(nullptr);
     return 0;
 }
 
 int MixedCodecsPlayer::stop(bool, const Content &content) {
-    VEXO_PRINT(LOG_INFO, "enter");
     empty(&content);
     return 0;
 }
 
 std::optional<uint64_t> MixedCodecsPlayer::empty(const Content *only) {
+    VEXO_PRINT(LOG_INFO, "enter");
     // What a callback puts in while a looper is being joined is later than this command, and stays.
     const Content former = only ? *only : content();
-    // Otherwise an end that the isolated timeline is handling could raise 10240 on the emptied main timeline.
-    if (former.isolated == timelines_[1]->GetEpoch()) timelines_[1]->YieldEnd();
+    // Otherwise an end of the isolated timeline could raise 10240 on the emptied main timeline.
+    timelines_[1]->IgnoreEnds(former.isolated);
     const auto main = timelines_[0]->Reset(former.main);
     const auto isolated = timelines_[1]->Reset(former.isolated);
     if (net_processor_ && (main || !only)) net_processor_->RemoveCodecConfigListener();

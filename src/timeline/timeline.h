@@ -83,10 +83,11 @@ public:
     }
     /// Appends; returns the new period's index. The sources' durations are asked before the mutex is taken.
     int32_t AddBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers);
-    /// Appends all `periods` in one step, each with its own headers, to the content that Reset has begun under `epoch`.
-    /// What was added to that content meanwhile is removed. `filled` is called under the timeline's mutex. False, and
-    /// nothing happens, if another Reset came first.
-    bool Fill(const std::vector<std::shared_ptr<oriplayer::IPeriod>> &periods, uint64_t epoch,
+    /// Appends periods in one step, each with its own headers, to the content that Reset has begun under `epoch`. They
+    /// are asked for by `periodAt` with 0, 1, ... up to the first null, outside the mutex. What was added to that
+    /// content meanwhile is removed. `filled` is called under the timeline's mutex. False, and nothing happens, if
+    /// another Reset came first.
+    bool Fill(const std::function<std::shared_ptr<oriplayer::IPeriod>(int)> &periodAt, uint64_t epoch,
               const std::function<void()> &filled);
     /// At the number of periods it appends.
     void InsertBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers,
@@ -117,9 +118,11 @@ public:
     /// Stops if the bound that has ended was the last one. Returns false and does nothing if another bound follows (by
     /// the lists as they are now) or if the timeline has moved since (`moves` of the event that reported the end).
     bool StopAfterEnd(uint64_t moves);
-    /// Makes the reaction to an end that is being handled yield, as after a seek: its caller decides what plays next.
-    /// True if the timeline is started.
+    /// If the timeline is started, makes the reaction to an end that is being handled yield, as after a seek: the
+    /// caller decides what plays next. Otherwise false.
     bool YieldEnd();
+    /// No end of the content `epoch` has an effect any more: a Reset of it has begun.
+    void IgnoreEnds(uint64_t epoch);
     /// Empties the timeline for other periods; settings and volume stay. On a thread outside this player's callbacks it
     /// waits until the queued events are delivered. After it returns, no event of the former periods is delivered.
     /// Returns the number of the new, empty content, or nothing if another Reset came first.
@@ -198,6 +201,7 @@ private:
         // A replacement took over the player. For an event: until the engine raised it, since the engine raises another
         // end for a replacement that comes after the end.
         uint64_t hand_over = 0;
+        bool followed = false;  // for an event: another bound followed when it was stamped
 
         uint64_t Moves() const { return bound + seek + yield + hand_over; }  // all only grow
     };
@@ -256,6 +260,7 @@ private:
     void StopPlayback() VEXO_REQUIRES(mutex_);
     void Clear() VEXO_REQUIRES(mutex_);
     void PlayBoundPrepare(PlayBound *bound) VEXO_REQUIRES(mutex_);
+    void SetUp(const PlayBound &bound, const PlayerPtr &player) VEXO_REQUIRES(mutex_);
     void DropPlayer(PlayBound *bound, Detach detach) VEXO_REQUIRES(mutex_);
     void ApplyPlayerSettings(oriplayer::IOriPlayer &player) VEXO_REQUIRES(mutex_);
     void BindListener(oriplayer::IOriPlayer &player) VEXO_REQUIRES(mutex_);
@@ -272,6 +277,7 @@ private:
     void HandleCallback(Event event);
     bool StampEvent(Event &event, Changes &changes);
     bool TellListeners(const Event &event, const Changes &changes);
+    void TellOwner(const Event &event, const Changes &stamped);
     void React(const Event &event, const Changes &changes);
     void OnEnd(const Event &event, const Changes &changes);
     void OnPrepared(const Event &event, const Changes &changes);
@@ -303,6 +309,7 @@ private:
     bool entered_started_ VEXO_GUARDED_BY(mutex_) = false;  // the player was made in state kStarted
     bool waits_paused_ VEXO_GUARDED_BY(mutex_) = false;     // the player pauses as soon as it is prepared
     bool closed_ VEXO_GUARDED_BY(mutex_) = false;
+    std::optional<uint64_t> ignored_ends_ VEXO_GUARDED_BY(mutex_);  // the epoch that IgnoreEnds named last
 
     LeafGuarded<std::shared_ptr<oriplayer::IOriPlayerListener>> listener_;
     LeafGuarded<std::shared_ptr<InternalEventListener>> internal_listener_;

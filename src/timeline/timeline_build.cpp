@@ -77,10 +77,10 @@ int32_t Timeline::AddBound(const PeriodPtr &period, HeadersPtr headers) {
     return Append(fresh);
 }
 
-bool Timeline::Fill(const std::vector<PeriodPtr> &periods, uint64_t epoch, const std::function<void()> &filled) {
+bool Timeline::Fill(const std::function<PeriodPtr(int)> &periodAt, uint64_t epoch,
+                    const std::function<void()> &filled) {
     std::vector<NewPeriod> measured;
-    measured.reserve(periods.size());
-    for (const PeriodPtr &period : periods) {
+    for (int i = 0; const PeriodPtr period = periodAt(i); ++i) {
         VEXO_PRINT(LOG_DEBUG, "period mixed_codecs:%d", period->isMixedCodecs() ? 1 : 0);
         measured.push_back(Measure(period, period->getHeaders()));
     }

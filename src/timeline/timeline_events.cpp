@@ -54,6 +54,7 @@ bool Timeline::StampEvent(Event &event, Changes &stamped) {
     if (IsOld(event)) return false;
     stamped = ChangesNow();
     stamped.hand_over = event.hand_over;
+    stamped.followed = FollowingBound() != nullptr;
     if (const PlayBound *current = Current()) {
         const auto [timeline_id, period_id, source_id] = current->identity;
         VEXO_PRINT(LOG_DEBUG, "current: source_id:%d, period_id:%d, timeline_id:%d", source_id, period_id, timeline_id);
@@ -76,11 +77,16 @@ bool Timeline::TellListeners(const Event &event, const Changes &stamped) {
         listener->notify(event.id, event.what, event.arg1, event.arg2, *event.param);
     }
     if (IsOld(event)) return false;
+    TellOwner(event, stamped);
+    return !IsOld(event);
+}
+
+void Timeline::TellOwner(const Event &event, const Changes &stamped) {
+    const CallbackScope scope(*token_);
     if (const auto listener = internal_listener_.Get()) {
         listener->notify({event.id, event.what, event.arg1, event.arg2, *event.param, this, current_play_bound_.load(),
                           stamped.Moves()});
     }
-    return !IsOld(event);
 }
 
 void Timeline::React(const Event &event, const Changes &stamped) {
@@ -98,29 +104,37 @@ Timeline::Changes Timeline::ChangesNow() const {
 // Enters the next bound, unless a listener or another thread has moved, sought or replaced the bound since: their
 // command came later and holds.
 void Timeline::OnEnd(const Event &event, const Changes &stamped) {
-    MutexLock lock(mutex_);
-    PlayBound *current = Current();
-    VEXO_PRINT(LOG_DEBUG, "current play bound:%p", static_cast<void *>(current));
-    if (IsOld(event)) return;
-    video_width_ = -1;  // also if a listener has moved: the new player is asked for its size then
-    video_height_ = -1;
-    if (ChangesNow().Moves() != stamped.Moves() || !current) return;
-    if (PlayBound *next = FollowingBound()) {
-        Switch(next, 0);
-    } else {
-        StopPlayback();
+    {
+        MutexLock lock(mutex_);
+        VEXO_PRINT(LOG_DEBUG, "current play bound:%p", static_cast<void *>(Current()));
+        if (IsOld(event)) return;
+        video_width_ = -1;  // also if a listener has moved: the new player is asked for its size then
+        video_height_ = -1;
+        if (ignored_ends_ == epoch_ || ChangesNow().Moves() != stamped.Moves() || !Current()) return;
+        if (PlayBound *next = FollowingBound()) return Switch(next, 0);
+        if (!stamped.followed) return StopPlayback();
     }
+    // The bound that followed was removed after the owner had been told. This is the last end after all.
+    TellOwner(event, stamped);
+    MutexLock lock(mutex_);
+    if (!IsOld(event) && ChangesNow().Moves() == stamped.Moves() && Current() && !FollowingBound()) StopPlayback();
 }
 
 bool Timeline::YieldEnd() {
     MutexLock lock(mutex_);
+    if (state_ != kStarted) return false;
     ++changes_.yield;
-    return state_ == kStarted;
+    return true;
+}
+
+void Timeline::IgnoreEnds(uint64_t epoch) {
+    MutexLock lock(mutex_);
+    ignored_ends_ = epoch;
 }
 
 bool Timeline::StopAfterEnd(uint64_t moves) {
     MutexLock lock(mutex_);
-    if (!Current() || ChangesNow().Moves() != moves || FollowingBound()) return false;
+    if (ignored_ends_ == epoch_ || !Current() || ChangesNow().Moves() != moves || FollowingBound()) return false;
     video_width_ = -1;
     video_height_ = -1;
     StopPlayback();

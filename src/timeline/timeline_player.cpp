@@ -63,14 +63,23 @@ void Timeline::PlayBoundPrepare(PlayBound *bound) {
     }
     ++changes_.player;
     player_view_.Set(player);
+    try {
+        SetUp(*bound, player);
+    } catch (...) {  // without memory: the bound can be entered again
+        if (CurrentPlayer() == player) DropPlayer(Current(), Detach::kNo);
+        throw;
+    }
+}
+
+void Timeline::SetUp(const PlayBound &bound, const PlayerPtr &player) {
     ApplyPlayerSettings(*player);
     BindListener(*player);
     const auto component = std::make_shared<oriplayer::PlayComponent>();
     component->playList = oriplayer::IPlayList::create();
-    component->playList->addPeriod(bound->period, -1);
-    identity_ = GenerateIdentity(bound);
-    LogHeaders(*bound);
-    player->setDataSource({component}, 1, bound->headers);
+    component->playList->addPeriod(bound.period, -1);
+    identity_ = GenerateIdentity(Current());
+    LogHeaders(bound);
+    player->setDataSource({component}, 1, bound.headers);
     active_id_ = player->getPlayerId();
     TellPeriodSwitched();
     if (CurrentPlayer() != player) return;  // the listener gave commands of its own

@@ -161,6 +161,17 @@ TEST_F(TimelineEvents, APauseWhileAnEndIsHandledHoldsTheNextBound) {
     listener_->on(kEventEnd, nullptr);
 }
 
+TEST_F(TimelineEvents, TheOwnerHearsAgainOfAnEndThatHasBecomeTheLast) {
+    const auto internal = std::make_shared<fake::RecordingListener>();
+    Add("a");
+    Add("b");
+    PlayFirst();
+    timeline_->SetInternalListener(internal);
+    internal->on(kEventEnd, [this] { timeline_->RemoveBound(1); });
+    EXPECT_EQ(CallsBehind("p1", kEventEnd), "p1.setListener(null) " + Left("p1"));
+    EXPECT_EQ(internal->count(kEventEnd), 2);
+}
+
 TEST_F(TimelineEvents, ThePreparedReactionYieldsToASwitchInTheListener) {
     PlayThree();
     timeline_->SkipToNext(false);
