@@ -252,7 +252,8 @@ void Parameters::getHlsState(Param &answer) const {
     for (const int64_t value : ints) answer.putInt32(toInt(value));
 }
 
-// What is handed out twice may have been read once, from the input's own buffer: what waits is never counted as used.
+// A packet can be queued twice although its bytes were read once, because the demuxer serves a seek from its own
+// buffer. The limit keeps bytes that still wait from counting as used.
 int64_t Parameters::usedBytes() const {
     const Stage &stage = session_.stage();
     const int64_t waiting = stage.videoPackets.bytes() + stage.audioPackets.bytes();

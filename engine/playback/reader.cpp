@@ -356,7 +356,7 @@ int64_t Reader::networkBytes() const {
     return closedNetworkBytes_ + (input_->network() ? input_->bytesRead() : 0);
 }
 
-// What was read and neither decoded nor kept is used no more.
+// Counts as discarded what was read but neither decoded nor kept.
 void Reader::discardAllBut(int64_t waitingBytes) {
     countMedium();
     Counters &counters = stage_.counters;

@@ -71,8 +71,8 @@ public:
     int SetAudioCallback(void *callback);
     void *GetAudioCallback();
 
-    // Asked once and kept, a failure code too; an answer of 0 is asked for again. So they describe the first item of a
-    // list: of another item, getPlayerInfoByKey tells what is played now. The flag has no effect.
+    // The first answer other than 0 is kept, -1 without a player included. In a list it describes the first item:
+    // MixedCodecsPlayer::getParameter with 1600 to 1602 answers for the current one. The flag has no effect.
     double GetAvgKeyFrameSize(bool flag);
     double GetAvgVideoBitrate(bool flag);
     /// A whole number.
@@ -102,8 +102,8 @@ public:
     /// What the full record says of adaptive HLS playback, `label:value&` for each.
     std::string getHlsInfo();
 
-    /// Adds to the totals what the engine answers for player `playerId`, that of the bound just entered, and the main
-    /// timeline's bytes used and time played. Runs under a timeline's mutex, so it waits for none.
+    /// Adds to the totals what the engine answers for `playerId`, the active timeline's player, and the bytes used and
+    /// the time played of the main timeline. Runs under a timeline's mutex, and takes none itself.
     void AccumulatePeriodStatistics(int playerId);
 
 private:

@@ -82,11 +82,12 @@ public:
     int SetCurrentHeader(int id, std::shared_ptr<oriplayer::StringMap> headers);
     /// A bound has been entered on timeline 0 (main) or 1: `id` is the engine player's, `headers` the period's, which
     /// may be null. Questions about that player are answered with these domains, also after the other timeline has
-    /// entered bounds of its own. What the headers leave out stays as it was on this timeline; the first period of
-    /// timeline 1 inherits from timeline 0. May run under a timeline's mutex.
+    /// entered bounds of its own. Domains that the headers do not name stay as they were on this timeline; the first
+    /// period of timeline 1 inherits them from timeline 0. The host strategy is off unless non-empty headers switch it
+    /// on. May run under a timeline's mutex.
     void RecordDomains(int timeline, int id, const std::shared_ptr<oriplayer::StringMap> &headers);
-    /// "1" is wifi, "0" a mobile network, anything else ignored. A change is passed on to the engine players of all
-    /// processors of the process. Always 0.
+    /// `status` is read as a number: 1 is wifi, 0 (also a text without a number) a mobile network; other numbers are
+    /// ignored. A change is passed on to the main timeline's engine player of every processor of the process. Always 0.
     int HandleNetStatusChange(const std::string &status);
 
     /// Makes `para` a MEDIA_INFO_NETWORK_SPEED_UPDATE if something is being downloaded now, and leaves it else: arg1 is

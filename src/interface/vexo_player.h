@@ -12,7 +12,7 @@
 namespace VexoPlayerNS {
 
 // Options of a player, for create and setParams.
-constexpr char kVideoPipelineEnable[] = "videoPipelineEnable";  ///< bool, true at first: see Pictures below
+constexpr char kVideoPipelineEnable[] = "videoPipelineEnable";  ///< bool, true by default: see Pictures below
 constexpr char kAudioPipelineEnable[] = "audioPipelineEnable";  ///< bool, recorded only
 constexpr char kAudioVolume[] = "audio_volume";                 ///< float, 0.0 to 1.0
 constexpr char kAudioDeviceId[] = "audio_device_id";            ///< std::string
@@ -37,32 +37,32 @@ constexpr char kQzrtpStreamAlias[] = "qzrtp_stream_alias";
 ///           setMediaSource, setParams and getParam run at once and can overtake commands that wait.
 /// Sources:  prepareAsync, start and stop act on the source that was set when they were called. If another one is set
 ///           before they run, they do nothing: `stop(); setMediaSource(next); prepareAsync(); start();` plays `next`.
-/// Pictures: with kVideoPipelineEnable, which is on at first, they go to onVideoFrame and a surface shows nothing.
-///           Create the player with that option false to play into a surface. Of two players with the option on, the
-///           one created first gets the pictures of both: use MixedCodecsPlayer for several players with pictures.
+/// Pictures: with kVideoPipelineEnable, which is on by default, they go to onVideoFrame and a surface shows nothing.
+///           Create the player with that option false to play into a surface. The oldest facade player of the process,
+///           whatever its option, receives the pictures of every later one that has the option on: use
+///           MixedCodecsPlayer for several players with pictures.
 /// End:      after the destruction no callback runs. Dropping the last reference inside a callback returns at once;
 ///           that callback is the last of its thread, and another thread may be in one a little longer.
 class VEXO_API IVexoPlayer {
 public:
-    /// `callback` may be null, and else outlives the player. If the last reference may be dropped inside a callback,
-    /// use the other overload: nothing says when the player has ended then. Options of another type or name are
-    /// ignored. Throws only if there is no thread or memory.
+    /// `callback` may be null; otherwise it must outlive the player. If the last reference may be dropped inside a
+    /// callback, use the other overload: with this one you cannot know when the player has ended. Options of another
+    /// type or name are ignored. Throws only if there is no thread or memory.
     static std::shared_ptr<IVexoPlayer> create(IVexoPlayerCallback *callback, VexoParams params);
-    /// The player shares `callback`, and lets it go when none of its callbacks is running or can run again. If the last
-    /// reference to the player was dropped inside a callback, that is on a thread of the library.
+    /// Shares `callback` and releases it when no callback is running or can start. If the last reference to the player
+    /// was dropped inside a callback, a thread of the library releases it.
     static std::shared_ptr<IVexoPlayer> create(std::shared_ptr<IVexoPlayerCallback> callback, VexoParams params);
 
     virtual ~IVexoPlayer() = default;
-    /// Stops what is playing and takes `source` in its place; null is ignored. Of two sources set at once the later
-    /// one plays. Frees the surface: call setDisplay after it. A setDisplay that has not run yet acts on `source`; one
-    /// that has run ended with the source before.
+    /// Stops playback and sets `source`; null is ignored. If two threads set sources at the same time, the later call
+    /// wins. Releases the surface: call setDisplay again. A setDisplay that is still waiting acts on `source`.
     virtual void setMediaSource(std::shared_ptr<IVexoMediaSource> source) = 0;
     /// Opens the source; event 1000 when it can play. A second call seeks to 0.
     virtual void prepareAsync() = 0;
     /// Plays as soon as the source is prepared. After the last 1001 it plays nothing: call prepareAsync() and start()
     /// to play the source again.
     virtual void start() = 0;
-    /// Ends playback and lets the source go: set one again before the next prepareAsync().
+    /// Stops playback and releases the source: set one again before the next prepareAsync().
     virtual void stop() = 0;
     /// A native window of the system, null for none. It is handed on, not kept.
     virtual void setDisplay(void *surface) = 0;

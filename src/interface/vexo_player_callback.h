@@ -24,7 +24,8 @@ public:
     virtual void onPlayEvent(int sid, int code, std::string msg, VexoParams params) = 0;
 
     /// One picture, 8-bit I420. `planes` holds Y, U and V; the array and the planes are valid during the call only.
-    /// Not called while kVideoPipelineEnable is false. Of several facade players, the oldest gets the pictures of all.
+    /// With kVideoPipelineEnable false this player's own pictures are not delivered. The oldest facade player of the
+    /// process, whatever its option, receives the pictures of every later one that has the option on.
     /// Params: ints under "video_width", "video_height", "video_type", "y_stride", "u_stride", "v_stride" (bytes).
     /// Thread: the engine's picture thread; of the player only the four commands and getParam may be called.
     virtual void onVideoFrame(void **planes, int reserved0, int reserved1, int reserved2, int reserved3, int width,

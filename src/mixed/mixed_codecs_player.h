@@ -141,8 +141,9 @@ public:
     /// nothing: call prepareAsync, or seekTo, first. Always 0.
     int start();
     int start(int id);
-    /// Skips to the next period, or to the next source within it. Returns 0; after the last period of the isolated
-    /// timeline it resumes the main one, after the last one of the main timeline it does nothing and returns -1.
+    /// Skips to the next period; with `withinPeriod`, to what follows the first source of the current period. Returns
+    /// 0. If nothing follows, it resumes the main timeline during an interruption and returns 0; otherwise it does
+    /// nothing and returns -1, as it does if the main timeline is not started.
     int goNext(bool withinPeriod);
     /// Pauses the active timeline. If that is the isolated one, the main one is active afterwards: start(1) resumes the
     /// interruption, start(0) the programme.

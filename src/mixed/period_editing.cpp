@@ -17,10 +17,11 @@ int MixedCodecsPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer
         list = component->playList;  // the component may be this player's own, which stop() empties
     }
     const uint64_t number = ++source_number_;
-    auto epoch = empty(nullptr);
-    if (!list) return 0;
+    if (!list) {
+        empty(nullptr);
+        return 0;
+    }
     const int size = list->getPeriodCount();
-    VEXO_PRINT(LOG_DEBUG, "playlist size:%d", size);
     const auto period = [&list, size](int i) {
         auto found = i < size ? list->getPeriod(i) : nullptr;
         if (i < size) VEXO_PRINT(LOG_DEBUG, "add period inner:%d", i);
@@ -31,8 +32,17 @@ int MixedCodecsPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer
         component->playList.swap(list);  // the list holds the periods already
         play_components_[0].swap(component);
     };
-    // Of two sources that are set at once, the later one plays, whole. A stop on another thread counts as earlier.
-    while (source_number_ == number && !(epoch && timelines_[0]->Fill(period, *epoch, take))) epoch = empty(nullptr);
+    // If two threads set sources at the same time, the later one plays, whole. A stop on another thread counts as
+    // earlier.
+    bool taken = false;
+    while (!taken) {
+        // Taken before the number is compared: what a later call fills in then is a newer content, and stays.
+        const Content present = content();
+        if (source_number_ != number) return 0;
+        const auto epoch = empty(&present);
+        VEXO_PRINT(LOG_DEBUG, "playlist size:%d", size);
+        taken = epoch && timelines_[0]->Fill(period, *epoch, take);
+    }
     return 0;
 }
 

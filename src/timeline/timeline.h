@@ -121,7 +121,7 @@ public:
     /// If the timeline is started, makes the reaction to an end that is being handled yield, as after a seek: the
     /// caller decides what plays next. Otherwise false.
     bool YieldEnd();
-    /// No end of the content `epoch` has an effect any more: a Reset of it has begun.
+    /// From now on ends of the content `epoch` have no effect. Called before that content is reset.
     void IgnoreEnds(uint64_t epoch);
     /// Empties the timeline for other periods; settings and volume stay. On a thread outside this player's callbacks it
     /// waits until the queued events are delivered. After it returns, no event of the former periods is delivered.
@@ -143,8 +143,9 @@ public:
     /// Valid under the timeline's mutex only: call it inside AccessCurrentBound.
     VideoSurface *GetVideoSurface();
     void SetVideoPipelineEnable(bool enable);
-    /// Pictures are dropped while `hidden` returns true; an empty function ends that. It is called on the engine's
-    /// picture threads under a leaf mutex, and not any more once this timeline is closed.
+    /// Drops the pictures for the pipeline while `hidden` returns true; an empty function ends this. Pictures for a
+    /// window are not affected. `hidden` runs on the engine's picture threads under a leaf mutex, so it takes no lock;
+    /// after Close it is not called.
     void HidePicturesWhile(std::function<bool()> hidden);
     void SetAudioPipelineEnable(bool enable);
 
@@ -198,8 +199,8 @@ private:
         uint64_t player = 0;  // a player was made or dropped
         uint64_t seek = 0;    // a seek was sent to the player
         uint64_t yield = 0;   // the owner decided what plays after the end
-        // A replacement took over the player. For an event: until the engine raised it, since the engine raises another
-        // end for a replacement that comes after the end.
+        // A replacement took over the player. An event carries the count from when the engine raised it: an end that is
+        // older than a replacement is out of date, because the engine raises another one after it.
         uint64_t hand_over = 0;
         bool followed = false;  // for an event: another bound followed when it was stamped
 
