@@ -10,17 +10,17 @@ class Value;
 
 namespace live_stream_sdk {
 
-/// The report channel. `report` points to a Json::Value that lives during the call; `reserved` is always null.
-/// Thread: any; the handler runs on the calling thread.
+/// Sends a report to the installed handler, which runs on the calling thread. `report` points to a Json::Value; null
+/// sends nothing. `reserved` is always null. Thread: any.
 ORI_API void LiveStreamSDKSendReport(int reserved0, const char *module, const char *category, void *report,
                                      void *reserved);
 
-/// The host's end of the channel, one for the process. It can be called on several threads at once, returns soon, and
-/// uses no player. An exception that leaves it is dropped.
+/// Receives the reports of the whole process. Several threads may call it at the same time. It must return soon and
+/// must not use a player. `report` is valid during the call. An exception that leaves the handler is dropped.
 using ReportHandler = std::function<void(const char *module, const char *category, const Json::Value &report)>;
-/// Installs `handler`; an empty function, which is the default, drops reports. After it returns, the former handler is
-/// not running and will not be called: what it refers to may be destroyed. Inside a handler it does not wait for calls
-/// that are under way. Thread: any.
+/// Installs `handler`; an empty function, which is the default, drops reports. Waits for running calls of the former
+/// handler, which is not called again: once this returns, what it refers to may be destroyed. A call inside a handler
+/// does not wait, so the former handler may still be running when it returns. Thread: any.
 ORI_API void setReportHandler(ReportHandler handler);
 
 }  // namespace live_stream_sdk

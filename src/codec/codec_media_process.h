@@ -21,16 +21,16 @@ enum class Control : int;
 enum class PlayerInfo : int;
 class ReportText;
 
-/// Typed controls over the engine player of the main timeline's current bound, whichever that is at the call, and the
-/// texts that reports on a playback are made of.
+/// Typed controls of the engine player that plays the main timeline's current bound at the time of the call, and the
+/// texts for reports on playback.
 ///
 /// Bounds:   what a control sets belongs to one engine player. Crop, render switch, matrix, orientation, surface size
-///           and subtitles end with the bound: set them again at its 1000.
-/// Results:  controls marked E answer what the engine answered, -1 without a player; the others 0, also without one.
-/// Threads:  any, also inside onVideoFrame; of two calls at once the last one wins. Call SetRotationMatrix on one
-///           thread at a time, because the engine reads the stored matrix.
-/// Lock:     mStateLock is a leaf round what is remembered; caches and totals are atomic.
-/// Life:     may outlive its player; controls then reach nothing.
+///           and subtitles end with the bound: set them again at event 1000 of the next one.
+/// Results:  controls marked E return the engine's result, -1 without a player. The others return 0, also without one.
+/// Threads:  any, also inside onVideoFrame. If two threads set a value at the same time, the last one wins. Call
+///           SetRotationMatrix on one thread at a time, because the engine reads the stored matrix.
+/// Lock:     mStateLock is a leaf and guards the stored values; caches and totals are atomic.
+/// Life:     may outlive its player; the controls then have no effect.
 class VEXO_API CodecMediaProcess : public ICodec {
 public:
     CodecMediaProcess() = default;
@@ -41,10 +41,10 @@ public:
     int SetRenderVideo(bool render);  ///< E
     int SetRenderMode(int mode, int arg);
     int SetEnhanceMode(bool isEnhance, float ratioA, float ratioB);  ///< E
-    /// -1, and nothing changes, unless x and y are from 0.0 to 1.0. Shows the whole picture again.
+    /// Shows the whole picture again. Returns -1 and changes nothing unless x and y are from 0.0 to 1.0.
     int SetVideoRendCutMode(int mode, float x, float y);
     int SetColorBlindType(int type, int level);
-    /// Only behind SetVideoRendCutMode; `x` is not sent.
+    /// Has an effect only after SetVideoRendCutMode; `x` is not sent.
     int SetVideoRendMove(float x, float y);
     int SetVolume(float volume);  ///< E
     float GetVolume();            ///< 0.0 without a player
@@ -52,13 +52,13 @@ public:
     int SetAudioEnhance(bool enable);
     int SetNightMode(int mode);
     int SetBinocularMode(bool enable);
-    /// `count` floats, 0 to 16; else nothing happens.
+    /// Takes `count` floats, 0 to 16; with another count nothing happens.
     int SetRotationMatrix(int count, float *values, int arg);
     int SetPlaySpeed(double speed);
     int SetPanGuesture(int kind, float x, float y);
     int SetTcConfigParam(int value);
     int SetAudioMute(bool mute);
-    /// SetVisionIndex acts in mode 2 alone.
+    /// SetVisionIndex has an effect only in mode 2.
     int SetVisionMode(int mode);
     int SetVisionIndex(int index);
     int SetSurfaceSize(int width, int height);
@@ -71,8 +71,9 @@ public:
     int SetAudioCallback(void *callback);
     void *GetAudioCallback();
 
-    // The first answer other than 0 is kept, -1 without a player included. In a list it describes the first item:
-    // MixedCodecsPlayer::getParameter with 1600 to 1602 answers for the current one. The flag has no effect.
+    // These three keep the engine's first answer other than 0, or the -1 of a call without a player. In a list they
+    // describe the first item; for the current one use MixedCodecsPlayer::getParameter with 1600 to 1602. The flag has
+    // no effect.
     double GetAvgKeyFrameSize(bool flag);
     double GetAvgVideoBitrate(bool flag);
     /// A whole number.
@@ -82,28 +83,29 @@ public:
     using PreloadCallback = void (*)(void *context, int result, int reserved1, int reserved2, const char *url);
     int AddPreloadTask(const char *url, const char *cacheId, PreloadCallback callback, void *context);
 
-    /// Hands a property of the client's to the engine, its text read as the type wants it (the types: see
-    /// playback_params.cpp). -1 without a player; else 0, also for a type or a text that means nothing.
+    /// Sets a property of the engine player. `type` decides how `value` is read (playback_params.cpp lists the types).
+    /// Returns -1 without a player, otherwise 0, also for an unknown type or a text that cannot be read.
     int SetPlaybackParam(int type, std::string value);
-    /// The value of `key` in a text of entries "key", one character, value, ";" (the last ";" may lack). The first
-    /// place where `key` stands counts. Empty if there is none or an argument is null.
+    /// The value of `key` in a text of entries, each a key, one character, a value and ";" (optional after the last).
+    /// The first occurrence of `key` counts. Empty if there is none or an argument is null.
     static std::string parseSourceParamS(const char *key, const char *source);
-    /// The same as a number, -1 if it is empty.
+    /// The value of `key` as a number, -1 if parseSourceParamS returns an empty text.
     static int parseSourceParamI(const char *key, const char *source);
 
-    /// The engine's answer, -1 without a player. The crop needs "left", "right", "top" and "bottom", each a share of
-    /// the picture from 0.0 to 1.0: 0, or -1 if one lacks.
+    /// Returns the engine's result, -1 without a player. The crop needs "left", "right", "top" and "bottom", fractions
+    /// of the picture from 0.0 to 1.0, and returns 0, or -1 if one is missing.
     int SetFilter(oriplayer::EDRWFilterType type, const std::map<std::string, std::string> &params);
-    /// Where film styles and colour conversions lie: a JSON array of {"id": number, "url": text}. Empty at first.
+    /// Sets where to find film styles and colour conversions: a JSON array of {"id": number, "url": text}. Empty by
+    /// default.
     void SetFilterResources(std::string json);
 
-    /// The text on `key`, one of PlayerInfoKey (media_keys.h); empty for others.
+    /// The text for `key`, a PlayerInfoKey (media_keys.h); empty for other numbers.
     std::string getPlayerInfoByKey(int key);
-    /// What the full record says of adaptive HLS playback, `label:value&` for each.
+    /// The part of the full record on adaptive HLS playback, `label:value&` for each entry.
     std::string getHlsInfo();
 
-    /// Adds to the totals what the engine answers for `playerId`, the active timeline's player, and the bytes used and
-    /// the time played of the main timeline. Runs under a timeline's mutex, and takes none itself.
+    /// Adds to the totals the engine's figures for `playerId`, the active timeline's player, and the bytes used and
+    /// time played of the main timeline's player. Called under a timeline's mutex; it takes no timeline's mutex itself.
     void AccumulatePeriodStatistics(int playerId);
 
 private:
@@ -140,7 +142,7 @@ private:
     std::atomic<bool> mSoriVanTimeStampMode{false};
     std::atomic<int64_t> mAvgVideoBitrate{0};
     std::atomic<int64_t> mAvgKeyFrameSize{0};
-    // What AccumulatePeriodStatistics has added; they only grow, and mostly stay 0.
+    // Totals of AccumulatePeriodStatistics. They only grow, and usually stay 0.
     std::atomic<int64_t> mTotalDownloadBufferSize{0};
     std::atomic<int64_t> mTotalUsedBufferSize{0};
     std::atomic<int64_t> mTotalConsumeDuration{0};
@@ -150,7 +152,7 @@ private:
     std::atomic<int64_t> mTotalCronetQuic{0};
     std::atomic<int64_t> mTotalCronetHttp{0};
     std::atomic<int64_t> mTotalCurl{0};
-    const int mBufferAdaptiveChangeCnt = 0;  // no source yet, as the next one
+    const int mBufferAdaptiveChangeCnt = 0;  // nothing sets these two yet
     const int mCurTargetBuffer = 0;
 
     mutable Mutex mStateLock;

@@ -50,7 +50,7 @@ CodecNetProcess::~CodecNetProcess() {
 
 void CodecNetProcess::SetConfigure(std::shared_ptr<protocols::IConfigure> configure) {
     MutexLock lock(mTextLock);
-    mNetConfigure.swap(configure);  // the former one goes with the argument, behind the lock
+    mNetConfigure.swap(configure);  // the former one is released with the argument, after the lock
 }
 
 std::shared_ptr<protocols::IConfigure> CodecNetProcess::configure() const {
@@ -94,8 +94,8 @@ void CodecNetProcess::OnConfigUpdate(std::string ns, std::map<std::string, std::
     const std::string mobileDomain = find(values, kCdn4GDomain);
     const std::string wifiDomain = find(values, kCdnWifiDomain);
     if (!wifi.empty() && std::atoi(wifi.c_str()) != sIsWifiRealTime) {
-        // The engine asks for a domain on its own thread, perhaps before this call is over, and for the players of
-        // other processors perhaps before the host has told those.
+        // The change makes the engine look up domains on threads of its own. Such a lookup may run before this call
+        // ends, and, for a player of another processor, before the application has updated that processor.
         shareDomains(wifiDomain, mobileDomain);
         HandleNetStatusChange(wifi);
     }
@@ -125,8 +125,8 @@ int CodecNetProcess::HandleNetStatusChange(const std::string &status) {
     return 0;
 }
 
-// The engine players of the other processors. Their timelines are asked without the lock: whatever is released here may
-// be the last reference to it.
+// The engine players of the other processors. The timelines are used and released without the lock, because a reference
+// that is released here may be the last one.
 std::vector<std::shared_ptr<oriplayer::IOriPlayer>> CodecNetProcess::otherPlayers() const {
     std::vector<std::shared_ptr<Timeline>> timelines;
     {
@@ -152,7 +152,7 @@ void CodecNetProcess::takeDomains(const std::string &wifi, const std::string &mo
     }
 }
 
-// Also gives them to the processors that follow the same configuration.
+// Stores the domains in this processor and in all others that follow the same configuration.
 void CodecNetProcess::shareDomains(const std::string &wifi, const std::string &mobile) {
     takeDomains(wifi, mobile);
     const auto followed = configure();
@@ -190,7 +190,7 @@ int CodecNetProcess::SetCurrentHeader(int id, std::shared_ptr<oriplayer::StringM
     for (int i = 0; i < size; ++i) {
         const char *key = headers->keyAt(i);
         const char *value = headers->valueAt(i);
-        if (!key || !value) break;  // cleared meanwhile
+        if (!key || !value) break;  // another thread has cleared the map
         VEXO_PRINT(LOG_DEBUG, "download1111 start CodecNetProcess key %s== %s\n", key, value);
         VEXO_SINK("download1111 start CodecNetProcess key %s== %s\n", key, value);
     }

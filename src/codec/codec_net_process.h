@@ -17,16 +17,16 @@ namespace vexo {
 class CodecNetProcess;
 class MixedCodecsPlayer;
 
-/// Finds the domains for a player in the host's own way. Called while every lookup of the process waits: it returns
-/// soon, uses no player, and neither makes nor destroys one.
+/// The application's own way to find the domains for a player. All lookups of the process wait while it runs, so it
+/// must return soon, and it must not use, create or destroy a player.
 class IHostStrategy {
 public:
     virtual ~IHostStrategy() = default;
-    /// Writes a text of at most `size` characters to `buffer`, or leaves it. `owner` tells players apart.
+    /// Writes a text of at most `size` characters to `buffer`, or leaves it unchanged. `owner` identifies the player.
     virtual int resolve(int owner, const char *url, const char *extra, char *buffer, int size) = 0;
 };
 
-/// Looks at the network on the host's behalf, under the same conditions.
+/// The application's check of the network. The conditions of IHostStrategy apply.
 class INetworkProbe {
 public:
     virtual ~INetworkProbe() = default;
@@ -36,34 +36,36 @@ public:
 
 constexpr int MEDIA_INFO_NETWORK_SPEED_UPDATE = 2006;
 
-/// An event that the caller may send on.
+/// An event that the caller may forward.
 struct Para {
     int what = 0;
     int arg1 = 0;
     std::string text;
 };
 
-/// A living processor, in the order of construction.
+/// An entry of the list of existing processors, which is in the order of their construction.
 struct CodecNetInstance {
     CodecNetProcess *process = nullptr;
     std::string reserved1;
     std::string reserved2;
 };
 
-/// Follows the host's configuration for the network type and the domains to load from, and answers the engine when it
-/// asks for a domain after a change of network.
+/// Follows the application's configuration: the type of the network and the domains to download from. After a change of
+/// network the engine asks it for the domains of a player.
 ///
-/// Process:  whether the device is on wifi, and the list of processors, are shared by all players: the engine asks one
-///           function for all of them. The last writer of the network state wins. The update that changes it is also
-///           passed on to the processors that follow the same configuration, before any engine player is told, so that
-///           each question it causes is answered with its domains.
-/// Threads:  any; OnConfigUpdate on the host's, the domain lookup on the engine's. The destructor waits for an
-///           OnConfigUpdate under way, and so does not run inside one.
-/// Locks:    sInstancesLock guards the list and is held through a whole lookup, and so through calls of the host's
-///           strategy and probe; nobody takes it under a timeline's mutex, or in an update, where the host may hold
-///           locks that they wait for. mUpdateLock spans OnConfigUpdate. sPeersLock guards a second list, for updates;
-///           no call leaves the class under it. mTextLock guards texts and pointers and is a leaf. Order: mUpdateLock,
-///           sPeersLock, leaves. The rest is atomic.
+/// Process:  the network state and the lists of processors are shared by all players, because the engine calls one
+///           function for all of them. The last writer of the network state wins. An update that changes the state may
+///           contain new domains. They are stored in all processors that follow the same configuration before the first
+///           engine player receives the change: each lookup that the change causes must find them.
+/// Threads:  any. OnConfigUpdate runs on a thread of the application, the lookup on a thread of the engine. The
+///           destructor waits for a running OnConfigUpdate, so it must not run inside one.
+/// Locks:    mUpdateLock is held during OnConfigUpdate.
+///           sInstancesLock guards the list for lookups and is held during a whole lookup, including the calls of the
+///           application's strategy and probe. It is never taken under a timeline's mutex. It is never taken in an
+///           update either: the application may hold a lock there that the strategy or the probe waits for.
+///           sPeersLock guards the list for updates. No function of another object is called under it.
+///           mTextLock guards texts and pointers and is a leaf; the other members are atomic.
+///           Order: mUpdateLock, sPeersLock, leaves.
 class VEXO_API CodecNetProcess : public ICodec, public protocols::ConfigureListener {
 public:
     explicit CodecNetProcess(MixedCodecsPlayer *owner);
@@ -71,27 +73,28 @@ public:
 
     /// Takes effect with the next registration.
     void SetConfigure(std::shared_ptr<protocols::IConfigure> configure) override;
-    /// Also reads the network state once; domains come with updates and periods alone.
+    /// Also reads the network state once. Domains are not read here: updates and the headers of periods provide them.
     void RegisterCodecConfigListener() override;
     void RemoveCodecConfigListener() override;
-    /// A missing or empty value leaves what is known.
+    /// A missing or empty value changes nothing.
     void OnConfigUpdate(std::string ns, std::map<std::string, std::string> values) override;
 
-    /// A bound has been entered: `id` is its engine player's, `headers` its period's. May run under a timeline's mutex.
-    /// Always 0.
+    /// Called when a bound has been entered, with the id of its engine player and the headers of its period. May run
+    /// under a timeline's mutex. Always 0.
     int SetCurrentHeader(int id, std::shared_ptr<oriplayer::StringMap> headers);
-    /// A bound has been entered on timeline 0 (main) or 1: `id` is the engine player's, `headers` the period's, which
-    /// may be null. Questions about that player are answered with these domains, also after the other timeline has
-    /// entered bounds of its own. Domains that the headers do not name stay as they were on this timeline; the first
-    /// period of timeline 1 inherits them from timeline 0. The host strategy is off unless non-empty headers switch it
-    /// on. May run under a timeline's mutex.
+    /// Called when a bound has been entered on timeline 0 (main) or 1 (isolated), with the id of its engine player and
+    /// the headers of its period, which may be null. A lookup for that player uses the domains of these headers, also
+    /// after the other timeline has entered other bounds. A domain that the headers do not contain stays unchanged on
+    /// this timeline; the first period of timeline 1 inherits from timeline 0. Headers that are not empty switch the
+    /// host strategy on or off (off without its entry). May run under a timeline's mutex.
     void RecordDomains(int timeline, int id, const std::shared_ptr<oriplayer::StringMap> &headers);
-    /// `status` is read as a number: 1 is wifi, 0 (also a text without a number) a mobile network; other numbers are
-    /// ignored. A change is passed on to the main timeline's engine player of every processor of the process. Always 0.
+    /// Reads `status` as a number: 1 is wifi, 0 is a mobile network (a text without a number counts as 0), other
+    /// numbers are ignored. A change is reported to the engine player of every main timeline in the process. Always 0.
     int HandleNetStatusChange(const std::string &status);
 
-    /// Makes `para` a MEDIA_INFO_NETWORK_SPEED_UPDATE if something is being downloaded now, and leaves it else: arg1 is
-    /// the speed in thousands of bytes a second, text "download_status=" and the engine's number. -1 without a player.
+    /// Makes `para` a MEDIA_INFO_NETWORK_SPEED_UPDATE if a download is running: arg1 is the speed in thousands of bytes
+    /// per second, text is "download_status=" and the engine's number. Otherwise `para` is unchanged. -1 without a
+    /// player.
     int OndownloadSpeedUpdate(Para &para);
 
     void SetHostStrategy(std::shared_ptr<IHostStrategy> strategy);
@@ -99,14 +102,15 @@ public:
     void SetNetworkProbe(std::shared_ptr<INetworkProbe> probe);
     void ClearNetworkProbe();
 
-    /// The engine's question: the domains for player `id`, at most `size` characters without a promise of a final zero,
-    /// and 1 for wifi or 0. 0, or -1 with `domain` as it was.
+    /// The lookup that the engine calls. Writes the domains for player `id` to `domain`, at most `size` characters (a
+    /// text of that length or more is not terminated), and the network state, 1 for wifi or 0, to `networkState`.
+    /// Returns 0, or -1 if there are none, which leaves `domain` unchanged.
     static int GetDomainListAfterNetChanged(const int id, char *domain, const int size, int &networkState,
                                             const char *url, const char *extra);
 
 private:
     std::shared_ptr<protocols::IConfigure> configure() const;
-    /// What questions about one engine player are answered with.
+    /// What a lookup for one engine player uses.
     struct Domains {
         std::string wifi;
         std::string mobile;
@@ -135,9 +139,9 @@ private:
     std::atomic<MixedCodecsPlayer *> mOwner;
     std::string mWifiDomain VEXO_GUARDED_BY(mTextLock);
     std::string m4GDomain VEXO_GUARDED_BY(mTextLock);
-    std::array<PlayerDomains, 2> mRecorded VEXO_GUARDED_BY(mTextLock);  ///< of the main and the isolated timeline
+    std::array<PlayerDomains, 2> mRecorded VEXO_GUARDED_BY(mTextLock);  ///< for the main and the isolated timeline
     std::shared_ptr<protocols::IConfigure> mNetConfigure VEXO_GUARDED_BY(mTextLock);
-    const std::string mWifiStrategy;  ///< these two appear in the log; nothing fills them yet
+    const std::string mWifiStrategy;  ///< these two appear in the log; nothing sets them yet
     const std::string m4GStrategy;
     std::atomic<bool> mUseNewHostStrategy{false};
     std::atomic<bool> mP2pVodEnable4G{false};

@@ -4,7 +4,7 @@
 
 namespace vexo {
 
-// Namespaces and keys of the host's configuration; the domains come under the same names as headers of periods.
+// Namespaces and keys of the application's configuration. Headers of periods have the same names for the domains.
 constexpr char kPlayInfo[] = "play_info";
 constexpr char kSystemInfo[] = "system_info";
 constexpr char kAppInitialize[] = "app_initialize";
@@ -12,14 +12,14 @@ constexpr char kCdnWifiDomain[] = "cdn_wifi_domain";
 constexpr char kCdn4GDomain[] = "cdn_4g_domain";
 constexpr char kNetworkType[] = "network_type";
 constexpr char kP2pVodEnable4G[] = "p2p_vod_enable_4G";
-constexpr char kUseNewHostStrategy[] = "isUseNewHostStrategy";  // header alone
+constexpr char kUseNewHostStrategy[] = "isUseNewHostStrategy";  // a header only
 
 struct ConfigKey {
     const char *ns;
     const char *key;
 };
 
-/// Whose changes the network processor hears of.
+/// The keys for which the network processor registers as a listener.
 constexpr std::array kFollowedKeys{
     ConfigKey{kPlayInfo, kCdnWifiDomain},
     ConfigKey{kPlayInfo, kCdn4GDomain},

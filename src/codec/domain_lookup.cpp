@@ -53,7 +53,7 @@ const std::string &CodecNetProcess::choose(const Domains &domains) {
     return sIsWifiRealTime != 0 ? domains.wifi : domains.mobile;
 }
 
-/// Nobody plays the player in question: the youngest processor's domain is better than none.
+/// For a player that no processor knows: the domain of the newest processor is better than none.
 int CodecNetProcess::answerInstead(char *domain, int size) const {
     const Domains domains = ownDomains();
     const std::string &text = choose(domains);
@@ -88,7 +88,7 @@ int CodecNetProcess::answer(const Domains &domains, char *domain, int size, int 
     return 0;
 }
 
-/// Peer-to-peer loading over a mobile network goes through a local server: the host may have it treated as wifi.
+/// Peer-to-peer downloads on a mobile network use a local server. The application may have them treated as wifi.
 void CodecNetProcess::probeNetwork(const char *url, int &networkState) const {
     if (!url || !std::strstr(url, "127.0.0.1") || !mP2pVodEnable4G) return;
     std::shared_ptr<INetworkProbe> probe;
@@ -109,7 +109,7 @@ void CodecNetProcess::resolveByHost(char *domain, int size, const char *url, con
     if (strategy) strategy->resolve(static_cast<int>(owner), url, extra, domain, size);
 }
 
-/// The engine's buffer is larger than any domain text; a longer one fills it without a final zero.
+/// A text that does not fit fills the buffer and is not terminated; the engine's buffer is larger than any domain text.
 void CodecNetProcess::copyOut(const std::string &text, char *domain, int size) {
     std::strncpy(domain, text.c_str(), static_cast<std::size_t>(size));
 }

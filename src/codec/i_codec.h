@@ -15,12 +15,12 @@ namespace vexo {
 
 class Timeline;
 
-/// The common base of a player's two processors. It holds the player's main timeline, whose engine player the
-/// processors call directly, and the host's configuration.
+/// The common base of a player's two processors. It holds the application's configuration and the player's main
+/// timeline; the processors call the engine player of that timeline directly.
 ///
-/// Threads:  any, including the picture thread inside onVideoFrame: nothing here waits for a command.
-/// Locks:    mTimelineLock and mPlayerLock are taken one after the other, never together, and no engine call runs under
-///           them. The timeline's mutex is never taken; only its copy of the player is read under mPlayerLock.
+/// Threads:  any, including the picture thread inside onVideoFrame: no operation here waits for a command.
+/// Locks:    mTimelineLock and mPlayerLock are never held together, and the engine is never called under them. The
+///           timeline's mutex is not taken: under mPlayerLock only the timeline's copy of the player is read.
 class VEXO_API ICodec {
 public:
     ICodec() = default;
@@ -28,7 +28,7 @@ public:
     ICodec(const ICodec &) = delete;
     ICodec &operator=(const ICodec &) = delete;
 
-    /// Once, before any other use. The mutex and the two numbers have no effect.
+    /// Called once, before any other use. The mutex and the two numbers have no effect.
     virtual void Initialize(std::shared_ptr<Timeline> timeline, std::mutex *mutex, int a, int b);
     virtual void SetConfigure(std::shared_ptr<protocols::IConfigure> configure);
     virtual void RegisterCodecConfigListener() = 0;
@@ -37,8 +37,8 @@ public:
 protected:
     /// Empty before Initialize.
     std::shared_ptr<Timeline> timeline() const;
-    /// The engine player of the current bound, or empty. While the timeline changes bounds this is the player that
-    /// ends, or empty: waiting for the next one would block the picture thread, for which the change itself waits.
+    /// The engine player of the current bound, or empty. During a change of bounds it is the old player, or empty. It
+    /// does not wait for the new one, because the change itself may be waiting for the picture thread that calls here.
     std::shared_ptr<oriplayer::IOriPlayer> activePlayer() const;
 
 private:

@@ -17,7 +17,7 @@ enum class PlayerInfo : int {
     kCronetHttp = 4016,
 };
 
-/// Engine parameter: bytes decoded or dropped by seeks, milliseconds presented.
+/// Engine parameter: bytes decoded or dropped by a seek or a replacement, milliseconds presented.
 constexpr int kParamUsedAndConsumed = 1709;
 
 /// The engine's answer, or `none`.

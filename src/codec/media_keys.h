@@ -2,16 +2,16 @@
 
 namespace vexo {
 
-/// Property types of CodecMediaProcess::SetPlaybackParam that have a name; all stand in playback_params.cpp.
+/// Property types of CodecMediaProcess::SetPlaybackParam that have a name; playback_params.cpp lists all of them.
 enum PlaybackProperty : int {
     KVPLAYER_PROPERTY_TYPE_PLAYER_BATCH_PRELOAD_LIST = 523,
     KVPLAYER_PROPERTY_TYPE_PLAYER_BATCH_CANCEL_LIST = 524,
     KVPLAYER_PROPERTY_TYPE_UPSCOST = 963,
 };
 
-/// What CodecMediaProcess::getPlayerInfoByKey answers. Bytes and times are those of the engine player of the current
-/// bound, plus totals to which each entry into a bound adds what the engine answers at that moment. A new engine player
-/// answers 0, so the totals grow only when an interruption begins, which adds figures of the main bound.
+/// Keys of CodecMediaProcess::getPlayerInfoByKey. Bytes and times are the figures of the current bound's engine player
+/// plus totals. When a bound is entered, the engine's figures of that moment are added to the totals. A new engine
+/// player has none yet, so in practice only the start of an interruption adds something: the figures of the main bound.
 enum PlayerInfoKey : int {
     KVPLAYER_INFO_KEY_ALL = -1,  ///< the full record, `label=value;` for each
     kInfoDownloadedBytes = 0,
@@ -19,10 +19,10 @@ enum PlayerInfoKey : int {
     kInfoStoredBytes = 5,  ///< without a total
     kInfoBufferAdaptation = 6,
     kInfoBytesByTransport = 7,                       ///< `label=value` joined by ";"
-    kInfoMonitor = 8,                                ///< the same as 10
-    KVPLAYER_INFO_KEY_HLS_ABR_GEAR_INFO = 9,         ///< variant that plays; empty where there is none
+    kInfoMonitor = 8,                                ///< equal to key 10
+    KVPLAYER_INFO_KEY_HLS_ABR_GEAR_INFO = 9,         ///< the HLS variant that plays; empty if there is none
     KVPLAYER_INFO_KEY_GET_PLAYER_MONITOR_INFO = 10,  ///< "bufferMonitor=" and the engine's text
-    kInfoDownloadBits = 11,                          ///< bits a second, the same as 14
+    kInfoDownloadBits = 11,                          ///< bits per second, equal to key 14
     kInfoNetworkBytes = 12,
     kInfoTcp = 13,  ///< `label=value` joined by "&"
     kInfoDownloadSpeed = 14,

@@ -8,7 +8,7 @@ namespace vexo {
 void CodecMediaProcess::AccumulatePeriodStatistics(int playerId) {
     mTotalDownloadBufferSize += infoByPlayer(playerId, PlayerInfo::kDownloadBufferSize);
 
-    // The timeline whose mutex is held here may be the other one: the player comes from the copy.
+    // The caller may hold the other timeline's mutex, so this must not take the main one's: it reads the copy.
     const std::shared_ptr<Timeline> main = timeline();
     const std::shared_ptr<oriplayer::IOriPlayer> player = main ? main->GetActivePlayer() : nullptr;
     oriplayer::Param param;

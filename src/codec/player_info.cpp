@@ -132,7 +132,7 @@ std::string CodecMediaProcess::bytesByTransport() const {
     return text;
 }
 
-/// Bytes by the way on which they came, those of the current player plus the totals, `label=value;` for each.
+/// Bytes by transport, those of the current player plus the totals, `label=value;` for each.
 std::string CodecMediaProcess::classifiedSizes() const {
     ReportText text(';');
     text.put("cdn=", activeInfo(PlayerInfo::kCdn, 0) + mTotalCdn);

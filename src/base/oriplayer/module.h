@@ -11,8 +11,8 @@
 
 namespace oriplayer {
 
-/// Properties of the whole process, for setProperty. They hold for players that are prepared afterwards. Switches take
-/// "1" for on; an empty or null text restores the default.
+/// Properties of the whole process, for setProperty. They apply to players that are prepared afterwards. A switch is on
+/// with "1"; an empty or null text restores the default.
 enum EngineProperty : int {
     kPropertyUntimed = 9001,         ///< "1": as fast as decoding goes, no sound, no picture dropped
     kPropertySoundOff = 9002,        ///< "1": sound is neither decoded nor played
@@ -28,21 +28,23 @@ enum EngineProperty : int {
 /// Thread: any.
 ORI_API int setProperty(int number, const char *value);
 
-/// Asks for a URL to be opened and read ahead, `kib` KiB at most. Thread: any. 0, or -1 for a null or empty url.
+/// Requests that a URL is opened and up to `kib` KiB of it are read ahead. Thread: any. 0, or -1 for a null or empty
+/// url.
 ORI_API int addPreloadTask(const char *url, int64_t kib);
 
-/// The same; `callback(context, 0 done or -1 failed, 0, 0, url)` is told once, on an engine thread.
+/// Requests the preload as above and calls `callback(context, result, 0, 0, url)` once on an engine thread, with the
+/// result 0 if it is done or -1 if it failed.
 using PreloadCallback = void (*)(void *context, int result, int reserved1, int reserved2, const char *url);
 ORI_API int addPreloadTask(const char *url, const char *cacheId, PreloadCallback callback, void *context);
 
-/// Writes one piece of information on a living player; what `out` points to depends on the key (docs/engine.md).
-/// 0, or -1 for an unknown player or key or a null `out`, and nothing is written.
+/// Writes one figure of an existing player to `out`, whose type depends on the key (docs/engine.md). Returns 0, or -1
+/// for an unknown player, an unknown key or a null `out`; then nothing is written.
 ORI_API int getInfoByPlayerId(int playerId, int key, void *out);
 
-/// The engine's download statistics record. Two fields are read by this project, the others are zero.
+/// The engine's download statistics. This project reads two fields; the others are zero.
 struct cache_static_t {
     uint8_t opaque0[1200];
-    double downloadSpeed;  ///< bytes a second
+    double downloadSpeed;  ///< bytes per second
     uint8_t opaque1[772];
     int32_t downloadStatus;  ///< 1 while downloading, else 0
     uint8_t opaque2[344];
@@ -51,18 +53,18 @@ static_assert(sizeof(cache_static_t) == 2328);
 static_assert(offsetof(cache_static_t, downloadSpeed) == 1200);
 static_assert(offsetof(cache_static_t, downloadStatus) == 1980);
 
-/// 0, or -1 for an unknown player or a null `out`, and nothing is written.
+/// Returns 0, or -1 for an unknown player or a null `out`; then nothing is written.
 ORI_API int getDownloadStatisticInfo(int playerId, cache_static_t *out);
 
-/// The function that the engine asks, on a thread of its own, for the domains to use after a network change:
-/// (player id, buffer, its usable size, network state, URL, reserved) -> 0 if `buffer` was filled.
+/// The function that the engine calls after a change of network, on a thread of its own, to get the domains to use:
+/// (player id, buffer, its usable size, network state, URL, reserved) -> 0 if it has filled the buffer.
 using NetworkSwitchDomainCB = int (*)(int, char *, int, int &, const char *, const char *);
 ORI_API void setNetworkSwitchDomainCB(NetworkSwitchDomainCB callback);
 
 /// What probeUrl may use and how long it may take.
 struct ProbeOptions {
     int timeoutMs = 8000;
-    const std::atomic<bool> *cancel = nullptr;  ///< set to true by any thread: probeUrl is back within 100 ms
+    const std::atomic<bool> *cancel = nullptr;  ///< if any thread sets it, probeUrl returns within 100 ms
     std::string userAgent;                      ///< empty: the engine's own
     std::vector<std::pair<std::string, std::string>> headers;  ///< request headers of network sources
 };
@@ -81,15 +83,15 @@ struct ProbedStream {
 struct ProbeResult {
     std::string container;   ///< FFmpeg's name of the format, e.g. "matroska,webm"
     int64_t durationMs = 0;  ///< 0 if unknown
-    bool live = false;       ///< the source has no end that could be known
+    bool live = false;       ///< the end of the source cannot be known
     std::vector<ProbedStream> streams;
-    int nativeError = 0;  ///< FFmpeg's error number where probing failed
-    std::string error;    ///< what was tried and FFmpeg's text
+    int nativeError = 0;  ///< FFmpeg's error number if probing failed
+    std::string error;    ///< what failed, and FFmpeg's text
 };
 
-/// Learns length and streams of any URL without a player, on the calling thread.
-/// 0, or -1 with `nativeError` and `error` set; back within 100 ms of the timeout or the cancel flag.
-/// Thread: any, any number at a time.
+/// Finds the length and the streams of any URL without a player, on the calling thread. Returns 0, or -1 with
+/// `nativeError` and `error` set, at most 100 ms after the timeout or the cancel flag.
+/// Thread: any, also several at the same time.
 ORI_API int probeUrl(const char *url, const ProbeOptions &options, ProbeResult &result);
 
 }  // namespace oriplayer
