@@ -29,7 +29,7 @@ MessageLooper::~MessageLooper() {
 }
 
 void MessageLooper::Start(const char *threadName) {
-    // The worker works through its own copies; of the object it uses the address alone.
+    // The worker uses its own copies of the pointers; of the object it uses only the address.
     const auto work = [this](std::shared_ptr<std::mutex> mutex, std::shared_ptr<Queue> queue,
                              std::shared_ptr<std::condition_variable> condition,
                              std::shared_ptr<std::atomic<bool>> ended) {
@@ -70,7 +70,7 @@ void MessageLooper::SendMessage_(ThreadMessage &&message, MsgPrio priority) {
     const auto condition = condition_;
     if (!mutex || !queue || !condition) return;
     const std::lock_guard<std::mutex> lock(*mutex);
-    const std::size_t needed = queue->size() + 2;  // with a quit message
+    const std::size_t needed = queue->size() + 2;  // this message and a quit message
     if (queue->capacity() < needed) queue->reserve(2 * needed);
     Insert(*queue, std::move(message), priority);
     condition->notify_one();
@@ -94,9 +94,9 @@ void MessageLooper::HandleMessage(const ThreadMessage &message) {
 void MessageLooper::Stop() noexcept {
     if (quit_) return;
     ThreadMessage message;
-    message.task = [this] { Quit(); };  // small enough to be kept without memory
+    message.task = [this] { Quit(); };  // small enough for std::function to store it without an allocation
     const std::lock_guard<std::mutex> lock(*mutex_);
-    // Without room a quit message waits already, or the worker has ended.
+    // SendMessage_ keeps room for one quit message. If there is none, one is queued already or the worker has ended.
     if (queue_->size() < queue_->capacity()) Insert(*queue_, std::move(message), MSG_PRIO_LOW);
     condition_->notify_one();
     VEXO_PRINT(LOG_DEBUG, "message_queue:%d", static_cast<int>(queue_->size()));

@@ -9,13 +9,14 @@ namespace {
 
 using Clock = std::chrono::system_clock;
 
-// One flag a worker thread, set by the quit task that runs there.
+// Set on a worker thread by its quit task.
 thread_local bool quit_ = false;
 
-// Messages that are sent together arrive within this time; longer would only delay the start of a long sleep.
+// Messages that are sent together arrive within this time. A longer one would only delay the start of a long sleep.
 constexpr std::chrono::milliseconds kGatherTime{5};
 
-// Within the range of the system clock, whose ticks are finer than ours: waiting is in those.
+// The result is within the range of the system clock. Its ticks are finer than those of TimePoint, and a wait converts
+// to them: a later time would overflow.
 TimedThreadMessage::TimePoint DueIn(int64_t delayMs) {
     using std::chrono::milliseconds;
     const auto now = std::chrono::time_point_cast<TimedThreadMessage::Tick>(Clock::now());
@@ -48,7 +49,7 @@ void TimedMessageLooper::Start() {
 void TimedMessageLooper::SendMessage(TimedThreadMessage &message, int64_t delayMs) {
     if (quit_) return;
     const std::lock_guard lock(mutex_);
-    const std::size_t needed = queue_.size() + 2;  // with a quit message
+    const std::size_t needed = queue_.size() + 2;  // this message and a quit message
     if (queue_.capacity() < needed) queue_.reserve(2 * needed);
     Store(message, delayMs);
 }
@@ -74,12 +75,12 @@ void TimedMessageLooper::Stop() noexcept {
     TimedThreadMessage quit;
     quit.task = [] { quit_ = true; };
     const std::lock_guard lock(mutex_);
-    // Without room a quit message waits already, or the worker has ended.
+    // SendMessage keeps room for one quit message. If there is none, one is queued already or the worker has ended.
     if (queue_.size() < queue_.capacity()) Store(quit, 0);
 }
 
 void TimedMessageLooper::ClearMessages() {
-    std::vector<TimedThreadMessage> dropped;  // ends without mutex_: a task may own what uses this looper
+    std::vector<TimedThreadMessage> dropped;  // destroyed without mutex_, because the end of a task may use this looper
     dropped.reserve(1);
     const std::lock_guard lock(mutex_);
     dropped.swap(queue_);
@@ -112,10 +113,10 @@ bool TimedMessageLooper::FrontIsDue() {
     return Front().trigger_time <= Clock::now();
 }
 
-// False: the queue has changed, or a stop was asked for; look again.
+// True if the first message is due. False if the queue has changed or Stop was called: the caller has to look again.
 bool TimedMessageLooper::WaitUntilDue(std::unique_lock<std::mutex> &lock) {
     if (FrontIsDue()) return true;
-    if (stopping_) {  // the quit message is on its way here and needs the queue
+    if (stopping_) {  // the quit message is about to be queued, so the queue must not stay locked
         const auto time = Front().trigger_time;
         condition_.wait_until(lock, time);
         return false;
@@ -127,7 +128,7 @@ bool TimedMessageLooper::WaitUntilDue(std::unique_lock<std::mutex> &lock) {
     return !sleep_condition_.wait_until(sleep, time, [this] { return stopping_.load(); });
 }
 
-// Lets the senders of messages that belong together come in before the queue is held for the earliest of them.
+// Waits for the other messages of a group that is sent together, before the queue is locked for the earliest of them.
 void TimedMessageLooper::Gather(std::unique_lock<std::mutex> &lock) {
     uint64_t seen = arrivals_ - 1;
     while (seen != arrivals_ && !Empty() && !FrontIsDue() && !stopping_) {
@@ -138,7 +139,8 @@ void TimedMessageLooper::Gather(std::unique_lock<std::mutex> &lock) {
     }
 }
 
-// The oldest of the earliest. Erases taken places in groups, because each erasure moves all that wait.
+// Takes the oldest of the messages with the earliest time. Erases taken elements in groups, because each erasure moves
+// all messages that wait.
 TimedThreadMessage TimedMessageLooper::TakeEarliest() {
     const auto first = queue_.begin() + begin_;
     auto place = first;

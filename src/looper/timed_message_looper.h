@@ -24,14 +24,16 @@ struct TimedThreadMessage {
     TimePoint trigger_time{};  ///< set by SendMessage
 };
 
-/// One worker thread that runs tasks, each not before the time that its sender chose, in the order of those times.
+/// One worker thread that runs each task at the time that its sender has chosen or later, in the order of those times.
 ///
-/// Threads:  any may send, stop and clear; tasks run on the worker, one at a time, and may send themselves. The
-///           destructor runs anywhere but on the worker.
-/// Waiting:  while the worker sleeps for a message that is not yet due it holds the queue: senders and ClearMessages
-///           wait until it is due, and a shorter delay sent meanwhile does not overtake. Only Stop ends that sleep.
-/// Stop:     what is due runs, then the worker ends; what is not due by then never runs.
-/// Faults:   an exception that leaves a task ends the process. The times stand on the wall clock and follow its jumps.
+/// Threads:  send, stop and clear on any thread. Tasks run on the worker, one at a time, and may send messages. The
+///           destructor must not run on the worker.
+/// Waiting:  while the worker sleeps for a message that is not yet due it locks the queue. SendMessage and
+/// ClearMessages
+///           wait until that message is due, so a message with a shorter delay does not overtake it. Only Stop ends
+///           that sleep.
+/// Stop:     messages that are due run, then the worker ends; the others never run.
+/// Faults:   an exception that leaves a task ends the process. The times are on the wall clock and follow its jumps.
 class TimedMessageLooper {
 public:
     TimedMessageLooper();
@@ -39,10 +41,10 @@ public:
     TimedMessageLooper(const TimedMessageLooper &) = delete;
     TimedMessageLooper &operator=(const TimedMessageLooper &) = delete;
 
-    /// Writes the time into `message` and queues a copy. A delay of 0 or less is due at once. One that reaches beyond
-    /// the system clock's range, in the year 2262, is cut to that.
+    /// Writes the time into `message` and queues a copy. With a delay of 0 or less it is due at once. A time after the
+    /// end of the system clock's range, which is in the year 2262, is limited to that end.
     void SendMessage(TimedThreadMessage &message, int64_t delayMs);
-    /// Sends the quit message and ends the worker's sleep. Does not wait, and needs no memory.
+    /// Sends the quit message and ends the worker's sleep. Does not wait for a task and needs no memory.
     void Stop() noexcept;
     void ClearMessages();
 
@@ -51,7 +53,7 @@ private:
     void Run();
     void HandleMessage(TimedThreadMessage &message);
 
-    // With mutex_ held:
+    // These require mutex_:
     void Store(TimedThreadMessage &message, int64_t delayMs);
     bool Empty() const { return begin_ == std::ssize(queue_); }
     TimedThreadMessage &Front() { return queue_[static_cast<std::size_t>(begin_)]; }
@@ -63,13 +65,13 @@ private:
     std::mutex mutex_;
     std::condition_variable condition_;
     std::thread thread_;
-    // From begin_ on: ascending trigger_time, among equal times the newest first. Before begin_: taken, to be erased.
-    // Its capacity always has room for a quit message.
+    // The messages start at begin_, with ascending trigger_time; of equal times the newest is first. The elements
+    // before begin_ have been taken and are erased later. The capacity always has room for a quit message.
     std::vector<TimedThreadMessage> queue_;
     std::ptrdiff_t begin_ = 0;
     uint64_t arrivals_ = 0;
 
-    // The sleep with mutex_ held has a condition of its own, so that Stop can end it without mutex_.
+    // For the sleep during which mutex_ is locked: Stop can end it without mutex_.
     std::mutex sleep_mutex_;
     std::condition_variable sleep_condition_;
     std::atomic<bool> stopping_{false};

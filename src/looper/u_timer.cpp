@@ -16,17 +16,18 @@ namespace {
 constexpr uint32_t kStepUs = 50000;
 
 pthread_mutex_t timer_mutex = PTHREAD_MUTEX_INITIALIZER;  // timer_list, and running and last_fire of its timers
-// The newest first; changed under sLifeMutex as well. Never destroyed: the thread may still run when the process ends.
+// Newest first. A change also needs sLifeMutex. Never destroyed, because the thread may still run when the process
+// ends.
 auto &timer_list = *new std::forward_list<UTimer *>;
 std::atomic<bool> timer_thread_running{false};
 
-// Spans a whole start and a whole end with its join, so that a timer started while the last one goes finds no thread
-// that is about to end.
+// Held during a whole start and during a whole end with its join, so that a timer that starts while the last one ends
+// does not rely on a thread that is about to end.
 std::mutex sLifeMutex;
 pthread_t timer_thread;      // under sLifeMutex
 bool sThreadExists = false;  // under sLifeMutex
 
-// A failing lock is told and passed over: the timers go on as well as they can.
+// If a lock operation fails, this prints it and continues: the timers keep running as well as possible.
 class TimerLock {
 public:
     TimerLock() {

@@ -4,24 +4,24 @@
 
 namespace vexo {
 
-/// Calls a function again and again. All timers of the process share one thread, which looks through them every 50 ms:
-/// a timer fires at the first look at or behind its interval, and the next interval counts from there.
+/// Calls a function periodically. All timers of the process share one thread, which checks them every 50 ms: a timer
+/// fires at the first check at or after the end of its interval, and its next interval begins there.
 ///
 /// Threads:  Start, Stop and the destructor from any thread but the timers' own: a callback must not start, stop or
 ///           destroy a timer. Callbacks run one after the other; a long one delays the others.
-/// Clock:    the wall clock. Set back, it silences a timer until it has caught up.
+/// Clock:    the wall clock. If it is set back, a timer does not fire until the clock has caught up.
 class UTimer {
 public:
     using Callback = void (*)(void *);
 
-    /// `intervalUs` of 50000 microseconds (the thread's own step) or less disables the timer for good.
+    /// An `intervalUs` of 50000 microseconds (the thread's own step) or less disables the timer permanently.
     UTimer(Callback callback, void *userData, uint32_t intervalUs);
-    /// Behind it no callback runs. The last timer ends the thread, which takes one step at most.
+    /// After it returns, no callback runs. The last timer also ends the thread, which takes one step at most.
     ~UTimer();
     UTimer(const UTimer &) = delete;
     UTimer &operator=(const UTimer &) = delete;
 
-    /// Begins or, behind Stop, resumes with a new phase. A running timer stays as it is.
+    /// Starts the timer, also after Stop; its first interval begins now. A running timer is unchanged.
     void Start();
     void Stop();
 

@@ -40,7 +40,7 @@ void LooperSlot::Empty() {
 void LooperSlot::Settle(Old old) noexcept {
     Loopers ended;
     MutexLock lock(mutex_);
-    // Loopers that have ended are dropped in any case. Otherwise they would pile up for an application that only resets
+    // Loopers that have ended are released in any case. Otherwise they would accumulate if an application resets only
     // in its callbacks.
     for (auto looper = aside_.begin(); looper != aside_.end();) {
         const auto next = std::next(looper);

@@ -10,27 +10,29 @@
 
 namespace vexo {
 
-/// The looper of a timeline, replaceable while other threads post to it. A reset replaces it in three steps: it makes a
-/// Replacing, which empties the slot, then calls Settle and Install. In between, what is posted is dropped.
-/// Threads:  any; Settle(kJoin) and Close on a thread that no looper of the slot waits for.
-/// Lock:     a leaf mutex. Post holds it, so that the slot has the last reference to a looper that it takes out, and
-///           dropping that reference waits for the worker. This happens without the mutex.
+/// Holds the looper of a timeline and can replace it while other threads post to it. Replacing takes three steps: a
+/// Replacing object empties the slot, Settle waits for the old looper, Install puts in a new one. Tasks posted in
+/// between are dropped.
+///
+/// Threads:  any. Settle(kJoin) and Close must not run on a thread that a task of these loopers waits for.
+/// Lock:     a leaf mutex. Post sends under it and no other function copies the reference, so the slot holds the only
+///           reference to a looper. It releases that reference without the mutex, because this joins the worker.
 class LooperSlot {
 public:
     enum class Old { kJoin, kKeepAside };
-    /// A list, so that loopers change hands without an allocation.
+    /// A list, because moving its elements to another list needs no memory.
     using Loopers = std::list<std::shared_ptr<MessageLooper>>;
 
-    /// `threadName` as for MessageLooper. Starts with a looper; passes on what its construction throws.
+    /// Makes the first looper; `threadName` as for MessageLooper. Throws as Make.
     explicit LooperSlot(std::string threadName);
     ~LooperSlot();
     LooperSlot(const LooperSlot &) = delete;
     LooperSlot &operator=(const LooperSlot &) = delete;
 
-    /// Runs `task` before all tasks that wait. Drops it if the slot is empty.
+    /// Queues `task` before all tasks that wait. Drops it if the slot is empty.
     void Post(ThreadMessage task);
 
-    /// Stops the looper and sets it aside. Ensure does not fill the slot while a Replacing exists.
+    /// Stops the looper and sets it aside, which empties the slot. Ensure does not fill it while a Replacing exists.
     class Replacing {
     public:
         explicit Replacing(LooperSlot &slot) noexcept;
@@ -41,17 +43,17 @@ public:
     private:
         LooperSlot &slot_;
     };
-    /// kJoin waits until every looper that was set aside has run its last task, also for those that another thread is
-    /// joining. kKeepAside waits for nothing and drops only loopers that have ended.
+    /// Releases the loopers that were set aside. kJoin waits until each has run its last task, also for those that
+    /// another thread is releasing. kKeepAside does not wait: it releases only loopers that have ended.
     void Settle(Old old) noexcept;
-    /// One looper for Install. Throws if the thread cannot be started.
+    /// Makes one looper, for Install. Throws if there is no thread or memory.
     Loopers Make() const;
-    /// Moves `fresh` into an empty slot. After Close, or if the slot is not empty, `fresh` stays with the caller.
+    /// Moves `fresh` into the slot. If the slot is not empty or is closed, `fresh` is unchanged.
     void Install(Loopers &fresh) noexcept;
-    /// Fills a slot that a failed Make has left empty. Throws as Make.
+    /// Makes a looper if a failed Make has left the slot empty. Throws as Make.
     void Ensure();
 
-    /// Ends all loopers and waits for them. The slot stays empty.
+    /// Stops all loopers and waits for them. The slot stays empty permanently.
     void Close() noexcept;
 
 private:
@@ -61,10 +63,10 @@ private:
     Mutex mutex_;
     std::condition_variable_any joined_;
     bool closed_ VEXO_GUARDED_BY(mutex_) = false;
-    int replacing_ VEXO_GUARDED_BY(mutex_) = 0;  // living Replacing objects
-    int joining_ VEXO_GUARDED_BY(mutex_) = 0;    // threads that are joining loopers
+    int replacing_ VEXO_GUARDED_BY(mutex_) = 0;  // existing Replacing objects
+    int joining_ VEXO_GUARDED_BY(mutex_) = 0;    // threads that are releasing loopers
     Loopers looper_ VEXO_GUARDED_BY(mutex_);     // one, or none while the slot is empty
-    Loopers aside_ VEXO_GUARDED_BY(mutex_);      // stopped, not joined
+    Loopers aside_ VEXO_GUARDED_BY(mutex_);      // stopped, not yet released
 };
 
 }  // namespace vexo

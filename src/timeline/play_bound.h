@@ -9,7 +9,7 @@
 
 namespace vexo {
 
-/// What names a bound in events. Each member is cut to 8 bits; read them as unsigned.
+/// Identifies a bound in events. Each member is cut to 8 bits; read them as unsigned.
 struct BoundIdentity {
     int8_t timeline_id;
     int8_t period_id;
@@ -33,7 +33,7 @@ struct PlayBound {
     std::shared_ptr<oriplayer::IOriPlayer> Player() const { return bound_player ? *bound_player : nullptr; }
 };
 
-/// The window that pictures go to, as the client gave it; the handle is never followed here.
+/// The window for the pictures, as the application set it. The handle is only passed on.
 struct VideoSurface {
     void *surface = nullptr;
     bool flag = false;

@@ -28,27 +28,29 @@ namespace vexo {
 
 class VideoRenderPipelineWrapper;
 
-/// Plays a row of periods as one programme. The row is cut into bounds; the current bound alone has an engine player,
-/// which is stopped and gone before the next bound gets its own.
+/// Plays a list of periods as one programme. The periods are cut into bounds. Only the current bound has an engine
+/// player, which is stopped and released before the next bound gets its own.
 ///
 /// Positions: milliseconds. Timeline scale: from the start of the first bound. Period scale: from the start of a
-///            period. Source scale: what one engine player says.
-/// Threads:   any, also from inside a listener call. The destructor and Close run on no callback thread.
-/// Locks:     mutex_ guards the bounds and what hangs on them; it is recursive because listeners and engine calls may
-///            come back. No thread is waited for under it, but the engine's stop(true). Settings, the view of the
-///            player and the looper have leaf mutexes; the rest is atomic.
-/// Listeners: called on the looper's thread without mutex_; kEventPeriodSwitched alone is told under it, at once.
+///            period. Source scale: as one engine player reports it.
+/// Threads:   any, also inside a listener call. The destructor and Close must not run on a callback thread.
+/// Locks:     mutex_ guards the bounds and what belongs to them. It is recursive, because listeners and engine calls
+/// may
+///            call the timeline. Under it no thread is waited for, except in the engine's stop(true). Settings, the
+///            copy of the player and the looper have leaf mutexes; the other members are atomic.
+/// Listeners: called on the looper's thread without mutex_, except for kEventPeriodSwitched: that is delivered under
+///            mutex_ on the thread that enters the bound.
 class Timeline {
 public:
     enum State : int32_t { kIdle = 0, kStarted = 1, kPaused = 2 };
 
-    /// `token` names the player whose callbacks count as this timeline's; without one it has its own.
+    /// `token` identifies the player whose callbacks count as callbacks of this timeline. If null it makes its own.
     explicit Timeline(int32_t id, std::shared_ptr<const CallbackToken> token = nullptr);
     ~Timeline();
     Timeline(const Timeline &) = delete;
     Timeline &operator=(const Timeline &) = delete;
 
-    // ---- settings: none of them touches a running engine player
+    // ---- settings: they do not change a running engine player
 
     void SetListener(std::shared_ptr<oriplayer::IOriPlayerListener> listener) { listener_.Set(std::move(listener)); }
     void SetInternalListener(std::shared_ptr<InternalEventListener> l) { internal_listener_.Set(std::move(l)); }
@@ -62,96 +64,98 @@ public:
     // ---- what is current
 
     int32_t GetState() const { return state_.load(); }
-    /// The id that the engine gave to the player of the bound entered last; -1 before the first.
+    /// The id of the engine player of the bound that was entered last; -1 before the first.
     int32_t GetActiveId() const { return active_id_.load(); }
-    /// For comparison only: the record may go at any moment. AccessCurrentBound gives one that can be followed.
+    /// For comparison only, because the bound may be freed at any moment. Use AccessCurrentBound to read it.
     PlayBound *GetCurrentBound() const { return current_play_bound_.load(); }
     int32_t GetBoundPeriodIndex(PlayBound *bound) const { return bound->period_index; }
-    /// The current bound's player, or empty. From a copy with a leaf mutex: never waits for a command, and may be
-    /// called inside a picture callback or under another timeline's mutex.
+    /// The current bound's player, or empty. It reads a copy under a leaf mutex: it never waits for a command, and may
+    /// be called inside a picture callback or under another timeline's mutex.
     std::shared_ptr<oriplayer::IOriPlayer> GetActivePlayer() const { return player_view_.Get(); }
     /// Calls `function` with the current bound, which may be null, under the timeline's mutex.
     void AccessCurrentBound(const std::function<void(PlayBound *)> &function);
-    /// Makes the bound's identity and keeps it there: timeline << 16 | period << 8 | source, 8 bits each. 0 for null.
+    /// Sets and returns the bound's identity: timeline << 16 | period << 8 | source, 8 bits each. 0 for null.
     int64_t GenerateIdentity(PlayBound *bound);
 
-    // ---- the periods; indexes count periods, those out of range do nothing
+    // ---- the periods; indexes count periods, and an index out of range does nothing
 
     int32_t GetPeriodCount() const {
         MutexLock lock(mutex_);
         return static_cast<int32_t>(period_bounds_.size());
     }
-    /// Appends; returns the new period's index. The sources' durations are asked before the mutex is taken.
+    /// Appends a period and returns its index. Reads the sources' durations before it takes the mutex.
     int32_t AddBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers);
-    /// Appends periods in one step, each with its own headers, to the content that Reset has begun under `epoch`. They
-    /// are asked for by `periodAt` with 0, 1, ... up to the first null, outside the mutex. What was added to that
-    /// content meanwhile is removed. `filled` is called under the timeline's mutex. False, and nothing happens, if
-    /// another Reset came first.
+    /// Replaces the periods of the content `epoch`, which a Reset has begun, in one step. Gets them from periodAt(0),
+    /// periodAt(1), ... up to the first null, without the mutex; each has its own headers. Then calls `filled` under
+    /// the mutex. Returns false and changes nothing if another Reset has begun a newer content.
     bool Fill(const std::function<std::shared_ptr<oriplayer::IPeriod>(int)> &periodAt, uint64_t epoch,
               const std::function<void()> &filled);
-    /// At the number of periods it appends.
+    /// Inserts a period before the one at `index`; if `index` is the number of periods, appends it.
     void InsertBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers,
                      int index);
-    /// While anything plays the source joins what plays, whatever `index` says.
+    /// Adds a source to a period. While the timeline has an engine player, it adds it to the current bound instead,
+    /// whatever `index` is.
     void InsertSource(const std::shared_ptr<oriplayer::ISource> &source,
                       const std::shared_ptr<oriplayer::StringMap> &headers, int index);
-    /// The engine player of a period that plays goes on with the new one; kEventPeriodReplaced follows.
-    /// True as RemoveBound, if nothing playable came in its place.
+    /// Replaces a period and raises kEventPeriodReplaced. If it is the current one, its engine player continues with
+    /// the new period. If the new period has nothing to play, this removes the old one; the result is that of
+    /// RemoveBound.
     bool ReplaceBound(const std::shared_ptr<oriplayer::IPeriod> &period, std::shared_ptr<oriplayer::StringMap> headers,
                       int index);
-    /// A period that plays gives way to the next; a paused one keeps its player until the timeline leaves it. True if
-    /// that ended playback: the period played and no other follows.
+    /// Removes a period. If it is playing, the next one is entered; if it is paused, it keeps its player until the
+    /// timeline enters another bound. Returns true if this ended playback: it was playing and none follows.
     bool RemoveBound(int index);
 
     // ---- playback
 
-    // Prepare, Start and Reset take the number of the content that they are meant for (GetEpoch). They do nothing if
-    // a Reset has begun another content since. Without a number they act on whatever is there.
+    // Prepare, Start and Reset can take the number of the content for which they are meant (GetEpoch). If a Reset has
+    // begun another content since, they do nothing. Without a number they act on the present content.
 
     /// Enters the first bound with a start time.
     void Prepare(std::optional<uint64_t> onlyEpoch = {});
-    /// The engine's result, 0 if nothing was started.
+    /// Returns the engine's result, 0 if nothing was started.
     int32_t Start(std::optional<uint64_t> onlyEpoch = {});
     void Pause();
-    /// Drops the player; the periods stay.
+    /// Stops and releases the player; the periods stay.
     void Stop();
-    /// Stops if the bound that has ended was the last one. Returns false and does nothing if another bound follows (by
-    /// the lists as they are now) or if the timeline has moved since (`moves` of the event that reported the end).
+    /// Stops and returns true if the bound that has ended is the last one. `moves` is that of the event that reported
+    /// the end. Returns false and does nothing if another bound follows now, or if the timeline has moved since that
+    /// event.
     bool StopAfterEnd(uint64_t moves);
-    /// If the timeline is started, makes the reaction to an end that is being handled yield, as after a seek: the
-    /// caller decides what plays next. Otherwise false.
+    /// Cancels the reaction to an end that is being handled, as a seek does, and returns true: the caller decides what
+    /// plays next. If the timeline is not started, does nothing and returns false.
     bool YieldEnd();
-    /// From now on ends of the content `epoch` have no effect. Called before that content is reset.
+    /// From now on ends of the content `epoch` have no effect. Called before a Reset of that content.
     void IgnoreEnds(uint64_t epoch);
-    /// Empties the timeline for other periods; settings and volume stay. On a thread outside this player's callbacks it
-    /// waits until the queued events are delivered. After it returns, no event of the former periods is delivered.
-    /// Returns the number of the new, empty content, or nothing if another Reset came first.
+    /// Removes all periods and begins a new, empty content; settings and volume stay. After it returns, no event of the
+    /// former periods is delivered. Outside this player's callbacks it first waits until queued events are delivered.
+    /// Returns the number of the new content, or nothing if another Reset was faster.
     std::optional<uint64_t> Reset(std::optional<uint64_t> onlyEpoch = {});
-    /// The number of the present content. Each Reset begins another.
+    /// The number of the present content. Each Reset begins a new one.
     uint64_t GetEpoch() const { return epoch_.load(); }
     /// Stops events and the player permanently; nothing can be prepared afterwards. May be called again.
     void Close();
-    /// To the next period, or with `withinPeriod` to the source behind the current period's first. False if there is
-    /// none or nothing plays.
+    /// Skips to the next period, or with `withinPeriod` to the bound after the first one of the current period. False
+    /// if there is none or nothing plays.
     bool SkipToNext(bool withinPeriod);
 
     void SetVolume(float volume);
     float GetVolume() const { return volume_.load(); }
-    /// For the player there is; not kept.
+    /// For the current player only; later players do not get it.
     void SetAudioDevice(const std::string &name);
     void SetVideoSurface(const VideoSurface &surface);
     /// Valid under the timeline's mutex only: call it inside AccessCurrentBound.
     VideoSurface *GetVideoSurface();
     void SetVideoPipelineEnable(bool enable);
-    /// Drops the pictures for the pipeline while `hidden` returns true; an empty function ends this. Pictures for a
-    /// window are not affected. `hidden` runs on the engine's picture threads under a leaf mutex, so it takes no lock;
-    /// after Close it is not called.
+    /// While `hidden` returns true, pictures for the pipeline are dropped; an empty function ends this. Pictures for a
+    /// window are not affected. `hidden` runs on the engine's picture threads under a leaf mutex, so it must not take a
+    /// lock. After Close it is not called.
     void HidePicturesWhile(std::function<bool()> hidden);
     void SetAudioPipelineEnable(bool enable);
 
-    // ---- positions; `mode` is the engine's
+    // ---- positions; `mode` as in oriplayer::IOriPlayer
 
-    /// The length of one period from its sources.
+    /// The sum of the lengths of a period's sources.
     static int64_t GetTotalDuration(const std::shared_ptr<oriplayer::IPeriod> &period);
     int64_t GetDuration();
     int64_t GetCurrentPosition(int mode);
@@ -159,14 +163,14 @@ public:
     int64_t GetPeriodDuration(int index);
     int64_t GetPeriodCurrentPosition(int mode);
     void SeekTo(int64_t position, int mode);
-    /// On the period scale; a position behind the period's end reaches into the following ones.
+    /// `position` is on the period scale; a position after the end of the period is in one of the following periods.
     void SeekCurrentPeriodTo(int64_t position, int mode);
     int32_t GetVideoWidth();
     int32_t GetVideoHeight();
 
     // ---- events
 
-    /// Queues an event as if the engine had raised it, before those that wait. If memory is exhausted it is lost.
+    /// Queues an event as if the engine had raised it, before those that wait. Without memory the event is lost.
     void PostMessage_(int64_t id, int what, int arg1, int arg2, const oriplayer::Param &param);
     /// Queues an event of the timeline's owner that belongs to the content `epoch`; a later Reset discards it.
     void PostNotice(int what, uint64_t epoch);
@@ -180,7 +184,7 @@ private:
     class PictureGate;
     class GatedPipeline;
 
-    /// A period on its way into the lists, with what was asked of its sources before the mutex was taken.
+    /// A period that is to be added, and what was read from its sources before the mutex was taken.
     struct NewPeriod {
         struct Part {
             std::shared_ptr<oriplayer::ISource> source;
@@ -189,22 +193,23 @@ private:
         PeriodPtr period;
         HeadersPtr headers;
         bool mixed;
-        int64_t duration;         // of a period that stays whole
-        std::vector<Part> parts;  // of one that is cut
+        int64_t duration;         // if the period becomes one bound
+        std::vector<Part> parts;  // if each source becomes a bound
     };
 
-    /// How often things changed that a reaction must not undo.
+    /// Counts changes that the reaction to an event must not undo: it compares the counts of the event with those of
+    /// now.
     struct Changes {
         uint64_t bound = 0;   // the current bound became another one
         uint64_t player = 0;  // a player was made or dropped
         uint64_t seek = 0;    // a seek was sent to the player
         uint64_t yield = 0;   // the owner decided what plays after the end
-        // A replacement took over the player. An event carries the count from when the engine raised it: an end that is
-        // older than a replacement is out of date, because the engine raises another one after it.
+        // A replacement took over the player. The count of an event is from the moment when the engine raised it. An
+        // end that is older than a replacement is out of date, because the engine raises another one after it.
         uint64_t hand_over = 0;
-        bool followed = false;  // for an event: another bound followed when it was stamped
+        bool followed = false;  // of an event: another bound followed when it was stamped
 
-        uint64_t Moves() const { return bound + seek + yield + hand_over; }  // all only grow
+        uint64_t Moves() const { return bound + seek + yield + hand_over; }  // the sum is enough: none decreases
     };
 
     struct Event {
@@ -238,15 +243,15 @@ private:
     void RefreshCurrentIdentity() VEXO_REQUIRES(mutex_);
 
     bool HasPeriod(int index) const VEXO_REQUIRES(mutex_);
-    /// The bound is in the lists, as part of that period.
+    /// True if the bound is in the lists and part of that period.
     bool InPeriod(const PlayBound *bound, int index) const VEXO_REQUIRES(mutex_);
-    /// The place in all_bounds_, its size if the bound is not there.
+    /// The bound's place in all_bounds_, or the size of all_bounds_ if it is not there.
     std::size_t PlaceOf(const PlayBound *bound) const VEXO_REQUIRES(mutex_);
-    /// One behind the last place of the period in all_bounds_.
+    /// The place after the period's last bound in all_bounds_.
     std::size_t PeriodEnd(int index) const VEXO_REQUIRES(mutex_);
-    /// The period that follows the bound's: the one at its own index, if the bound is out of the lists.
+    /// The index of the period after the bound's. For a removed bound that is the bound's own index.
     int32_t NextPeriod(const PlayBound *bound) const VEXO_REQUIRES(mutex_);
-    /// What plays behind the current bound, or null.
+    /// The bound that plays after the current one, or null.
     PlayBound *FollowingBound() const VEXO_REQUIRES(mutex_);
 
     // Playback, timeline_playback.cpp and timeline_player.cpp
@@ -295,17 +300,17 @@ private:
     PlayBound *first_play_bound_ VEXO_GUARDED_BY(mutex_) = nullptr;   // the one that Prepare chose
     std::vector<PlayBound *> period_bounds_ VEXO_GUARDED_BY(mutex_);  // each period's first bound
     BoundList all_bounds_ VEXO_GUARDED_BY(mutex_);                    // in play order
-    // The bounds' durations in step with all_bounds_: the queries of a user interface walk long lists, and the records
-    // lie scattered.
+    // The duration of each bound, parallel to all_bounds_. A user interface often asks for positions in long lists, and
+    // a sum over one array is fast.
     std::vector<int64_t> durations_ VEXO_GUARDED_BY(mutex_);
-    BoundList removed_bounds_ VEXO_GUARDED_BY(mutex_);  // out of the lists, but current
+    BoundList removed_bounds_ VEXO_GUARDED_BY(mutex_);  // not in the lists any more, but current
     std::shared_ptr<TimelinePlayerEventListener> event_listener_ VEXO_GUARDED_BY(mutex_);
     bool video_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;
-    bool audio_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;  // recorded only
+    bool audio_pipeline_enable_ VEXO_GUARDED_BY(mutex_) = false;  // stored only
     const std::shared_ptr<PictureGate> picture_gate_ = MakePictureGate();
     std::shared_ptr<VideoRenderPipelineWrapper> video_pipeline_ VEXO_GUARDED_BY(mutex_);
     std::unique_ptr<VideoSurface> video_surface_ VEXO_GUARDED_BY(mutex_);
-    int64_t identity_ VEXO_GUARDED_BY(mutex_) = -1;  // of the bound entered last
+    int64_t identity_ VEXO_GUARDED_BY(mutex_) = -1;  // of the bound that was entered last
     Changes changes_ VEXO_GUARDED_BY(mutex_);
     bool entered_started_ VEXO_GUARDED_BY(mutex_) = false;  // the player was made in state kStarted
     bool waits_paused_ VEXO_GUARDED_BY(mutex_) = false;     // the player pauses as soon as it is prepared
@@ -326,9 +331,9 @@ private:
     std::atomic<int32_t> video_height_{-1};
     std::atomic<int64_t> last_add_time_{0};  // ms since the epoch
     std::atomic<uint64_t> epoch_{0};         // incremented by Reset; an event of an older one is dropped
-    std::atomic<uint64_t> hand_overs_{0};    // Changes::hand_over, which threads of the engine read; under mutex_
+    std::atomic<uint64_t> hand_overs_{0};    // Changes::hand_over; threads of the engine read it, changed under mutex_
 
-    LooperSlot looper_;  // last: it runs while the rest lives
+    LooperSlot looper_;  // last, so that its thread ends before the other members are destroyed
 };
 
 }  // namespace vexo

@@ -1,4 +1,4 @@
-// Filling a timeline: from periods to bounds.
+// Adding periods to a timeline: how they become bounds.
 #include <iterator>
 #include <utility>
 
@@ -12,7 +12,7 @@ namespace vexo {
 
 namespace {
 
-constexpr int64_t kPreloadKib = 8192;  // 8 MiB a source, what a few seconds of high bit rate take
+constexpr int64_t kPreloadKib = 8192;  // 8 MiB per source: a few seconds at a high bit rate
 
 double SecondsOf(oriplayer::ISource &source) {
     double seconds = 0.0;
@@ -104,8 +104,8 @@ int32_t Timeline::Append(const NewPeriod &fresh) {
     return index;
 }
 
-// Makes the bounds of a period, without putting them into the lists. A start time of a period that is cut goes to the
-// one source that contains it, as an offset into that source.
+// Makes the bounds of a period without adding them to the lists. If the period is cut into its sources, its start time
+// becomes an offset into the source that contains it.
 Timeline::BoundList Timeline::Cut(const NewPeriod &fresh, int32_t index, const char *comma) {
     BoundList bounds;
     const auto add = [&](const PeriodPtr &period, int64_t duration) {
@@ -135,8 +135,9 @@ Timeline::BoundList Timeline::Cut(const NewPeriod &fresh, int32_t index, const c
     return bounds;
 }
 
-// Puts a period's bounds into all_bounds_ at `place` and its first bound into period_bounds_ at `index`. Returns the
-// first, or null if there is none. Throws before it changes anything, after Reserve not at all.
+// Inserts a period's bounds into all_bounds_ at `place` and the first of them into period_bounds_ at `index`. Returns
+// the first bound, or null if there is none. If it throws, nothing has changed; after a matching Reserve it does not
+// throw.
 PlayBound *Timeline::Place(BoundList bounds, int32_t index, std::size_t place) {
     if (bounds.empty()) return nullptr;
     Reserve(bounds.size());
@@ -179,7 +180,7 @@ int64_t Timeline::GetTotalDuration(const PeriodPtr &period) {
     for (int i = 0; period && i < period->getSourceCount(); ++i) {
         const auto source = period->getSource(i);
         if (!source) break;
-        // Cut at each source: a period of many is a few milliseconds shorter than the sum of its sources.
+        // The total is rounded down after each source, so that of many sources it is a few milliseconds too short.
         total = WholeOf(static_cast<double>(total) + SecondsOf(*source) * 1000.0).value_or(total);
         VEXO_PRINT(LOG_DEBUG, "add bound duration:%lld", static_cast<long long>(total));
     }
@@ -195,7 +196,7 @@ void Timeline::InsertSource(const std::shared_ptr<oriplayer::ISource> &source, c
         MutexLock lock(mutex_);
         if (!TakesSources(index)) return;
     }
-    const int64_t duration = MillisecondsOf(SecondsOf(*source));  // without the mutex: it may read a file
+    const int64_t duration = MillisecondsOf(SecondsOf(*source));  // without the mutex, because it may read a file
     MutexLock lock(mutex_);
     if (!TakesSources(index)) return;
     PlayBound *bound = period_bounds_[static_cast<std::size_t>(index)];

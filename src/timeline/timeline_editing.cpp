@@ -1,4 +1,4 @@
-// Changing a timeline that is filled, and that may be playing.
+// Changing the periods of a timeline, also while it plays.
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -29,7 +29,8 @@ void Timeline::InsertBound(const PeriodPtr &period, HeadersPtr headers, int inde
     RefreshCurrentIdentity();
 }
 
-// Gives other numbers to the periods after `index`, whose bounds begin at `place`, and to those removed among them.
+// Adds `by` to the numbers of the periods after `index`, whose bounds begin at `place` in all_bounds_, and of the
+// removed bounds of such periods.
 void Timeline::ShiftPeriods(std::size_t place, int32_t index, int32_t by) {
     for (; place < all_bounds_.size(); ++place) all_bounds_[place]->period_index += by;
     for (const auto &bound : removed_bounds_) {
@@ -41,7 +42,7 @@ bool Timeline::InPeriod(const PlayBound *bound, int index) const {
     return bound && bound->period_index == index && !Holds(removed_bounds_, bound);
 }
 
-// Moves the period's bounds to removed_bounds_. A current one stays current. Throws before it changes anything.
+// Moves the period's bounds to removed_bounds_; the current bound stays current. If it throws, nothing has changed.
 void Timeline::TakeOut(int index) {
     const std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(index)]);
     const std::size_t end = PeriodEnd(index);
@@ -107,8 +108,8 @@ bool Timeline::RemoveBound(int index) {
     return LeaveRemoved(current, index);
 }
 
-// After TakeOut(index). If the removed period was playing, the one that has moved up to `index` begins; true if there
-// is none. A removed current bound that is not playing stays current.
+// Called after TakeOut(index). If the removed period was playing, enters the period that now has its index, or stops
+// and returns true if there is none. A removed current bound that is not playing stays current.
 bool Timeline::LeaveRemoved(bool wasCurrent, int index) {
     PlayBound *current = Current();
     const bool played = wasCurrent && current->bound_player && state_ == kStarted;
@@ -126,7 +127,7 @@ bool Timeline::LeaveRemoved(bool wasCurrent, int index) {
     return ended;
 }
 
-// Frees what was taken out of the lists and is not current (any more). The bound that Prepare chose goes with it.
+// Frees the removed bounds except the current one. Forgets the bound that Prepare chose if it is freed.
 void Timeline::FreeRemoved() {
     const PlayBound *current = Current();
     const auto stale = std::partition(removed_bounds_.begin(), removed_bounds_.end(),

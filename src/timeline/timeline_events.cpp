@@ -1,4 +1,5 @@
-// From the engine's threads through the looper to the listeners, and what the timeline itself does about it.
+// Events: posted on the engine's threads, delivered to the listeners on the looper, followed by the timeline's
+// reaction.
 #include <exception>
 #include <new>
 #include <sstream>
@@ -38,7 +39,7 @@ void Timeline::Post(int64_t id, int what, int arg1, int arg2, const oriplayer::P
     }
 }
 
-// The looper's thread only.
+// Runs on the looper's thread only.
 void Timeline::HandleCallback(Event event) {
     Changes stamped;
     if (StampEvent(event, stamped) && TellListeners(event, stamped)) {
@@ -48,7 +49,7 @@ void Timeline::HandleCallback(Event event) {
     event.param->freeString();
 }
 
-// The event takes the identity of the bound that is current now. False if it is from before a Reset.
+// Gives the event the identity of the current bound. False if a Reset has followed the event.
 bool Timeline::StampEvent(Event &event, Changes &stamped) {
     MutexLock lock(mutex_);
     if (IsOld(event)) return false;
@@ -70,7 +71,7 @@ bool Timeline::StampEvent(Event &event, Changes &stamped) {
     return true;
 }
 
-// False if a Reset came meanwhile: then no further listener is told.
+// False if a Reset happened in the meantime: then no further listener receives the event.
 bool Timeline::TellListeners(const Event &event, const Changes &stamped) {
     const CallbackScope scope(*token_);
     if (const auto listener = listener_.Get(); listener && !IsOld(event)) {
@@ -101,20 +102,21 @@ Timeline::Changes Timeline::ChangesNow() const {
     return now;
 }
 
-// Enters the next bound, unless a listener or another thread has moved, sought or replaced the bound since: their
-// command came later and holds.
+// Enters the next bound, or stops after the last one. A command that a listener or another thread has given since the
+// event was stamped is newer and takes precedence: after a move, a seek or a replacement this does nothing.
 void Timeline::OnEnd(const Event &event, const Changes &stamped) {
     {
         MutexLock lock(mutex_);
         VEXO_PRINT(LOG_DEBUG, "current play bound:%p", static_cast<void *>(Current()));
         if (IsOld(event)) return;
-        video_width_ = -1;  // also if a listener has moved: the new player is asked for its size then
+        video_width_ = -1;  // unknown again, so the next query asks the player
         video_height_ = -1;
         if (ignored_ends_ == epoch_ || ChangesNow().Moves() != stamped.Moves() || !Current()) return;
         if (PlayBound *next = FollowingBound()) return Switch(next, 0);
         if (!stamped.followed) return StopPlayback();
     }
-    // The bound that followed was removed after the owner had been told. This is the last end after all.
+    // When the owner received the event another bound followed, but that one has been removed since. The owner gets the
+    // event again, because only now is it the end of the last bound.
     TellOwner(event, stamped);
     MutexLock lock(mutex_);
     if (!IsOld(event) && ChangesNow().Moves() == stamped.Moves() && Current() && !FollowingBound()) StopPlayback();
@@ -141,7 +143,7 @@ bool Timeline::StopAfterEnd(uint64_t moves) {
     return true;
 }
 
-// Behind a removed bound the period that now stands at its index.
+// After a removed bound, this is the period that now has its index.
 PlayBound *Timeline::FollowingBound() const {
     const PlayBound *current = Current();
     if (Holds(removed_bounds_, current)) {
@@ -166,11 +168,11 @@ void Timeline::OnPrepared(const Event &event, const Changes &stamped) {
         current == first_play_bound_ || (!all_bounds_.empty() && current == all_bounds_.front().get());
     if (waits_for_start && !entered_started_) return;
     player->start();
-    // The command that paused this timeline may have started the other one: two timelines are never audible at once.
+    // The command that paused this timeline may have started the other one. They must not be audible at the same time.
     if (waits_paused_) player->pause();
 }
 
-// Tells how long the client waited for a picture, once the first period shows one.
+// When the first period shows a picture, reports how long the application has waited for it.
 void Timeline::OnFirstPicture(const Event &event) {
     {
         MutexLock lock(mutex_);

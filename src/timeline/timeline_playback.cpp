@@ -1,4 +1,4 @@
-// From bound to bound: prepare, start, switch, skip, stop, reset.
+// Playback commands: prepare, start, pause, stop, reset, and entering a bound.
 #include <exception>
 #include <new>
 
@@ -9,7 +9,7 @@ namespace vexo {
 
 namespace {
 
-// Reset goes on whatever happens in it.
+// Runs a step of Reset. An exception is logged, and Reset continues.
 template <typename Work> void Guarded(const Work &work) {
     try {
         work();
@@ -87,10 +87,10 @@ std::optional<uint64_t> Timeline::Reset(std::optional<uint64_t> onlyEpoch) {
     // resetting as well.
     const bool in_callback = CallbackScope::Contains(*token_);
     looper_.Settle(in_callback ? LooperSlot::Old::kKeepAside : LooperSlot::Old::kJoin);
-    LooperSlot::Loopers fresh;  // ends without the mutex if it is not needed
+    LooperSlot::Loopers fresh;  // destroyed after the mutex is released, if it was not installed
     Guarded([&] { fresh = looper_.Make(); });
     MutexLock lock(mutex_);
-    // While the looper was joined, a callback may have reset and filled the timeline: that command is the later one.
+    // A callback may have reset and filled the timeline while its looper was joined. That command is the newer one.
     if (epoch_ != begun) return {};
     Guarded([this]() VEXO_NO_THREAD_SAFETY_ANALYSIS { StopPlayback(); });
     Clear();
@@ -133,7 +133,7 @@ bool Timeline::SkipToNext(bool withinPeriod) {
     return true;
 }
 
-// Without a seek mode the bound plays from its period's start time; with one from `position`.
+// With a seek mode the bound plays from `position`, without one from its period's start time.
 void Timeline::Switch(PlayBound *bound, int64_t position, std::optional<int> seekMode) {
     if (!bound) return;
     VEXO_PRINT(LOG_INFO, "switch to %d", bound->period_index);
@@ -151,7 +151,7 @@ void Timeline::Switch(PlayBound *bound, int64_t position, std::optional<int> see
     if (seekMode && (position > 0 || bound->period->getStartTime() > 0)) SeekPlayer(position, *seekMode);
 }
 
-// On a paused timeline the bound waits paused. A seek alone starts it.
+// On a paused timeline the new bound is paused too, unless a seek enters it.
 void Timeline::Enter(PlayBound *bound, Entry entry) {
     SetCurrent(bound);
     entered_started_ = state_ == kStarted;
@@ -159,7 +159,7 @@ void Timeline::Enter(PlayBound *bound, Entry entry) {
     PlayBoundPrepare(bound);
 }
 
-// A seek into another bound arrives there. Before Start that bound becomes the one that waits for it.
+// Seeks into the current or another bound. Before Start, a bound that is entered here becomes the one that Start plays.
 void Timeline::SeekInto(PlayBound *bound, int64_t position, int mode) {
     if (bound == Current() && bound->bound_player) {
         SeekPlayer(position, mode);

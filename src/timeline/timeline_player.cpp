@@ -1,4 +1,4 @@
-// The engine player of the current bound: its making, its settings, its end.
+// The engine player of the current bound: creation, settings, end.
 #include <utility>
 
 #include "base/log.h"
@@ -17,9 +17,9 @@ constexpr int kParamAudioDevice = 3006;
 
 }  // namespace
 
-/// Drops pictures while a condition holds. An engine may keep its pipeline longer than the timeline lives, so the
-/// condition is evaluated under the lock under which Close removes it.
-/// Threads:  any. Lock: mutex_, a leaf.
+/// A condition under which pictures are dropped. It refers to timelines, and the engine may keep the pipeline longer
+/// than they exist. Therefore it is evaluated under the same lock under which Timeline::Close removes it. Threads: any.
+/// Lock: mutex_, a leaf.
 class Timeline::PictureGate {
 public:
     void Set(std::function<bool()> hidden) {
@@ -47,7 +47,7 @@ private:
     const std::shared_ptr<PictureGate> gate_;
 };
 
-// The order of these calls is what the engine and the owner's listener rely on.
+// The engine and the owner's listener depend on the order of these calls.
 void Timeline::PlayBoundPrepare(PlayBound *bound) {
     if (!bound || closed_) return;
     if (bound->bound_player) {
@@ -65,7 +65,7 @@ void Timeline::PlayBoundPrepare(PlayBound *bound) {
     player_view_.Set(player);
     try {
         SetUp(*bound, player);
-    } catch (...) {  // without memory: the bound can be entered again
+    } catch (...) {  // no memory; without a player the bound can be entered again
         if (CurrentPlayer() == player) DropPlayer(Current(), Detach::kNo);
         throw;
     }
@@ -82,7 +82,7 @@ void Timeline::SetUp(const PlayBound &bound, const PlayerPtr &player) {
     player->setDataSource({component}, 1, bound.headers);
     active_id_ = player->getPlayerId();
     TellPeriodSwitched();
-    if (CurrentPlayer() != player) return;  // the listener gave commands of its own
+    if (CurrentPlayer() != player) return;  // a command of the listener has replaced or dropped it
     ApplyVolume(*player);
     player->prepareAsync();
 }
@@ -128,7 +128,7 @@ void Timeline::ApplyVolume(oriplayer::IOriPlayer &player) {
     }
 }
 
-// When this returns the timeline holds the player no more; it ends here unless a control on another thread has it.
+// Stops the player and releases the timeline's reference. The player is destroyed here unless another thread uses it.
 void Timeline::DropPlayer(PlayBound *bound, Detach detach) {
     const PlayerPtr player = *bound->bound_player;
     if (detach == Detach::kYes) player->setListener(nullptr);

@@ -10,8 +10,8 @@ namespace vexo {
 
 class Timeline;
 
-/// The ear of one engine player: copies what it says into its timeline's queue, on the engine's thread.
-/// Lock:  a private mutex round the post, so that behind Close() the timeline is not touched any more.
+/// Listens to one engine player: copies its events into the queue of its timeline, on the engine's thread.
+/// Lock:  a private mutex is held while an event is posted, so that the timeline is not used after Close().
 class TimelinePlayerEventListener : public oriplayer::IOriPlayerListener {
 public:
     explicit TimelinePlayerEventListener(Timeline *timeline);
@@ -20,7 +20,7 @@ public:
     void notify(long long id, int what, int arg1, int arg2, const oriplayer::Param &param) override;
     void notify(int what, int arg1, int arg2, const std::string &text, const std::string &more) override;
 
-    /// From here on nothing is posted. Waits for a post under way, which waits for nobody.
+    /// From now on no event is posted. Waits for one that is being posted, which does not wait for other threads.
     void Close();
 
 private:

@@ -1,4 +1,4 @@
-// The arithmetic that makes the bounds look like one programme.
+// Positions, lengths and seeks on the scale of the whole timeline.
 #include <numeric>
 
 #include "base/log.h"
@@ -44,7 +44,7 @@ int64_t Timeline::GetPeriodDuration(int index) {
     return total;
 }
 
-// What the bound's player says, else what is known of it.
+// The length that the bound's player reports, or else the one stored for the bound.
 int64_t Timeline::BoundDuration(const PlayBound *bound, std::size_t place) const {
     int64_t value = 0;
     if (const PlayerPtr player = bound->Player()) {
@@ -63,7 +63,7 @@ int64_t Timeline::GetPeriodCurrentPosition(int mode) {
     int64_t position = 0;
     const PlayBound *current = Current();
     if (current && current->bound_player) {
-        if (Holds(removed_bounds_, current)) {  // alone in what was its period
+        if (Holds(removed_bounds_, current)) {  // its period has no other bounds any more
             position = BoundPosition(current, all_bounds_.size(), mode);
         } else {
             std::size_t place = PlaceOf(period_bounds_[static_cast<std::size_t>(current->period_index)]);
@@ -77,7 +77,7 @@ int64_t Timeline::GetPeriodCurrentPosition(int mode) {
     return position;
 }
 
-// Until the engine has moved, the position is where the period will begin.
+// Until the engine has a position, this is the position at which the period will begin.
 int64_t Timeline::BoundPosition(const PlayBound *bound, std::size_t place, int mode) const {
     int64_t value = 0;
     bound->Player()->getCurrentPosition(&value, mode);
@@ -88,7 +88,8 @@ int64_t Timeline::BoundPosition(const PlayBound *bound, std::size_t place, int m
     return start >= 0 ? start : 0;
 }
 
-// A position on the exact end of a bound stays there. A bound of unknown length takes all that is left.
+// A position exactly at the end of a bound belongs to that bound. A bound of unknown length contains all later
+// positions.
 void Timeline::SeekTo(int64_t position, int mode) {
     MutexLock lock(mutex_);
     int64_t base = 0;
@@ -102,7 +103,7 @@ void Timeline::SeekTo(int64_t position, int mode) {
     }
 }
 
-// A position on the exact end of a bound goes on to the next.
+// A position exactly at the end of a bound belongs to the next one.
 void Timeline::SeekCurrentPeriodTo(int64_t position, int mode) {
     MutexLock lock(mutex_);
     PlayBound *current = Current();
