@@ -13,7 +13,7 @@ namespace VexoPlayerNS {
 
 // Options of a player, for create and setParams.
 constexpr char kVideoPipelineEnable[] = "videoPipelineEnable";  ///< bool, true by default: see Pictures below
-constexpr char kAudioPipelineEnable[] = "audioPipelineEnable";  ///< bool, recorded only
+constexpr char kAudioPipelineEnable[] = "audioPipelineEnable";  ///< bool, stored only
 constexpr char kAudioVolume[] = "audio_volume";                 ///< float, 0.0 to 1.0
 constexpr char kAudioDeviceId[] = "audio_device_id";            ///< std::string
 
@@ -34,15 +34,16 @@ constexpr char kQzrtpStreamAlias[] = "qzrtp_stream_alias";
 ///
 /// Threads:  any. prepareAsync, start, stop and setDisplay run later, one after another in the order accepted; they
 ///           wait while one of them is running, except inside a callback of this player, where they return at once.
-///           setMediaSource, setParams and getParam run at once and can overtake commands that wait.
+///           setMediaSource, setParams and getParam run immediately and can overtake commands that wait.
 /// Sources:  prepareAsync, start and stop act on the source that was set when they were called. If another one is set
 ///           before they run, they do nothing: `stop(); setMediaSource(next); prepareAsync(); start();` plays `next`.
 /// Pictures: with kVideoPipelineEnable, which is on by default, they go to onVideoFrame and a surface shows nothing.
 ///           Create the player with that option false to play into a surface. The oldest facade player of the process,
 ///           whatever its option, receives the pictures of every later one that has the option on: use
 ///           MixedCodecsPlayer for several players with pictures.
-/// End:      after the destruction no callback runs. Dropping the last reference inside a callback returns at once;
-///           that callback is the last of its thread, and another thread may be in one a little longer.
+/// End:      after the destruction no callback runs. If the last reference is dropped inside a callback, the drop
+/// returns
+///           at once and no further callback begins; one that is running on another thread may still finish.
 class VEXO_API IVexoPlayer {
 public:
     /// `callback` may be null; otherwise it must outlive the player. If the last reference may be dropped inside a
@@ -64,10 +65,10 @@ public:
     virtual void start() = 0;
     /// Stops playback and releases the source: set one again before the next prepareAsync().
     virtual void stop() = 0;
-    /// A native window of the system, null for none. It is handed on, not kept.
+    /// Sets the native window of the system for the pictures, null for none. The facade does not keep it.
     virtual void setDisplay(void *surface) = 0;
     virtual void setParams(VexoParams params) = 0;
-    /// kAudioVolume gives a float, below 0 if never set; every other key an empty value. Never waits.
+    /// Returns a float for kAudioVolume, below 0 if none was set, and an empty value for every other key. Never waits.
     virtual nonstd::any getParam(std::string key) = 0;
 };
 

@@ -20,7 +20,7 @@ public:
     ///
     /// Params: with `msg` "notify_win_ios_android" key "1" holds an oriplayer::Param; its strings are valid during the
     ///         call. With "notify_win" keys "1" and "2" hold a std::string each.
-    /// Thread: a looper of the player; two of them can be here at once.
+    /// Thread: a looper of the player; two of them can call this at the same time.
     virtual void onPlayEvent(int sid, int code, std::string msg, VexoParams params) = 0;
 
     /// One picture, 8-bit I420. `planes` holds Y, U and V; the array and the planes are valid during the call only.

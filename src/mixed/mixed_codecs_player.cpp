@@ -37,7 +37,7 @@ MixedCodecsPlayer::MixedCodecsPlayer(std::shared_ptr<const CallbackToken> token)
     net_processor_ = std::make_shared<CodecNetProcess>(this);
     net_processor_->Initialize(timelines_[0], &codec_mutex_, -1, -1);
     for (const auto &timeline : timelines_) timeline->SetInternalListener(internal_listener_);
-    // A seek that is still under way when another timeline takes over ends in a picture.
+    // A seek that ends after the other timeline has started would show one more picture.
     for (Timeline *const timeline : {timelines_[0].get(), timelines_[1].get()}) {
         Timeline *const other = timelines_[timeline == timelines_[0].get() ? 1 : 0].get();
         timeline->HidePicturesWhile([timeline, other] {
@@ -58,16 +58,16 @@ void MixedCodecsPlayer::destroy(MixedCodecsPlayer *player) {
             pthread_setname_np(pthread_self(), "vexo-end");
             delete player;
         }).detach();
-    } catch (const std::exception &error) {  // neither a thread nor memory
-        VEXO_PRINT(LOG_ERROR, "no thread to end the player on, it stays behind in silence: %s", error.what());
+    } catch (const std::exception &error) {  // no thread or no memory
+        VEXO_PRINT(LOG_ERROR, "cannot start a thread to destroy the player, it is leaked: %s", error.what());
     }
 }
 
 MixedCodecsPlayer::~MixedCodecsPlayer() {
     VEXO_PRINT(LOG_DEBUG, "main:%d, isolated:%d", static_cast<int>(timelines_[0].use_count()),
                static_cast<int>(timelines_[1].use_count()));
-    // First the threads that could still come here: a change of bound reads the processors. A processor that the
-    // application keeps finds closed timelines.
+    // First, because a change of bounds on another thread uses the processors. The application may keep a processor: it
+    // then works on closed timelines.
     close();
     if (media_processor_) {
         VEXO_PRINT(LOG_VERBOSE, "media not null");
@@ -82,7 +82,7 @@ MixedCodecsPlayer::~MixedCodecsPlayer() {
 
 void MixedCodecsPlayer::close() {
     silenceTimelines();
-    timelines_[1]->Close();  // first, because its last event may start the main timeline
+    timelines_[1]->Close();  // before the main one, which its last event may start
     timelines_[0]->Close();
 }
 
@@ -122,7 +122,7 @@ void MixedCodecsPlayer::notifyPeriodSwitched(Timeline *timeline) {
         if (!bound || !bound->period) return;
         VEXO_PRINT(LOG_DEBUG, "timeline notifyPeriodSwitched1 %d", getActiveID());
         net_processor_->SetCurrentHeader(getActiveID(), bound->period->getHeaders());
-        // The active timeline may be the other one.
+        // Not the active timeline's id and player: the other timeline may be active.
         const int id = timeline == timelines_[1].get() ? 1 : 0;
         net_processor_->RecordDomains(id, timeline->GetActiveId(), bound->period->getHeaders());
         if (media_processor_) media_processor_->AccumulatePeriodStatistics(getActiveID());

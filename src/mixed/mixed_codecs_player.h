@@ -41,11 +41,13 @@ class Timeline;
 /// examples/isolated.cpp.
 ///
 /// Active:   operations without an id go to the active timeline: the isolated one while it is started and the main one
-///           is paused, otherwise the main one. An isolated timeline that is started while the main one is not paused,
-///           for example after its end, is therefore not active: pause, seekTo, goNext and the queries go to the main
-///           one; start(0) pauses it, stop(1, true) ends it. Better append what follows the programme to the main list.
-/// Results:  0 if the work was reached, which does not say that anything changed, -1 if not. A null pointer for an
-///           answer is refused with -1, and nothing is written.
+///           is paused, otherwise the main one. If you start the isolated timeline while the main one is not paused,
+///           for example after its end, it is not active: pause, seekTo, goNext and the queries go to the main
+///           timeline. In that state start(0) pauses the isolated timeline and stop(1, true) ends it. To play something
+///           after the programme, add a period to the main timeline instead.
+/// Results:  0 if the operation reached its timeline or player, even if nothing changed there; -1 if not. If the
+/// pointer
+///           for a result is null, the operation returns -1 and writes nothing.
 /// Threads:  any, also inside a callback; every operation runs at once on the caller's thread. Each operation of a
 ///           timeline is atomic. Edits (addPeriod to clearPeriods) belong on one thread at a time; otherwise the play
 ///           list can get another order than the timeline.
@@ -57,7 +59,7 @@ class VEXO_API MixedCodecsPlayer : public BasePlayerInterface {
 public:
     /// Throws std::system_error or std::bad_alloc if there is no thread or memory.
     static std::shared_ptr<MixedCodecsPlayer> create();
-    /// For an owner that calls the application itself: it marks its callbacks with `token`, which is not null.
+    /// Creates a player for an owner that also calls the application. `token`, not null, marks the callbacks of both.
     static std::shared_ptr<MixedCodecsPlayer> create(std::shared_ptr<const CallbackToken> token);
 
     MixedCodecsPlayer(const MixedCodecsPlayer &) = delete;
@@ -68,8 +70,7 @@ public:
                          const std::shared_ptr<oriplayer::StringMap> &options) override;
     int delPeriodById(int component, int64_t id) override;
     virtual ~MixedCodecsPlayer();
-    /// Writes the surface that the active timeline holds. 0, also if it holds none, which leaves `*out` unchanged; -1
-    /// if `out` is null.
+    /// Writes the surface of the active timeline; without one `*out` is unchanged. 0, or -1 if `out` is null.
     virtual int getVideoSurface(void **out);
     /// Sets the window of both timelines, the number of an X11 window as a pointer, null for none. It shows pictures
     /// only while the picture pipeline is off (see setVideoPipelineEnable). `flag` has no effect. stop and
@@ -82,12 +83,12 @@ public:
     virtual int addSubtitleSource(const char *url, const char *language);
     virtual int setSubtitleOffset(int offsetMs);
     virtual bool isLooping();
-    /// Repeats the current bound. The next bound does not inherit it: set it again after each event 1000.
+    /// Sets whether the current bound repeats. The next bound does not inherit it: set it again after each event 1000.
     virtual int setLooping(bool looping);
-    /// Writes pixels, -1 for each that is unknown. 0, or -1 if either pointer is null: then neither is written.
+    /// Writes the size in pixels, -1 for what is unknown. 0, or -1 if a pointer is null; then nothing is written.
     virtual int getVideoSize(int *width, int *height);
-    /// For the bounds that the main timeline enters from now on; the isolated timeline keeps the engine's own. Null
-    /// counts as empty.
+    /// Sets the user agent for bounds that the main timeline enters from now on. The isolated timeline always uses the
+    /// engine's default. Null counts as empty.
     virtual int setUserAgent(const char *userAgent);
     /// Always empty: each bound has an engine player of its own.
     virtual std::shared_ptr<oriplayer::OriPlayer> getOriPlayer();
@@ -95,8 +96,8 @@ public:
     virtual int setListener(std::shared_ptr<oriplayer::IOriPlayerListener> listener);
     /// Takes effect with the next engine player; null for none.
     virtual int setReporter(std::shared_ptr<protocols::IReporter> reporter);
-    /// Sets the host's configuration (base/protocols/configure.h), null for none. The listener for a change of network
-    /// stays registered until stop; start registers it again.
+    /// Sets the application's configuration (base/protocols/configure.h), null for none, and registers the player as
+    /// its listener. stop removes that listener, start registers it again.
     virtual int setConfigure(std::shared_ptr<protocols::IConfigure> configure);
     virtual std::shared_ptr<protocols::IReporter> getReporter();
     virtual std::shared_ptr<protocols::IConfigure> getConfigure();
@@ -121,8 +122,8 @@ public:
     /// `position` is.
     int addSource(int id, int position, const std::shared_ptr<oriplayer::ISource> &source,
                   const std::shared_ptr<oriplayer::StringMap> &options);
-    /// The period's own headers win over `options`. The playing period is replaced while it plays (event -10001). -1
-    /// for a null period.
+    /// Replaces a period (event -10001). If it plays, playback continues in the new one. The period's own headers take
+    /// precedence over `options`. -1 for a null period.
     int changePeriod(int id, int index, const std::shared_ptr<oriplayer::IPeriod> &period,
                      const std::shared_ptr<oriplayer::StringMap> &options);
     /// If the period plays, the next one plays instead. If it is the last one of the isolated timeline, the main
@@ -133,8 +134,8 @@ public:
 
     // Playback. Times are milliseconds; operations without an id go to the active timeline.
 
-    /// Opens the first period that has a start time; event 1000 or an error event follows. Once a list: while it plays,
-    /// a second call is a seek to its beginning. 0, or -1 for another id than 0 and 1.
+    /// Opens the first period that has a start time; event 1000 or an error event follows. Call it once for a list:
+    /// while the list plays, a second call is a seek to its beginning. 0, or -1 for another id than 0 and 1.
     int prepareAsync();
     int prepareAsync(int id);
     /// Starts timeline `id`, the main one without an argument, and pauses the other. After the end of a list it plays
@@ -142,8 +143,8 @@ public:
     int start();
     int start(int id);
     /// Skips to the next period; with `withinPeriod`, to what follows the first source of the current period. Returns
-    /// 0. If nothing follows, it resumes the main timeline during an interruption and returns 0; otherwise it does
-    /// nothing and returns -1, as it does if the main timeline is not started.
+    /// 0. If nothing follows during an interruption, resumes the main timeline and returns 0. If nothing follows on the
+    /// main timeline, or if that is not started, does nothing and returns -1.
     int goNext(bool withinPeriod);
     /// Pauses the active timeline. If that is the isolated one, the main one is active afterwards: start(1) resumes the
     /// interruption, start(0) the programme.
@@ -151,7 +152,8 @@ public:
     /// Mode 0 is exact, 1 goes to the key frame at or before the position. A negative position counts as 0. A position
     /// beyond the known duration does nothing, and the result is still 0: compare with getDuration, or call goNext.
     int seekTo(int positionMs, int mode);
-    /// The same from the start of the current period; a position beyond its end lies in a later period.
+    /// Like seekTo, with a position from the start of the current period. A position after its end is in a later
+    /// period.
     int seekCurrentPeriodTo(int positionMs, int mode);
     /// Stops and empties both timelines and drops both play lists: call setDataSource before the next prepareAsync.
     /// Always 0; the flag is not used.
@@ -169,9 +171,9 @@ public:
     /// Takes effect for the current bound only: set it again after each event 1000.
     void setAudioDevice(std::string device);
 
-    // Each of the next four writes milliseconds through its pointer and answers 0, or -1 if the pointer is null.
+    // The next four write milliseconds and return 0, or -1 if the pointer is null.
 
-    /// Mode 0 is what is presented, 1 the end of what is buffered. 0 if nothing plays.
+    /// Mode 0 gives the presented position, mode 1 the end of the buffered data. The position is 0 if nothing plays.
     int getCurrentPosition(int64_t *positionMs, int mode);
     int getDuration(int64_t *durationMs);
     int getCurrentPeriodDuration(int64_t *durationMs);
@@ -179,8 +181,8 @@ public:
     int getVideoWidth();
     int getVideoHeight();
 
-    // Access to the current engine player. 0 if there is one, whatever it answered; -1 if there is none or `value` is
-    // null.
+    // Direct access to the current engine player. 0 if there is one, whatever it returned; -1 if there is none or if
+    // `value` is null.
 
     int setParameter(int key, const oriplayer::Param &value, int index);
     int getParameter(int key, oriplayer::Param *value, int index);
@@ -190,11 +192,11 @@ public:
     /// The id of the engine player that the active timeline made last, -1 before the first.
     int getActiveID();
 
-    /// Pictures go to the middlewares of RenderManager (true) or to the window (false, the default). Takes effect with
-    /// the next engine player. The first call with true takes the middlewares that are registered at that moment, for
-    /// the life of this player; later registrations do not reach it. So register the middleware of this player, enable
-    /// the pipeline, and remove the middleware from RenderManager again: then it receives this player's pictures and no
-    /// others (examples/two_players.cpp).
+    /// Sends pictures to the middlewares of RenderManager (true) or to the window (false, the default). Takes effect
+    /// with the next engine player. The first call with true takes the middlewares that are registered at that moment
+    /// and keeps them for the life of this player; later registrations do not reach it. To give each player a
+    /// middleware of its own, register it, enable the pipeline, and remove it from RenderManager again
+    /// (examples/two_players.cpp).
     void setVideoPipelineEnable(bool enable);
     /// Stored only.
     void setAudioPipelineEnable(bool enable);
@@ -207,35 +209,36 @@ private:
     explicit MixedCodecsPlayer(std::shared_ptr<const CallbackToken> token);
     static void destroy(MixedCodecsPlayer *player);
     void silenceTimelines();
-    /// Ends both timelines permanently. After it returns, nothing of this player calls out. May be called again.
+    /// Closes both timelines. After it returns, this player calls neither its owner nor the application. Can be
+    /// repeated.
     void close();
 
-    /// What both timelines hold. Each stop and each setDataSource begins another content.
+    /// The numbers of what both timelines contain (Timeline::GetEpoch). Each stop and each setDataSource changes them.
     struct Content {
         uint64_t main;
         uint64_t isolated;
     };
     Content content() const;
     int start(int id, std::optional<uint64_t> onlyEpoch);
-    /// As the public functions, for `content` only: they do nothing if it has been replaced since.
+    /// Like the public functions, but they do nothing if `content` has been replaced since.
     int prepareAsync(const Content &content);
     int stop(bool flag, const Content &content);
-    /// stop(flag). Returns the number of the main timeline's new content, or nothing if another stop came first.
+    /// The work of stop(flag): empties both timelines, each only if it still contains `only` (null: in any case).
+    /// Returns the number of the main timeline's new content, or nothing if another stop was faster.
     std::optional<uint64_t> empty(const Content *only);
 
-    /// Runs `fn` on a timeline, on this thread: 0, or -1 for an index other than 0 and 1.
+    /// Calls `fn` with a timeline, on this thread. 0, or -1 for another index than 0 and 1.
     int accessTimeline(int index, TimelineFunction fn);
     int accessActive(TimelineFunction fn);
     void accessBoth(const TimelineFunction &fn);
     int accessPlayer(const std::function<void(oriplayer::IOriPlayer &)> &fn);
     void addPeriodInner(const std::shared_ptr<oriplayer::IPeriod> &period, int id, int position,
                         const std::shared_ptr<oriplayer::StringMap> &options);
-    /// The application learns (10240) that `timeline` plays now.
     void notifyTimelineSwitched(Timeline *timeline);
-    /// The processors learn of the bound that `timeline` has begun. Runs under that timeline's mutex.
+    /// Gives the processors the bound that `timeline` has entered. Runs under that timeline's mutex.
     void notifyPeriodSwitched(Timeline *timeline);
 
-    /// Starts the main timeline and raises 10240, if that timeline still has the content `epoch`.
+    /// Starts the main timeline and raises 10240, if the content of that timeline is still `epoch`.
     void resumeMain(uint64_t epoch);
     void playbackEnded(int id, uint64_t mainEpoch);
 
@@ -246,12 +249,12 @@ private:
     void dropPlayListOf(int id, std::optional<uint64_t> epoch);
 
     const std::shared_ptr<const CallbackToken> token_;  ///< marks this player's callbacks; shared with its timelines
-    std::atomic<uint64_t> source_number_{0};            ///< of the setDataSource that was called last
+    std::atomic<uint64_t> source_number_{0};            ///< counts the calls of setDataSource
     mutable Mutex fields_mutex_;                        ///< leaf
-    // Set by the constructor; the destructor lets them go.
+    // Set by the constructor, released by the destructor.
     std::shared_ptr<CodecMediaProcess> media_processor_;
     std::shared_ptr<CodecNetProcess> net_processor_;
-    std::mutex codec_mutex_;  ///< for the processors' Initialize, not used here
+    std::mutex codec_mutex_;  ///< an argument of the processors' Initialize; nothing locks it
     std::vector<std::shared_ptr<oriplayer::PlayComponent>> play_components_ VEXO_GUARDED_BY(fields_mutex_);
     std::shared_ptr<InternalEventListener> internal_listener_;
     std::shared_ptr<oriplayer::IOriPlayerListener> listener_ VEXO_GUARDED_BY(fields_mutex_);

@@ -14,7 +14,7 @@ int MixedCodecsPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer
     std::shared_ptr<oriplayer::IPlayList> list;
     if (component) {
         MutexLock lock(fields_mutex_);
-        list = component->playList;  // the component may be this player's own, which stop() empties
+        list = component->playList;  // a copy, because stop() empties the component if it is this player's own
     }
     const uint64_t number = ++source_number_;
     if (!list) {
@@ -29,14 +29,15 @@ int MixedCodecsPlayer::setDataSource(const std::vector<std::shared_ptr<oriplayer
     };
     const auto take = [&] {
         MutexLock lock(fields_mutex_);
-        component->playList.swap(list);  // the list holds the periods already
+        component->playList.swap(list);  // the list contains the periods already
         play_components_[0].swap(component);
     };
-    // If two threads set sources at the same time, the later one plays, whole. A stop on another thread counts as
-    // earlier.
+    // If two threads set sources at the same time, the later source plays, without periods of the other. A stop on
+    // another thread counts as earlier, so it is repeated here.
     bool taken = false;
     while (!taken) {
-        // Taken before the number is compared: what a later call fills in then is a newer content, and stays.
+        // Read before the number is compared. If a later call sets its source after that, its content has other numbers
+        // and is not emptied here.
         const Content present = content();
         if (source_number_ != number) return 0;
         const auto epoch = empty(&present);
@@ -95,7 +96,7 @@ int MixedCodecsPlayer::changePeriod(int id, int index, const std::shared_ptr<ori
         gone = timeline->GetPeriodCount() < before;
     });
     if (const auto list = playListOf(id)) {
-        // A mixed-codecs period without a playable source takes the old one's place with nothing.
+        // A mixed-codecs period without a playable source only removes the old period.
         gone ? list->removePeriod(index) : list->replacePeriod(period, index);
     }
     if (ended) playbackEnded(id, mainEpoch);
@@ -128,12 +129,14 @@ int MixedCodecsPlayer::clearPeriods(int id) {
     return result;
 }
 
-/// The isolated timeline has lost the period that played: no end will hand control back.
+/// An edit has removed the last period of timeline `id` while it played. The isolated timeline will then have no end
+/// that hands control back, so this does it.
 void MixedCodecsPlayer::playbackEnded(int id, uint64_t mainEpoch) {
     if (id == 1) resumeMain(mainEpoch);
 }
 
-/// Behind stop(id, flag) the list goes on naming periods that the timeline has lost; it must not count with new ones.
+/// After stop(id, flag) the play list still contains periods that the timeline has lost. They must not mix with new
+/// ones.
 void MixedCodecsPlayer::forgetStalePeriods(int id) {
     const auto list = playListOf(id);
     if (list && list->getPeriodCount() > 0) setPlayListOf(id, oriplayer::IPlayList::create());
@@ -157,8 +160,8 @@ void MixedCodecsPlayer::setPlayListOf(int id, std::shared_ptr<oriplayer::IPlayLi
     play_components_[static_cast<std::size_t>(id)]->playList.swap(list);
 }
 
-/// After a Reset that has begun the content `epoch`: the list goes, unless something else has filled the timeline
-/// since.
+/// Called after a Reset that has begun the content `epoch`. Drops the play list, unless the timeline has been filled or
+/// reset again since.
 void MixedCodecsPlayer::dropPlayListOf(int id, std::optional<uint64_t> epoch) {
     const auto &timeline = timelines_[static_cast<std::size_t>(id)];
     timeline->AccessCurrentBound([&](PlayBound *) {

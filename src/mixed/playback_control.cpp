@@ -20,7 +20,7 @@ int MixedCodecsPlayer::prepareAsync(int id) {
 
 int MixedCodecsPlayer::prepareAsync(const Content &content) {
     VEXO_PRINT(LOG_INFO, "enter");
-    VEXO_PRINT(LOG_INFO, "enter");  // as prepareAsync() and prepareAsync(0)
+    VEXO_PRINT(LOG_INFO, "enter");  // once each for prepareAsync() and prepareAsync(0)
     timelines_[0]->Prepare(content.main);
     return 0;
 }
@@ -56,7 +56,7 @@ int MixedCodecsPlayer::goNext(bool withinPeriod) {
     accessActive([&](Timeline *timeline) {
         if (timeline->SkipToNext(withinPeriod)) result = 0;
     });
-    // The isolated timeline may be handling its last end at this moment: one of the two hands control back.
+    // The isolated timeline may be handling its last end at this moment. Only one of the two hands control back.
     if (result == -1 && getActiveIndex() == 1 && timelines_[1]->YieldEnd()) {
         result = start(0, mainEpoch);
         timelines_[0]->PostNotice(kEventTimelineSwitched, mainEpoch);
@@ -91,9 +91,9 @@ int MixedCodecsPlayer::stop(bool, const Content &content) {
 
 std::optional<uint64_t> MixedCodecsPlayer::empty(const Content *only) {
     VEXO_PRINT(LOG_INFO, "enter");
-    // What a callback puts in while a looper is being joined is later than this command, and stays.
+    // While a looper is joined, a callback may fill a timeline again. That command is newer, and its content stays.
     const Content former = only ? *only : content();
-    // Otherwise an end of the isolated timeline could raise 10240 on the emptied main timeline.
+    // First, because an end of the isolated timeline could otherwise raise 10240 on the emptied main timeline.
     timelines_[1]->IgnoreEnds(former.isolated);
     const auto main = timelines_[0]->Reset(former.main);
     const auto isolated = timelines_[1]->Reset(former.isolated);

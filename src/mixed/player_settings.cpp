@@ -52,7 +52,7 @@ bool MixedCodecsPlayer::isLooping() {
 int MixedCodecsPlayer::setLooping(bool looping) {
     VEXO_PRINT(LOG_INFO, "enter");
     accessPlayer([=](oriplayer::IOriPlayer &player) { player.setLooping(looping); });
-    return 0;  // the timeline was there, with or without a player
+    return 0;  // also without a player
 }
 
 std::shared_ptr<oriplayer::IPeriod> MixedCodecsPlayer::getActivePeriod() {
@@ -74,7 +74,7 @@ int MixedCodecsPlayer::getActiveID() {
 int MixedCodecsPlayer::getVideoSurface(void **out) {
     if (!out) return -1;
     return accessActive([=](Timeline *timeline) {
-        timeline->AccessCurrentBound([=](PlayBound *) {  // for the mutex: the record is freed under it
+        timeline->AccessCurrentBound([=](PlayBound *) {  // for the mutex, under which the record is freed
             if (const VideoSurface *record = timeline->GetVideoSurface()) *out = record->surface;
         });
     });
@@ -102,7 +102,7 @@ int MixedCodecsPlayer::setListener(std::shared_ptr<oriplayer::IOriPlayerListener
     VEXO_PRINT(LOG_INFO, "enter");
     accessBoth([&](Timeline *timeline) { timeline->SetListener(listener); });
     MutexLock lock(fields_mutex_);
-    listener_.swap(listener);  // the former one goes with the argument, behind the lock
+    listener_.swap(listener);  // the former one is released with the argument, after the lock
     return 0;
 }
 

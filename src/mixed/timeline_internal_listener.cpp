@@ -16,10 +16,10 @@ void TimelineInternalListener::notify(InternalEvent event) {
     }
 }
 
-// The timeline itself decides whether its last period has ended: identities and the play list are out of date while the
-// application edits, and what the application did in its own handler of this event must hold.
+// The timeline itself decides whether its last period has ended. Identities and the play list cannot tell while the
+// application edits, and what the application did in its own handler of this event takes precedence.
 void TimelineInternalListener::handBack(uint64_t moves) {
-    const uint64_t epoch = main_timeline_->GetEpoch();  // first: a stop that comes now discards what follows
+    const uint64_t epoch = main_timeline_->GetEpoch();  // read first: a stop after this line discards what follows
     if (isolated_timeline_->StopAfterEnd(moves)) player_->resumeMain(epoch);
 }
 

@@ -9,10 +9,10 @@ namespace vexo {
 class MixedCodecsPlayer;
 class Timeline;
 
-/// What a player hears from its two timelines: a bound was entered, which the processors learn, and the end of the
-/// isolated timeline's last period, at which the main timeline goes on.
-/// Threads:  see InternalEventListener; the entering of a bound comes under the timeline's mutex and waits for nobody.
-/// Life:     the player takes it off both timelines and ends their loopers before any of the three goes.
+/// Handles the events of a player's two timelines: when a bound is entered it informs the processors, and at the end of
+/// the isolated timeline's last period it resumes the main timeline.
+/// Threads:  see InternalEventListener.
+/// Life:     the player detaches it from both timelines and ends their loopers before any of the three is destroyed.
 class TimelineInternalListener : public InternalEventListener {
 public:
     TimelineInternalListener(MixedCodecsPlayer *player, Timeline *main, Timeline *isolated);

@@ -17,7 +17,7 @@
 namespace VexoPlayerNS {
 namespace {
 
-/// For the log: "key:value\n" an entry; only ints and texts show their value.
+/// A text for the log, "key:value\n" for each entry; only ints and texts show their value.
 std::string DumpParams(const VexoParams &params) {
     std::string dump;
     for (const auto &[key, value] : params) {
@@ -56,7 +56,7 @@ VexoPlayer::VexoPlayer(IVexoPlayerCallback *callback, VexoParams params, std::sh
     try {
         wire(std::move(params));
     } catch (...) {
-        cutOffPictures();  // else later pipes would call into what is freed here
+        cutOffPictures();  // otherwise later pipes would call a destroyed player
         throw;
     }
 }
@@ -114,7 +114,7 @@ bool VexoPlayer::mustNotWait() const {
 void VexoPlayer::setMediaSource(std::shared_ptr<IVexoMediaSource> source) {
     VEXO_SINK("setMediaSource call\n");
     if (!source) return;
-    ++mSourceNumber;  // first: a command that runs from here on knows that its source is gone
+    ++mSourceNumber;  // first, so that a command that begins after this line sees that its source is gone
     mSource.Set(source);
     auto component = std::make_shared<oriplayer::PlayComponent>();
     component->playList = source->getPlayList();
@@ -131,7 +131,7 @@ void VexoPlayer::prepareAsync() {
 
 void VexoPlayer::start() {
     VEXO_SINK("start call\n");
-    // A source that is set while this runs has no engine player yet, so there is nothing to start.
+    // Needs no `source`: one that is set while this runs has no engine player yet, so this cannot start it.
     postForSource("startImpl call\n", [](Player &player, const Content &) { player.start(); });
 }
 
@@ -189,7 +189,7 @@ void VexoPlayer::postForSource(const char *taskLine, SourceCommand command) {
     post([this, taskLine, command, accepted = mSourceNumber.load()] {
         if (!mPlayer) return;
         VEXO_SINK("%s", taskLine);
-        // Taken before the number is compared: if a source is set after that, this is no longer what the player holds.
+        // Read before the number is compared. If a source is set after that, its content has other numbers.
         const Content source = mPlayer->content();
         if (accepted == mSourceNumber) command(*mPlayer, source);
     });
@@ -204,7 +204,7 @@ void VexoPlayer::post(Task task) {
 void VexoPlayer::append(Task task) {
     vexo::MutexLock lock(mTaskMutex);
     mTasks.push_back(std::move(task));
-    mCondition.notify_all();  // under the lock: an abandoned object may be gone right behind it
+    mCondition.notify_all();  // under the lock, because an abandoned object may be destroyed right after it
 }
 
 VexoPlayer::Task *VexoPlayer::firstTask() {
@@ -213,7 +213,7 @@ VexoPlayer::Task *VexoPlayer::firstTask() {
 }
 
 void VexoPlayer::removeFirstTask() {
-    std::list<Task> done;  // the task goes without the lock
+    std::list<Task> done;  // destroys the task without the lock
     vexo::MutexLock lock(mTaskMutex);
     done.splice(done.begin(), mTasks, mTasks.begin());
 }

@@ -20,10 +20,10 @@ namespace VexoPlayerNS {
 class IOriPlayerListenerImpl;
 class VexoReporter;
 
-/// The player that an application holds: options, the wiring of what plays below, and one worker for the commands.
+/// The player that an application holds: its options, its connections to the parts below, and one worker for commands.
 ///
-/// Threads:  operations on any. The worker runs the commands; events come on the loopers, pictures on the engine's
-///           picture thread, and pass through without a lock.
+/// Threads:  operations on any. The worker runs the commands. Events arrive on the loopers, pictures on the engine's
+///           picture thread; both are forwarded without a lock.
 /// Locks:    the worker holds mMutex while it has commands. Ordinary threads take it to append one, so they wait for
 ///           the command that runs. mTaskMutex guards the list itself and is a leaf: a thread inside a callback of this
 ///           player (or inside a command) appends under it alone and does not wait. Commands run in the order of the
@@ -78,11 +78,11 @@ private:
     void run();
     static void threadEntry(VexoPlayer *player);
 
-    const std::shared_ptr<IVexoPlayerCallback> mOwnedCallback;  ///< first: goes when nothing can call it any more
+    const std::shared_ptr<IVexoPlayerCallback> mOwnedCallback;  ///< first, so that it is destroyed after its users
     const std::shared_ptr<vexo::CallbackToken> mToken;  ///< marks threads inside a callback; shared with mPlayer
     std::atomic<IVexoPlayerCallback *> mCallback{nullptr};
     vexo::LeafGuarded<std::shared_ptr<IVexoMediaSource>> mSource;
-    std::atomic<uint64_t> mSourceNumber{0};  ///< of the setMediaSource that was called last
+    std::atomic<uint64_t> mSourceNumber{0};  ///< counts the calls of setMediaSource
     // Set once by the constructor.
     std::shared_ptr<vexo::MixedCodecsPlayer> mPlayer;
     std::shared_ptr<IOriPlayerListenerImpl> mListener;
@@ -95,7 +95,7 @@ private:
     vexo::Mutex mMutex;
     vexo::Mutex mTaskMutex;
     std::condition_variable_any mCondition;  ///< with mTaskMutex
-    /// Oldest first; the one that runs is still the first. Only the worker takes out.
+    /// Oldest first, including the one that runs. Only the worker removes tasks.
     std::list<Task> mTasks VEXO_GUARDED_BY(mTaskMutex);
 };
 

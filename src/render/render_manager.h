@@ -15,7 +15,7 @@ namespace vexo {
 /// at that moment and fit its category, oldest first. Later registrations and removals do not reach it: a player
 /// acquires its pipes at the first setVideoPipelineEnable(true), a facade player at its creation.
 /// Threads:  any.
-/// Lock:     a private mutex round the lists; pipes and middlewares are called without it.
+/// Lock:     a private mutex guards the lists; pipes and middlewares are called without it.
 class VEXO_API RenderManager : public Singleton<RenderManager> {
 public:
     explicit RenderManager(Token);
