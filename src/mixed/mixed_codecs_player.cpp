@@ -38,11 +38,11 @@ MixedCodecsPlayer::MixedCodecsPlayer(std::shared_ptr<const CallbackToken> token)
     net_processor_->Initialize(timelines_[0], &codec_mutex_, -1, -1);
     for (const auto &timeline : timelines_) timeline->SetInternalListener(internal_listener_);
     // A seek that ends after the other timeline has started would show one more picture.
-    for (Timeline *const timeline : {timelines_[0].get(), timelines_[1].get()}) {
-        Timeline *const other = timelines_[timeline == timelines_[0].get() ? 1 : 0].get();
-        timeline->HidePicturesWhile([timeline, other] {
-            return timeline->GetState() == Timeline::kPaused && other->GetState() == Timeline::kStarted;
-        });
+    for (const std::size_t id : {std::size_t{0}, std::size_t{1}}) {
+        const Timeline *const own = timelines_[id].get();
+        const Timeline *const other = timelines_[1 - id].get();
+        timelines_[id]->HidePicturesWhile(
+            [own, other] { return own->GetState() == Timeline::kPaused && other->GetState() == Timeline::kStarted; });
     }
 }
 

@@ -234,6 +234,8 @@ private:
     int accessPlayer(const std::function<void(oriplayer::IOriPlayer &)> &fn);
     void addPeriodInner(const std::shared_ptr<oriplayer::IPeriod> &period, int id, int position,
                         const std::shared_ptr<oriplayer::StringMap> &options);
+    /// Raises 10240 on `timeline` whatever its content is; null does nothing. It is kept because it is exported: this
+    /// class uses resumeMain.
     void notifyTimelineSwitched(Timeline *timeline);
     /// Gives the processors the bound that `timeline` has entered. Runs under that timeline's mutex.
     void notifyPeriodSwitched(Timeline *timeline);
