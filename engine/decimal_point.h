@@ -4,10 +4,10 @@
 
 namespace oriplayer {
 
-/// FFmpeg reads and the C library writes numbers as the thread's locale says: under a decimal comma "0.96" is 0. As
-/// long as an object of this class lives, numbers on its thread have a decimal point. The locale of other threads, and
-/// of the application's callbacks, stays as it is: none of them may run within the scope. Threads: an object belongs to
-/// the thread that makes it. Costs nanoseconds.
+/// While an object of this class exists, numbers in texts have a decimal point on its thread. FFmpeg and the C library
+/// read and write numbers in the locale of the thread: in a locale with a decimal comma they read "0.96" as 0. The
+/// application's callbacks must not run in this scope, because they expect the application's locale.
+/// Threads: created and destroyed on the same thread; other threads are not affected. Costs nanoseconds.
 class DecimalPoint {
 public:
     DecimalPoint() : former_(uselocale(classic())) {}
@@ -16,7 +16,7 @@ public:
     DecimalPoint &operator=(const DecimalPoint &) = delete;
 
 private:
-    /// Null, which changes nothing, if there is no memory.
+    /// The C locale. Null if there is no memory; uselocale(null) changes nothing.
     static locale_t classic() {
         static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
         return locale;

@@ -93,7 +93,7 @@ int findStreamInfo(AVFormatContext &container) {
 }  // namespace
 
 MediaError Demuxer::open(const std::string &url, const InputOptions &options, SourceInput::Failure &failure) {
-    const DecimalPoint point;  // lists give lengths in fractions of seconds
+    const DecimalPoint point;  // because lists contain lengths in fractions of seconds
     failure = SourceInput::Failure::kCannotOpen;
     if (MediaError error = openContainer(url, options)) return error;
     if (MediaError error = findStreams(url)) return error;

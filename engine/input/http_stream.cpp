@@ -227,8 +227,8 @@ bool HttpStream::rest(std::chrono::milliseconds time) {
     return true;
 }
 
-/// Opens a connection that begins at position_, on the new hosts first. 0 or an AVERROR, which leaves the former
-/// connection in place. When the hosts change while a request waits for its answer, the new ones are asked next.
+/// Opens a connection that begins at position_; hosts of a network change are tried first. Returns 0, or an AVERROR and
+/// keeps the former connection. If the hosts change while a request waits for its answer, the new hosts are tried next.
 int HttpStream::connect() {
     int result = 0;
     do {

@@ -20,7 +20,7 @@ struct Channel {
     std::shared_ptr<Installed> current;
 };
 
-// Never destroyed: log lines may leave while the process ends.
+// Never destroyed, because log lines may be reported while the process ends.
 Channel &channel() {
     static auto &instance = *new Channel;
     return instance;
@@ -32,14 +32,14 @@ void call(const ReportHandler &handler, const char *module, const char *category
     ++callsOnThisThread;
     try {
         handler(module, category, report);
-    } catch (...) {  // the reporting thread is not the host's
+    } catch (...) {  // it must not reach the thread that reports
     }
     --callsOnThisThread;
 }
 
 }  // namespace
 
-// A thread inside a handler waits for nobody: the one it waits for may be waiting for it.
+// A thread inside a handler does not wait: it could be waiting for its own call, or for a thread that waits for it.
 void setReportHandler(ReportHandler handler) {
     auto other = handler ? std::make_shared<Installed>(std::move(handler)) : nullptr;
     std::unique_lock lock(channel().mutex);
@@ -47,7 +47,7 @@ void setReportHandler(ReportHandler handler) {
     if (other && callsOnThisThread == 0) channel().idle.wait(lock, [&] { return other->running == 0; });
 }
 
-// The handler runs without the lock: it may install another one.
+// The handler runs without the lock, because it may install another one.
 void LiveStreamSDKSendReport(int, const char *module, const char *category, void *report, void *) {
     if (!report) return;
     std::shared_ptr<Installed> installed;

@@ -11,7 +11,7 @@ namespace oriplayer {
 namespace {
 
 constexpr std::chrono::milliseconds kPause{20};
-// A local file is in the system's cache when it has been looked at: little of it has to be held here.
+// A local file that was read once is in the system's cache, so little of it has to be kept here.
 constexpr int64_t kMostLocalBytes = 1 << 20;
 
 bool sameOpening(const InputOptions &a, const InputOptions &b, bool network) {
@@ -37,7 +37,7 @@ WarmSource::~WarmSource() = default;
 void WarmSource::run(const std::function<bool()> &mayWork, const std::function<void()> &stateChanged) {
     if (open(mayWork)) {
         const bool network = source_->input->network();
-        auto input = source_->input->readAhead();  // from kReady on the source may be somebody else's
+        auto input = source_->input->readAhead();  // after kReady a player may own the source
         {
             std::lock_guard lock(mutex_);
             state_ = State::kReady;
@@ -55,7 +55,7 @@ bool WarmSource::open(const std::function<bool()> &mayWork) {
     auto source = std::make_unique<OpenedSource>();
     auto failure = SourceInput::Failure::kNone;
     if (source->open(url_, options_, decoderThreads_, failure)) return false;
-    if (source->input->live()) return false;  // what waits here would be old when it is played
+    if (source->input->live()) return false;  // data that is read ahead would be out of date when it is played
     lowerThisThread();
     while (!source->picturesReady()) {
         if (!pauseWhile(mayWork)) return false;
@@ -66,7 +66,7 @@ bool WarmSource::open(const std::function<bool()> &mayWork) {
     return true;
 }
 
-// False if what is there is of no use.
+// False if the source cannot be used.
 bool WarmSource::readAhead(SourceInput::ReadAhead input, bool network, const std::function<bool()> &mayWork) {
     int64_t left = network ? mostBytes_ : std::min(mostBytes_, kMostLocalBytes);
     while (left > 0) {
@@ -83,14 +83,14 @@ bool WarmSource::readAhead(SourceInput::ReadAhead input, bool network, const std
 void WarmSource::giveUp() {
     std::unique_ptr<OpenedSource> useless;
     std::lock_guard lock(mutex_);
-    if (state_ == State::kGone) return;  // its new owner learns of the failure in its turn
+    if (state_ == State::kGone) return;  // its new owner will get the same error
     useless = std::move(source_);
     failed_ = true;
     state_ = State::kGone;
     changed_.notify_all();
 }
 
-// False if nobody wants it any more.
+// False if the source was dropped.
 bool WarmSource::pauseWhile(const std::function<bool()> &mayWork) {
     while (!cancel_ && !wanted_ && !mayWork()) {
         std::unique_lock lock(mutex_);
@@ -122,9 +122,9 @@ std::unique_ptr<OpenedSource> WarmSource::take(const InputOptions &options, int 
     changed_.notify_all();
     const auto route = options.route;
     const uint32_t known = route ? route->version() : 0;
-    if (route && isHttp(url_)) route->setUrl(url_);  // so that a change of network asks for its hosts
+    if (route && isHttp(url_)) route->setUrl(url_);  // so that a change of network looks up its hosts
     while (state_ == State::kOpening) {
-        const bool elsewhere = route && route->version() != known;  // this one would wait for the old host
+        const bool elsewhere = route && route->version() != known;  // this source still waits for the old host
         if (cancelled || elsewhere) return nullptr;
         changed_.wait_for(lock, kPause);
     }

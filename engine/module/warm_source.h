@@ -12,27 +12,29 @@
 
 namespace oriplayer {
 
-/// One source that is opened and read ahead until a player takes it.
+/// A source that is opened and read ahead until a player takes it.
 ///
-/// Threads:  run() on a thread of its own ("ori-preload"), all else from any. Lock: mutex_, a leaf.
+/// Threads:  run() on a separate thread ("ori-preload"), all else on any. Lock: mutex_, a leaf.
 class WarmSource {
 public:
     WarmSource(std::string url, InputOptions options, int decoderThreads, int64_t mostBytes);
     ~WarmSource();
 
-    /// Opens, decodes the first pictures, reads ahead. The decoders are made before the thread lowers its priority:
-    /// threads of theirs inherit it for good. `mayWork` false: a player needs machine and network for itself.
+    /// Opens the source, decodes its first pictures and reads ahead. Pauses while `mayWork` returns false, because a
+    /// player then needs the machine and the network. It makes the decoders before it lowers the thread's priority:
+    /// their threads would inherit the low priority permanently.
     void run(const std::function<bool()> &mayWork, const std::function<void()> &stateChanged);
 
-    /// True while it is being opened and its first pictures are decoded.
+    /// True while the source is being opened and its first pictures are being decoded.
     bool opening() const;
     bool failed() const;
-    /// Hands out the opened source and waits until it is open; `cancelled` ends the wait, and later each read. A packet
-    /// that is still being read ahead follows those already read. Null when opening failed, the options differ, the
-    /// source was taken before, `cancelled` is set, or the route of `options` changes hosts during the wait.
+    /// Waits until the source is open and hands it out. `cancelled` interrupts the wait, and later the reads of the new
+    /// owner. Returns null if opening has failed, the options or the number of decoder threads differ, the source was
+    /// taken before, `cancelled` is set, or the route of `options` changes hosts during the wait. A packet that run()
+    /// is still reading is delivered after those already read.
     std::unique_ptr<OpenedSource> take(const InputOptions &options, int decoderThreads,
                                        const std::atomic<bool> &cancelled);
-    /// Ends the work; what is open is closed by whoever lets go last.
+    /// Stops run(). The source is closed when the last reference is released.
     void drop();
 
 private:
@@ -49,7 +51,7 @@ private:
     const int64_t mostBytes_;
     std::atomic<bool> cancel_{false};
     std::atomic<bool> wanted_{false};
-    std::unique_ptr<OpenedSource> source_;  ///< run()'s while kOpening, then guarded by mutex_
+    std::unique_ptr<OpenedSource> source_;  ///< used by run() only while kOpening, then guarded by mutex_
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     State state_ = State::kOpening;  ///< guarded by mutex_

@@ -6,7 +6,7 @@
 
 namespace oriplayer {
 
-/// What one player has done so far. Each is written by one thread and read by any.
+/// What one player has done so far. Each member is written by one thread and read by any.
 struct Counters {
     using Count = std::atomic<int64_t>;
     // reading
@@ -32,13 +32,13 @@ struct Counters {
     Count soundsDecoded{0};
     Count soundsDecodedUs{0};  ///< programme time of these sounds
     Count soundsDropped{0};    ///< too late to be heard
-    Count soundsDamaged{0};    ///< packets of which the decoder could make nothing
+    Count soundsDamaged{0};    ///< packets that the decoder could not decode
     // playing
     Count presentedUs{0};    ///< programme time presented
-    Count stalls{0};         ///< times that playing stood because nothing was read
-    Count apart{0};          ///< times that pictures began to come too late for the sound
-    Count picturesStuck{0};  ///< times that a picture stood while the sound went on
-    Count soundsMissing{0};  ///< times that the sound failed while pictures went on, a lost device included
+    Count stalls{0};         ///< times that playback stopped because nothing was read
+    Count apart{0};          ///< times that pictures began to be too late for the sound
+    Count picturesStuck{0};  ///< times that the picture froze while the sound continued
+    Count soundsMissing{0};  ///< times that the sound failed while pictures continued, including a lost device
     // the streams
     std::atomic<int> videoCodec{0};
     std::atomic<int> width{0};
@@ -48,7 +48,7 @@ struct Counters {
     std::atomic<bool> hasVideo{false};
     std::atomic<bool> hasAudio{false};
     std::atomic<bool> opened{false};   ///< the first source's streams are known
-    std::atomic<bool> network{false};  ///< the source that is open comes from the network
+    std::atomic<bool> network{false};  ///< the open source is on the network
 };
 
 /// Adds the wall time of a scope to a counter.

@@ -28,8 +28,8 @@ struct Crop {
     bool operator==(const Crop &) const = default;
     bool whole() const { return left <= 0.0F && right >= 1.0F && top <= 0.0F && bottom >= 1.0F; }
 
-    /// Moves the planes and the size to the part that is shown. It begins on even pixels, where the chroma planes have
-    /// a sample, and is at least two pixels wide and high, as far as the picture is.
+    /// Limits the planes and the size to the part that is shown. It begins on even pixels, where the chroma planes have
+    /// a sample, and is at least two pixels wide and high if the picture is.
     void apply(VideoPicture &picture) const {
         if (whole()) return;
         const Span across = spanOf(left, right, picture.width);

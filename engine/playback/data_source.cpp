@@ -21,10 +21,10 @@ std::shared_ptr<IPeriod> firstPeriod(const std::vector<std::shared_ptr<PlayCompo
     return components[0]->playList->getPeriod(0);
 }
 
-// Of equal keys in one map the pair added last counts.
+// Appends the pairs of a map, the last one first, because of equal keys the pair that was added last counts.
 void collect(const StringMap *given, std::vector<std::pair<std::string, std::string>> &pairs) {
     if (!given) return;
-    const StringMap map(*given);  // the application may clear its own
+    const StringMap map(*given);  // a copy, because the application may clear the map
     for (int i = map.size() - 1; i >= 0; --i) pairs.emplace_back(map.keyAt(i), map.valueAt(i));
 }
 
@@ -58,7 +58,7 @@ std::string DataSource::headerOr(const std::string &key, const char *fallback) c
     return value && !value->empty() ? *value : fallback;
 }
 
-// A live source of type 3 comes without a URL: its address stands in the headers.
+// A live source of type 3 has no URL. Its address is built from the headers.
 std::string DataSource::resolve(const std::string &url) const {
     if (!url.empty() || headerOr("datasource_live_type", "") != "3") return url;
     const std::string server = headerOr("qzrtp_download_ip", headerOr("qzrtp_download_host", "").c_str());
@@ -132,7 +132,7 @@ std::vector<DataSource::Pair> DataSource::requestHeaders() const {
     for (const auto &[key, value] : pairs_) {
         if (key.starts_with(kRequestHeader)) add(key.substr(kRequestHeader.size()), value);
     }
-    // With an address in place of a name the server still has to know which host is meant.
+    // If the URL has an address instead of a name, the server still needs the name of the host.
     if (headerOr("datasource_live_type", "") == "3" && header("qzrtp_download_ip")) {
         if (const std::string *host = header("qzrtp_download_host")) add("Host", *host);
     }

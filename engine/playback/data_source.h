@@ -13,13 +13,13 @@
 
 namespace oriplayer {
 
-/// What setDataSource or changePeriod was given: the first component's first period, with its headers. The map of
-/// setDataSource is asked first, then the period's own, as it was at setDataSource.
+/// The argument of setDataSource or changePeriod: the first period of the first component, with its headers. Options
+/// are looked up in the map of setDataSource first, then in the period's own map, both as they were at the call.
 ///
 /// Request headers of network sources are pairs whose key is "http_header:" and a name, e.g. "http_header:Referer";
-/// of equal names the one asked first counts. The user agent is set by setUserAgent alone.
+/// of equal names the first one found counts. Only setUserAgent sets the user agent.
 ///
-/// Threads: set once before the player's threads run, then read only.
+/// Threads: set once before the player's threads run, then read-only.
 class DataSource {
 public:
     DataSource(const std::vector<std::shared_ptr<PlayComponent>> &components, const StringMap *headers);
@@ -28,20 +28,21 @@ public:
     /// Empty if there was no period.
     const std::shared_ptr<IPeriod> &period() const { return period_; }
     int64_t startMs() const;
-    /// For the text of an error: the options of a source without a URL that were given without a value, as "; empty
-    /// options: name, name", or nothing. An option of a type that has no text arrives empty.
+    /// The end of an error text: "; empty options: name, name" if the address of the source is built from options and
+    /// some of them are empty, otherwise nothing. An option of a type that cannot be converted to text is empty.
     std::string emptyOptions() const;
-    /// Its pictures are not for a window surface.
+    /// True if pictures of this source must not go to a window surface.
     bool refusesSurface() const;
     /// The period's sources at this moment.
     std::vector<std::shared_ptr<ISource>> sources() const;
-    /// A source's first URL, live URLs built, and its length as far as that is known without looking into a file.
+    /// The first URL of a source, or one built from the options, and its length if that is known without opening a
+    /// file.
     Programme::Item itemOf(ISource &source) const;
     std::vector<Programme::Item> itemsOf(const std::vector<std::shared_ptr<ISource>> &sources) const;
-    /// A source's declared length, microseconds, or 0; it may look into a local file.
+    /// The declared length of a source in microseconds, or 0; a local file without one may be opened.
     static int64_t askLength(ISource &source);
     InputOptions inputOptions(const Properties &properties, std::string userAgent) const;
-    /// The same for a source without headers.
+    /// The input options of a source without headers.
     static InputOptions optionsOf(const Properties &properties, std::string userAgent);
 
 private:
@@ -54,7 +55,7 @@ private:
     std::vector<Pair> requestHeaders() const;
 
     std::shared_ptr<IPeriod> period_;
-    std::vector<Pair> pairs_;  ///< the one asked first comes first
+    std::vector<Pair> pairs_;  ///< in the order in which they are looked up
 };
 
 }  // namespace oriplayer

@@ -9,7 +9,8 @@
 
 namespace oriplayer {
 
-/// How fast bytes arrive: those of the last second, counted in steps of 100 ms, whenever and however often anyone asks.
+/// The speed of a download over the last second, counted in steps of 100 ms. The result does not depend on when or how
+/// often it is read.
 /// Threads: any. Lock: mutex_, a leaf.
 class DownloadSpeed {
 public:
@@ -42,8 +43,8 @@ private:
     }
 
     std::mutex mutex_;
-    std::array<int64_t, kSteps> arrived_{};  ///< bytes of each step, by its number modulo kSteps
-    int64_t step_ = 0;                       ///< the present one, counted from the clock's epoch
+    std::array<int64_t, kSteps> arrived_{};  ///< bytes of each step, at the step's number modulo kSteps
+    int64_t step_ = 0;                       ///< number of the newest step, counted from the clock's epoch
 };
 
 }  // namespace oriplayer

@@ -27,33 +27,33 @@ enum PlayerEvent : int {
     kEventSoundFailed = 505,
 };
 
-/// First argument of 503 where a running replacement has failed: nothing ends, what played before plays on.
+/// First argument of 503 if a running replacement has failed: the source that was playing continues.
 constexpr int kArgumentOfReplacement = 2;
 
 /// Kinds of reports.
 enum ReportKind : int {
-    kReportSummary = 0,     ///< figures of the whole playback, at its end or at its error
-    kReportImpairment = 1,  ///< playing stood because nothing was read
+    kReportSummary = 0,     ///< figures of the whole playback, at its end or its error
+    kReportImpairment = 1,  ///< playback stopped because nothing was read
     kReportError = 2,
 };
 using ReportValues = std::map<std::string, std::string>;
 
-/// Tells the listener what happens, in the order of posting, on a thread of its own; the reporter as well.
-/// Threads:  post() from any; run() is the thread "ori-event"; it ends when silence() was called.
-/// Listener, reporter: called with no lock held, the one that is set at that moment.
+/// Delivers events to the listener and reports to the reporter, in the order of posting, on a separate thread.
+/// Threads:  run() is the thread "ori-event" and ends after silence(); all else on any.
+/// Listener, reporter: called without locks; those are called that are set at that moment.
 class Notifier {
 public:
     Notifier(int playerId, const Settings &settings) : playerId_(playerId), settings_(settings) {}
 
     void post(PlayerEvent event, Param param = {});
-    /// An event with FFmpeg's number and text; `argument` is the event's first one.
+    /// Posts an event with FFmpeg's error number and text; `argument` is its first argument.
     void post(PlayerEvent event, const MediaError &error, int argument = 0);
-    /// A report to the application's reporter.
+    /// Posts a report for the application's reporter.
     void post(ReportKind kind, ReportValues values);
-    /// Removes what waits under that number. True if there was something.
+    /// Removes all queued events with that number. True if there was one.
     bool withdraw(PlayerEvent event);
     void run();
-    /// No notify begins any more, what waits is dropped.
+    /// From now on no event is delivered; queued events are dropped.
     void silence();
     CallbackGate &gate() { return gate_; }
 

@@ -39,7 +39,7 @@ enum Number : int {
     kBufferMonitor = 4003,
 };
 
-// Accepted and without effect here.
+// Accepted, but without effect.
 constexpr std::array kAccepted{1991, 2001, 2002, 2003, 2005, 2007, 2012, 2013, 2015, 2016, 2100, 2330,
                                2360, 3200, 3201, 3202, 3300, 3600, 4100, 4101, 4102, 4105, 4213};
 
@@ -107,7 +107,7 @@ int Parameters::setMute(bool muted) {
     if (!stage.control.preparing()) {
         volumeOff_ = muted;
     } else {
-        // Unmuting takes back a later mute first, so that muting and unmuting a volume of 0 leaves it at 0.
+        // Unmuting first ends a mute that was set after prepareAsync. So muting and unmuting leaves a volume of 0 at 0.
         if (!muted && !muted_) volumeOff_ = false;
         muted_ = muted;
     }
@@ -234,7 +234,7 @@ VariantTimes::Report Parameters::hlsReport() const {
     return stage.variants.report(stage.clock.nowUs());
 }
 
-// 39 ints in the order that reports expect; what has no meaning here is 0.
+// 39 ints in the order that reports expect; fields without a meaning here are 0.
 void Parameters::getHlsState(Param &answer) const {
     const VariantTimes::Report hls = hlsReport();
     std::array<int64_t, 39> ints{};
@@ -252,8 +252,8 @@ void Parameters::getHlsState(Param &answer) const {
     for (const int64_t value : ints) answer.putInt32(toInt(value));
 }
 
-// A packet can be queued twice although its bytes were read once, because the demuxer serves a seek from its own
-// buffer. The limit keeps bytes that still wait from counting as used.
+// The demuxer can serve a seek from its own buffer, so a packet can be queued twice although its bytes were read once.
+// Without the limit, bytes that still wait to be decoded would then count as used.
 int64_t Parameters::usedBytes() const {
     const Stage &stage = session_.stage();
     const int64_t waiting = stage.videoPackets.bytes() + stage.audioPackets.bytes();
@@ -307,8 +307,8 @@ void Parameters::getStatistics(Param &answer) const {
         c.picturesDecoded > 0 ? c.decodeUs / c.picturesDecoded / 1000 : 0,  // avgVideoDecodeCost, ms
     };
     for (const int64_t value : ints) answer.putInt32(toInt(value));
-    // A second of the programme has so many pictures and sounds, of which only a share may be decoded and presented.
-    // What is decoded ahead of its time, or again after a seek, changes neither.
+    // The pictures and sounds in a second of the programme, multiplied by the share of them that is decoded or
+    // presented. What is decoded ahead, or again after a seek, does not change these figures.
     const float pictures = ratio(c.picturesDecoded, c.picturesDecodedUs, 1e6);
     const float sounds = ratio(c.soundsDecoded, c.soundsDecodedUs, 1e6);
     answer.putFloat(pictures * ratio(c.picturesDecoded, c.picturesDecoded + skipped));        // avgVideoDecodeFrameRate

@@ -7,15 +7,16 @@
 
 namespace oriplayer {
 
-/// The numbered parameters of a player. Answers come from values that are kept, without input or output.
-/// Threads: any. Lock: loudnessMutex_, over the renderer's.
+/// The numbered parameters of a player. A query reads stored values and does no input or output.
+/// Threads: any. Lock: loudnessMutex_; the renderer's lock is taken under it.
 class Parameters {
 public:
     explicit Parameters(Session &session) : session_(session) {}
 
-    /// 0, or -1 for a number that is unknown or not built, or a value that does not fit.
+    /// Returns 0, or -1 for an unsupported number or an invalid value.
     int set(int number, const Param &value);
-    /// 0 and the answer in `value`, also while it is not yet known (a zero); -1 where the number does not apply.
+    /// Writes the answer to `value` and returns 0; an answer that is not known yet is 0. Returns -1 if the number does
+    /// not apply.
     int get(int number, Param &value) const;
 
 private:

@@ -64,7 +64,7 @@ void PictureOutlet::drop() {
     ++stage_.counters.picturesDropped;
 }
 
-// The application may exchange the pipeline while it plays.
+// Follows a pipeline that the application has replaced during playback. False if there is none.
 bool PictureOutlet::open() {
     const auto wanted = stage_.settings.pipeline();
     if (wanted == pipeline_) return pipeline_ != nullptr;
@@ -82,14 +82,14 @@ void PictureOutlet::close() {
     closePipeline();
 }
 
-// Runs after stop() too, which lets no more pictures through but waits for this call.
+// Also runs after stop(): that delivers no more pictures, but waits until the pipeline is closed.
 void PictureOutlet::closePipeline() {
     if (!pipeline_) return;
     pipeline_->Close();
     pipeline_.reset();
 }
 
-// To the pipeline; without one to the window surface.
+// Hands the picture to the pipeline or, without one, to the window surface.
 void PictureOutlet::hand(const Shown &shown) {
     const Picture &picture = shown.picture;
     const bool piped = open();

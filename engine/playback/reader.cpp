@@ -127,7 +127,7 @@ bool Reader::open(int index) {
         if (!openCold(url, begin, *source)) return false;
     }
     adopt(std::move(*source), index);
-    if (warm) stage_.counters.networkBytes = networkBytes();  // these did not arrive just now
+    if (warm) stage_.counters.networkBytes = networkBytes();  // they arrived earlier: not part of the present speed
     return true;
 }
 
@@ -356,7 +356,7 @@ int64_t Reader::networkBytes() const {
     return closedNetworkBytes_ + (input_->network() ? input_->bytesRead() : 0);
 }
 
-// Counts as discarded what was read but neither decoded nor kept.
+// Counts all bytes as discarded that were read, but neither given to the decoders nor kept. `waitingBytes` are kept.
 void Reader::discardAllBut(int64_t waitingBytes) {
     countMedium();
     Counters &counters = stage_.counters;

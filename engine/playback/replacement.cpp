@@ -9,7 +9,7 @@
 namespace oriplayer {
 namespace {
 
-constexpr std::chrono::milliseconds kLookAgain{50};  // for the end of the player, which wakes nobody here
+constexpr std::chrono::milliseconds kLookAgain{50};  // because the end of the player does not wake this thread
 
 }  // namespace
 
@@ -26,7 +26,8 @@ void Replacement::run() {
     if (!error || cancel_ || stage_.control.over()) return;
     stage_.notifier.post(kEventReadFailed, {error.native, "replacing the source: " + error.text},
                          kArgumentOfReplacement);
-    // Whoever asked for a replacement at the end waits for another end, unless a seek goes back into the old source.
+    // The application that has requested a replacement after the end waits for another end. After a seek the old source
+    // plays again and has an end of its own.
     if (afterEnd_ && stage_.control.ended()) stage_.notifier.post(kEventEnd);
 }
 
@@ -34,7 +35,7 @@ MediaError Replacement::work() {
     if (MediaError error = describe()) return error;
     while (!cancel_ && !stage_.control.over()) {
         begin();
-        // Where the next round of a loop is being read already, that is where it joins.
+        // If the next round of a loop is being read already, it joins in that round.
         const int64_t position = stage_.clock.roundsAhead() > 0 ? 0 : stage_.positionUs();
         if (MediaError error = arrive(position)) return error;
         if (MediaError error = catchUp()) return error;
@@ -70,7 +71,7 @@ bool Replacement::outdated() const {
     return cancel_ || stage_.control.over() || !stage_.control.current(generation_);
 }
 
-// Of a programme shorter than that, its end.
+// Goes to the position, or to the end of a programme that is shorter.
 MediaError Replacement::arrive(int64_t positionUs) {
     const auto within = [this](int64_t us) {
         const int64_t total = result_->programme.totalUs();
@@ -102,7 +103,7 @@ MediaError Replacement::open(int index) {
     return {};
 }
 
-// What is decoded of the old source now; without pictures, its sound.
+// The time up to which the old source's pictures, or without pictures its sound, have been taken for decoding.
 int64_t Replacement::presentUs() const {
     if (stage_.untimed) return INT64_MIN;
     return (stage_.counters.hasVideo ? stage_.videoPackets : stage_.audioPackets).takenUs();

@@ -14,24 +14,25 @@
 
 namespace oriplayer {
 
-/// A running replacement: another data source is opened beside the one that plays and handed to the reader at the
-/// picture where it joins.
+/// Replaces the data source during playback. It opens the new source while the old one plays and hands it to the reader
+/// at the picture where playback changes over, the join.
 ///
-///   ori-change: opens, goes to the present position, decodes until it has caught up  -> kMeets
-///   ori-read:   says at which picture it joins, and reads no further                 -> kJoining
-///   ori-change: decodes up to that picture                                           -> kReady
-///   ori-read:   puts it behind what the old source still has to show                 -> kGone
+///   ori-change: opens the source, seeks to the present position, decodes until it has caught up  -> kMeets
+///   ori-read:   chooses the picture of the join and stops reading the old source                 -> kJoining
+///   ori-change: decodes up to that picture                                                       -> kReady
+///   ori-read:   queues the new source after what the old one still has to show                   -> kGone
 ///
-/// A seek that comes meanwhile is carried out in the old source; the new one follows it. If anything fails, 503 is
-/// raised and the old source plays on. A replacement asked for after the end is always followed by another 1001: of the
-/// new source, or, if it failed, of the old one.
+/// A seek before the join is carried out in the old source, and the new source follows it. If anything fails, 503 is
+/// raised and the old source continues. A replacement that is requested after the end is always followed by another
+/// 1001: at the end of the new source, or after the failure.
 ///
-/// Threads: run() is the thread "ori-change"; cancel() from any; the rest is the reader's. Lock: mutex_, a leaf.
+/// Threads: run() is the thread "ori-change"; cancel() on any; the other functions are for the reader. Lock: mutex_, a
+///          leaf.
 class Replacement {
 public:
     enum class State { kCatchingUp, kMeets, kJoining, kReady, kGone };
     struct Join {
-        int64_t playUs = 0;  ///< time of the first picture that is the new source's
+        int64_t playUs = 0;  ///< time of the new source's first picture
         int64_t baseUs = 0;  ///< play scale minus position there
     };
     struct Result {
@@ -40,9 +41,9 @@ public:
         InputOptions options;
         int decoderThreads = 0;
         Programme programme;
-        int index = 0;         ///< the source that is open
-        int64_t offsetUs = 0;  ///< its beginning on the programme's scale
-        int64_t endUs = 0;     ///< end of what was read of it, on its own scale
+        int index = 0;         ///< of the open source
+        int64_t offsetUs = 0;  ///< start of the open source on the programme's scale
+        int64_t endUs = 0;     ///< end of what was read of the open source, on its own scale
         Join join;
         OpenedSource source;  ///< with the pictures from the join on
     };
@@ -52,17 +53,17 @@ public:
     void run();
     void cancel();
 
-    /// True if the old source's end was raised before this replacement was asked for.
+    /// True if the old source had ended when this replacement was requested.
     bool afterEnd() const { return afterEnd_; }
     State state() const;
-    /// The new programme's length as far as it is known beforehand, or 0.
+    /// The length of the new programme if it is known in advance, or 0.
     int64_t announcedUs() const { return announcedUs_; }
-    /// The seek behind which it has caught up.
+    /// The generation of the seek that it follows.
     uint32_t generation() const { return generation_; }
     void joinAt(Join join);
-    /// Another place is meant now.
+    /// Makes it catch up again, because the join is no longer valid.
     void goBack();
-    /// Null unless it is ready.
+    /// Hands out the new source. Null unless the state is kReady.
     std::unique_ptr<Result> take();
 
 private:
@@ -78,12 +79,13 @@ private:
     bool outdated() const;
     int64_t presentUs() const;
     void set(State state);
-    /// Waits until the reader has answered; false if it is to begin anew, or to end.
+    /// Waits until the reader has changed the state `asked`. False if the new state is not `answer`: it has to start
+    /// again or to end.
     bool awaitAnswer(State asked, State answer);
 
     Stage &stage_;
     const bool afterEnd_;
-    std::unique_ptr<Result> result_;  ///< the change thread's until kReady, then guarded by mutex_
+    std::unique_ptr<Result> result_;  ///< used by ori-change only until kReady, then guarded by mutex_
     std::optional<RunUp> runUp_;
     int64_t announcedUs_ = 0;  ///< set once
     int64_t baseUs_ = 0;

@@ -19,9 +19,9 @@ using Role = ThreadSet::Role;
 
 namespace {
 
-// stop() is back within 100 ms; a thread that hangs longer in the system is left to end by itself.
+// stop() returns within 100 ms. A thread that hangs in the system for longer is not waited for.
 constexpr std::chrono::milliseconds kThreadPatience{90};
-// Longer than decoding one picture and a connection's interrupted call take.
+// Longer than it takes to decode one picture or to interrupt a call of a connection.
 constexpr std::chrono::milliseconds kReaperPatience{500};
 
 }  // namespace
@@ -50,7 +50,7 @@ bool Session::changePeriod(DataSource source) {
     std::lock_guard lock(sourceMutex_);
     if (reader_) {
         const auto replacement = std::make_shared<Replacement>(stage_, std::move(source));
-        // Of an end that the listener has not heard yet, the one of the replacement is left.
+        // If the listener has not received the old end yet, it receives only the end of the replacement.
         const bool withdrawn = replacement->afterEnd() && stage_.notifier.withdraw(kEventEnd);
         reader_->replace(replacement);
         const bool runs = launch("ori-change", Role::kWorks, [replacement] { replacement->run(); });
@@ -66,7 +66,7 @@ bool Session::changePeriod(DataSource source) {
     return true;
 }
 
-// Whoever replaces the period counts with its length from then on, and may ask before it has taken over.
+// The caller of changePeriod expects the new length from then on, also before the new source has taken over.
 int64_t Session::durationUs() {
     std::lock_guard lock(sourceMutex_);
     const int64_t announced = reader_ ? reader_->announcedUs() : 0;
@@ -91,7 +91,7 @@ bool Session::launchThreads() {
            launch("ori-read", Role::kWorks, [this] { reader_->run(); });
 }
 
-// What a thread throws is memory that is not there: the player has failed, the process goes on.
+// A thread throws only if there is no memory: then the player fails and the process continues.
 bool Session::launch(const char *name, Role role, std::function<void()> body) {
     return threads_.launch(name, role, shared_from_this(), [this, body = std::move(body)] {
         const FfmpegLog log([this](const std::string &line) { stage_.tellLog(line); });
@@ -119,7 +119,7 @@ bool Session::seek(int64_t positionUs, SeekMode mode) {
     const int64_t total = stage_.programme.totalUs();
     positionUs = std::max<int64_t>(0, positionUs);
     if (total > 0 && stage_.control.prepared()) positionUs = std::min(positionUs, total);
-    // A second seek in between would have its sound interrupted and its pictures cleared by this one.
+    // Otherwise this seek could interrupt the sound and clear the pictures of another one that begins at the same time.
     std::lock_guard lock(seekMutex_);
     const uint32_t generation = stage_.control.beginSeek(positionUs);
     if (generation == 0) return false;
@@ -131,14 +131,15 @@ bool Session::seek(int64_t positionUs, SeekMode mode) {
 
 void Session::setLooping(bool looping) {
     const bool before = stage_.looping.exchange(looping);
-    // What was read ahead of a round that shall not come is read anew, from where it is.
+    // Data of the next round has been read ahead, but that round will not be played: read again from the present
+    // position.
     if (before && !looping && stage_.control.prepared() && stage_.clock.roundsAhead() > 0) {
         seek(stage_.positionUs(), SeekMode::kExact);
     }
     stage_.readWake.notify();
 }
 
-// The player's threads go on meanwhile; the reader moves when the answer is there.
+// The player's threads continue in the meantime. The reader changes hosts when the answer has arrived.
 bool Session::changeNetwork(int state) {
     LineSpeed::forgetAll();
     const NetworkSwitchDomainCB ask = networkSwitchDomainCallback();
@@ -160,7 +161,7 @@ bool Session::chooseSubtitles(std::vector<SubtitleFile> files) {
     return launch("ori-text", Role::kWorks, [this] { stage_.subtitles.run(); });
 }
 
-// On its thread it may be in a call that waits for the network.
+// The thread of the replacement may be in a call that waits for the network.
 void Session::cancelReplacement() {
     std::lock_guard lock(sourceMutex_);
     if (reader_) reader_->replace(nullptr);
@@ -185,8 +186,8 @@ void Session::stop() {
     if (first && stage_.control.preparing()) leaveWorkers(!inside);
 }
 
-// Nobody hears of them any more: they come to their ends and are waited for by the reaper, which the process' end
-// awaits.
+// The working threads cannot deliver anything any more. The reaper waits until they have ended, and the end of the
+// process waits for the reaper.
 void Session::leaveWorkers(bool mayWait) {
     const auto wait = [self = shared_from_this()] {
         self->threads_.waitForOthers(Role::kWorks, steady_clock::now() + kReaperPatience);

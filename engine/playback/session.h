@@ -16,10 +16,10 @@
 
 namespace oriplayer {
 
-/// The running of one data source: the stage, the parts on it and their threads, which share the session and outlive
-/// whoever lets go of it.
+/// Plays one data source: owns the stage, the parts that work on it and their threads. Each thread holds a reference to
+/// the session, so the session exists until the last of them has ended.
 ///
-/// Threads: any, also the player's own from inside a callback.
+/// Threads: any, also the player's own inside a callback.
 class Session : public std::enable_shared_from_this<Session> {
 public:
     explicit Session(int playerId) : stage_(playerId) {}
@@ -27,12 +27,12 @@ public:
     Stage &stage() { return stage_; }
     const Stage &stage() const { return stage_; }
 
-    /// Once, before prepare().
+    /// Sets the data source, once, before prepare().
     bool setDataSource(DataSource source);
     bool addSource(const std::shared_ptr<ISource> &source);
-    /// A running replacement of the data source, or before prepare() a plain one.
+    /// Replaces the data source: during playback as described at Replacement, before prepare() directly.
     bool changePeriod(DataSource source);
-    /// Of what plays, or of the replacement that is on its way; 0 while unknown.
+    /// Duration of the current source, or of a pending replacement; 0 if unknown.
     int64_t durationUs();
     /// Starts the threads.
     bool prepare();
@@ -40,14 +40,14 @@ public:
     void pause();
     bool seek(int64_t positionUs, SeekMode mode);
     void setLooping(bool looping);
-    /// The network is another one: asks the application for the domains to use now, on a thread of its own, if a
-    /// download is under way. True if there was nothing to ask or the thread runs.
+    /// Handles a change of network. If a network source is open or being opened, gets the domains to use from the
+    /// application, on a separate thread. False if that thread cannot be started.
     bool changeNetwork(int state);
-    /// False if the system gives no thread to read them.
+    /// False if the thread that reads the files cannot be started.
     bool chooseSubtitles(std::vector<SubtitleFile> files);
-    /// Ends everything. Behind it nothing is told, shown or heard; from inside a callback, nothing but what another
-    /// callback of this player is just doing. Waits at most 90 ms and for callbacks under way; what was open and its
-    /// decoders go a little later.
+    /// Stops playback. No event, picture or sound is delivered after it returns; if it is called inside a callback,
+    /// other callbacks that are already running may still finish. Blocks for at most 90 ms plus those callbacks. Files
+    /// and decoders are released later.
     void stop();
 
 private:
@@ -59,7 +59,7 @@ private:
     Stage stage_;
     std::mutex sourceMutex_;
     std::optional<DataSource> source_;  ///< guarded by sourceMutex_ until prepare(), then read only
-    std::unique_ptr<Reader> reader_;    ///< the same
+    std::unique_ptr<Reader> reader_;    ///< guarded in the same way
     VideoPipe videoPipe_{stage_};
     AudioPipe audioPipe_{stage_};
     Presenter presenter_{stage_};

@@ -27,7 +27,7 @@
 
 namespace oriplayer {
 
-/// A failure of reading, told when what was read before it has been presented.
+/// A failure of reading. It is reported after everything that was read before it has been presented.
 /// Threads: any.
 class DeferredFailure {
 public:
@@ -53,9 +53,9 @@ private:
     std::optional<Failure> failure_;
 };
 
-/// What the threads of one player share: the queues between them, what is wanted, what was reached, and the signals
-/// that wake them. Each part locks for itself; no two locks are held at once, except the clock's or the
-/// parameters' over the renderer's.
+/// What the threads of one player share: the queues between them, the requested and the reached state, and the signals
+/// that wake them. Each part has its own lock. A thread holds only one of them at a time, except that the renderer's
+/// lock is taken under the clock's or the parameters' lock.
 ///
 ///   ori-read ── videoPackets ──▶ ori-video ── pictures ──▶ ori-show ──▶ pipeline
 ///       └────── audioPackets ──▶ ori-audio ──▶ sound (the device's thread)
@@ -90,50 +90,53 @@ struct Stage {
     Signal showWake;
 
     std::atomic<bool> looping{false};
-    std::atomic<bool> showPictures{true};  ///< false: pictures are paced and counted, not handed out
+    std::atomic<bool> showPictures{true};  ///< false: pictures are timed and counted, but not handed out
 
-    // Set by the reader before it hands out the first item of a generation.
+    // The reader sets these four before it queues the first item of a generation.
     std::atomic<bool> untimed{false};
-    std::atomic<bool> expectVideo{false};  ///< the source in which the generation begins has pictures
+    std::atomic<bool> expectVideo{false};  ///< the generation begins in a source that has pictures
     std::atomic<bool> expectAudio{false};
     std::atomic<int64_t> landingUs{INT64_MIN};  ///< play scale, where the generation begins; INT64_MIN: anywhere
-    std::atomic<bool> readAll{false};           ///< there is nothing more to read
-    std::atomic<uint32_t> ends{0};              ///< number of the last end that the reader has sent
-    std::atomic<uint32_t> soundEnd{0};          ///< number of the last end that the sound has come to
-    std::atomic<int> sourcesWait{0};            ///< added ones that the reader has not seen
-    std::atomic<int64_t> readBaseUs{0};         ///< play scale minus position where the reader is
-    std::atomic<int64_t> bufferedEndUs{0};      ///< position behind the last packet read
-    std::atomic<uint32_t> soundReady{0};        ///< generation of which sound waits in the renderer
-    std::atomic<uint32_t> soundEnded{0};        ///< generation whose sound has been decoded to its end
-    std::atomic<int64_t> soundEndUs{0};         ///< play scale, end of the sound decoded last
-    std::atomic<bool> catchesUp{false};         ///< the picture shown first was decoded alone; the next is under way
-    std::atomic<bool> soundLost{false};         ///< no device: what is decoded is paced and goes nowhere
-    std::atomic<uint32_t> shownGeneration{0};   ///< generation of what is presented
+
+    std::atomic<bool> readAll{false};          ///< there is nothing more to read
+    std::atomic<uint32_t> ends{0};             ///< number of the last end that the reader has queued
+    std::atomic<uint32_t> soundEnd{0};         ///< number of the last end that the sound has reached
+    std::atomic<int> sourcesWait{0};           ///< number of added sources that the reader has not seen
+    std::atomic<int64_t> readBaseUs{0};        ///< play scale minus position, at the place where the reader is
+    std::atomic<int64_t> bufferedEndUs{0};     ///< end position of the last packet read
+    std::atomic<uint32_t> soundReady{0};       ///< generation of the sound that waits in the renderer
+    std::atomic<uint32_t> soundEnded{0};       ///< generation whose sound has been decoded to its end
+    std::atomic<int64_t> soundEndUs{0};        ///< play scale, end of the last sound decoded
+    std::atomic<bool> catchesUp{false};        ///< the first picture was decoded alone; the next is not decoded yet
+    std::atomic<bool> soundLost{false};        ///< no device: decoded sound is timed and dropped
+    std::atomic<uint32_t> shownGeneration{0};  ///< generation of what is presented
 
     void wakeAll();
-    /// Wakes all, drops decoded pictures and makes the sound's wait for room end: what waits is out of date.
+    /// Called when queued data is out of date: wakes all threads, drops decoded pictures and ends the sound thread's
+    /// wait for room.
     void dropOutdated();
 
-    /// 306 if the size is new.
+    /// Raises 306 if the size has changed.
     void tellSize(int width, int height);
-    /// 309: a line for the application's log.
+    /// Raises 309, a line for the application's log.
     void tellLog(const std::string &line);
-    /// 1000, once.
+    /// Raises 1000, once.
     void tellPrepared();
-    /// One of 501 to 504: final.
+    /// Raises `event`, one of 501 to 504, and ends playback.
     void fail(PlayerEvent event, const MediaError &error);
-    /// 505, once; the clock goes on without sound.
+    /// Raises 505, once; the clock continues without sound.
     void loseSound(const MediaError &error);
 
-    /// Tells the end and, in front of it, the summary.
+    /// Sends the summary report, then raises the end.
     void tellEnd();
-    /// Playing stands because nothing was read: counts and reports it.
+    /// Counts and reports a stall: playback has stopped because nothing was read.
     void reportStall();
 
     int64_t positionUs() const;
-    /// A network source is open and has not been read to its end; also while the buffer is full.
+    /// True if a network source is open and has not been read to its end, also while the buffer is full.
     bool downloading() const { return counters.network && !readAll && !control.over(); }
-    /// It has nothing to show yet, or it plays, there is more to read, and what was read lasts less than half a second.
+    /// True if there is nothing to show yet, or if the player plays with more to read and less than half a second of
+    /// data left.
     bool starves() const;
 
 private:

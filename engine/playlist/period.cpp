@@ -13,7 +13,7 @@ std::shared_ptr<StringMap> copyOf(const std::shared_ptr<StringMap> &headers) {
     return std::make_shared<StringMap>(*headers);
 }
 
-/// Lock: mutex_ guards everything; nothing outside is called under it but the maps' own functions.
+/// Lock: mutex_ guards all members. Under it only the functions of the maps are called.
 class Period final : public IPeriod {
 public:
     int addSource(const std::shared_ptr<ISource> &source) override {

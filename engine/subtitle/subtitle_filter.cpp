@@ -68,7 +68,7 @@ SubtitleFilter::SubtitleFilter(const SubtitleFile &file, const SubtitleLook &loo
 
 MediaError SubtitleFilter::open() {
     const DecimalPoint point;
-    // A name is never taken for an address: whatever stands in it, it is a local file.
+    // The name is always that of a local file, even if it looks like a URL.
     const std::string path = file_.path.rfind("file:", 0) == 0 ? file_.path : "file:" + file_.path;
     if (MediaError error = readEventTimes(path, times_)) return error;
     const bool ownFont = look_.fontName.find('/') != std::string::npos;

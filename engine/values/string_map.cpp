@@ -8,8 +8,8 @@
 
 namespace oriplayer {
 
-// Each pair by itself: its texts stay where they are when others are added, and an empty map, of which a long play list
-// has one a period, takes 80 bytes.
+// Each pair is allocated separately: its texts keep their addresses when others are added. An empty map takes 80 bytes;
+// a long play list has one for each period.
 struct StringMap::Impl {
     struct Pair {
         std::string key;

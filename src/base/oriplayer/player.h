@@ -55,14 +55,15 @@ public:
     virtual int seekTo(int positionMs, int mode) = 0;
     virtual int stop(bool release) = 0;
     virtual int reserved11() { return -1; }
-    /// Mode 0 is what is presented, 1 the end of what is buffered. 0, or -1 if `positionMs` is null.
+    /// Writes the presented position (mode 0) or the end of the buffered data (mode 1). 0, or -1 if `positionMs` is
+    /// null.
     virtual int getCurrentPosition(int64_t *positionMs, int mode) = 0;
     /// Writes 0 while the length is unknown. 0, or -1 if `durationMs` is null.
     virtual int getDuration(int64_t *durationMs) = 0;
     virtual int getVideoWidth() = 0;
     virtual int getVideoHeight() = 0;
     virtual int setParameter(int number, const Param &value, int index) = 0;
-    /// 0 if `*value` holds the answer; -1 if it does not apply or `value` is null.
+    /// Writes the answer to `*value` and returns 0. -1 if the number does not apply or `value` is null.
     virtual int getParameter(int number, Param *value, int index) = 0;
     virtual bool isPlaying() = 0;
     virtual int setVideoPipeline(std::shared_ptr<VideoRenderPipeline> pipeline) = 0;

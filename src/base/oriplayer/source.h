@@ -7,11 +7,11 @@
 
 namespace oriplayer {
 
-/// One source of a period: a list of URLs for the same content, each with its declared length. A source counts with
-/// its first URL. The operations here are neutral (-1, null, 0), so that a class may derive from ISource for its own
-/// ends; what create() gives is the working one.
+/// One source of a period: a list of URLs for the same content, each with its declared length. The first URL is played.
+/// The operations of this class do nothing and return -1, null or 0, so that a class can derive from it and override
+/// only some; create() returns an object that implements them.
 ///
-/// Threads:  any; the object that create() gives locks inside.
+/// Threads:  any; the object from create() locks internally.
 class ORI_API ISource {
 public:
     /// `durationSeconds` 0.0 means not declared: getDuration() of a local regular file then asks the file, once.
@@ -22,7 +22,7 @@ public:
     virtual int addUrl(const char *url, double durationSeconds);
     /// Null past the end. Valid as long as the source.
     virtual const char *getUrl(int index);
-    /// 0, or -1 past the end (`url` stays).
+    /// 0, or -1 past the end (`url` is unchanged).
     virtual int getUrl(int index, std::string &url);
     /// 0, or -1 past the end (`*seconds` is unchanged) or if `seconds` is null. An unknown length is 0.0.
     virtual int getDuration(int index, double *seconds);

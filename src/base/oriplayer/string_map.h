@@ -6,8 +6,8 @@ namespace oriplayer {
 
 /// An indexed list of text pairs, the headers of periods and data sources. Keys may repeat.
 ///
-/// Threads:  any; it locks inside. The texts that keyAt, valueAt and valueFor answer belong to the map and stay valid
-///           until clear() or its end: copy a map that another thread may clear meanwhile.
+/// Threads:  any; the map locks internally. The texts that keyAt, valueAt and valueFor return belong to the map and are
+///           valid until it is cleared or destroyed. If another thread may clear it, use a copy.
 class ORI_API StringMap {
 public:
     StringMap();
