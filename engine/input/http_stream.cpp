@@ -21,10 +21,10 @@ namespace {
 
 constexpr int kBufferBytes = 32 * 1024;  // as FFmpeg's own connections have
 constexpr int kTries = 3;
-// In front of the first, second and third try: a server that restarts is back within a second or two.
+// Pauses before the first, second and third try. A server that restarts is back within a second or two.
 constexpr milliseconds kRests[kTries] = {milliseconds(0), milliseconds(300), milliseconds(1000)};
 constexpr milliseconds kRestStep{20};
-// A connection that gives less than this before it breaks again is no progress.
+// A connection that delivers fewer bytes than this before it breaks is not progress.
 constexpr int64_t kProgressBytes = 16 * 1024;
 constexpr int kMostConnectMs = 3000;
 
@@ -46,7 +46,7 @@ bool HttpStream::mayPass(int result) {
     }
 }
 
-/// What is asked of the stream (the place behind redirections, the type, cookies) its connection answers.
+/// Options that FFmpeg reads from the stream (URL after redirections, content type, cookies) come from its connection.
 void *HttpStream::connectionOf(void *io, void *previous) {
     const auto *stream = static_cast<const HttpStream *>(static_cast<const AVIOContext *>(io)->opaque);
     return previous || !stream->connection_ ? nullptr : stream->connection_->io();
@@ -172,7 +172,7 @@ int HttpStream::download(uint8_t *buffer, int size) {
 }
 
 int HttpStream::receive(uint8_t *buffer, int size) {
-    // A silence is waited out where nothing else can be tried.
+    // If no other connection can be tried, it waits for the whole time-out.
     const bool hopeful = tries_ < kTries && !cannotResume();
     const auto last = silentFrom_ + milliseconds(timeoutMs_);
     patience_.waitUntil(hopeful ? std::min(last, steady_clock::now() + milliseconds(timeoutMs_ / 2)) : last);
@@ -184,7 +184,7 @@ int HttpStream::receive(uint8_t *buffer, int size) {
     return result;
 }
 
-/// To the first of the new hosts that has the same body; if none has, everything stays as it is.
+/// Changes to the first of the new hosts that has the same body. If none has it, nothing changes.
 void HttpStream::follow() {
     patience_.know(route_->version());
     const auto until = steady_clock::now() + milliseconds(timeoutMs_ / 2);
@@ -196,7 +196,8 @@ void HttpStream::follow() {
     }
 }
 
-/// False when all tries are used up; then failure_ says why. A connection that is only silent is kept meanwhile.
+/// Opens a new connection after `why`, an AVERROR. A connection that is only silent is kept until a new one is open.
+/// False if the caller gives up or no try is left; in the latter case failure_ is the reason.
 bool HttpStream::replace(int why) {
     const bool silent = why == AVERROR_EXIT;
     if (silent && steady_clock::now() >= silentFrom_ + milliseconds(timeoutMs_)) {
@@ -217,7 +218,7 @@ bool HttpStream::replace(int why) {
     return false;
 }
 
-/// False if something else came in between.
+/// False if the caller gives up or the hosts change before the time is over.
 bool HttpStream::rest(std::chrono::milliseconds time) {
     const auto until = steady_clock::now() + time;
     while (steady_clock::now() < until) {
@@ -248,7 +249,7 @@ int HttpStream::connect() {
 }
 
 bool HttpStream::connectTo(const std::string &url, const AVDictionary *options, int &result) {
-    // What cannot be resumed and has no length is a live stream: it is joined where it is now.
+    // A body that cannot be resumed and has no length is a live stream. It is joined at its present end.
     const bool join = size_ < 0 && !seekable_;
     auto next = HttpConnection::open(url, join ? 0 : position_, options, patience_, result);
     if (!next) return false;

@@ -13,10 +13,10 @@
 
 namespace oriplayer {
 
-/// One HTTP body as a demuxer reads it, on connections that come and go underneath. A connection that breaks, that says
-/// nothing for half of the time-out, or that ends before the announced length is replaced by one that begins at the
-/// byte where it stood; three tries without progress are the end, and that is an error. When the player's requests go
-/// to other hosts, the body goes on from the first of them that has it.
+/// One HTTP body as a demuxer reads it, independent of the connections that transfer it. A connection that breaks, that
+/// is silent for half of the time-out, or that ends before the announced length is replaced by one that begins at the
+/// byte it had reached; after three tries without progress the stream fails. When the player changes to other hosts,
+/// the body continues from the first of them that has it.
 ///
 /// Threads: one at a time.
 class HttpStream {
@@ -29,34 +29,34 @@ public:
         std::shared_ptr<HostRoute> route;            ///< may be null
         int timeoutMs = 8000;
         int tries = 1;               ///< for the first connection
-        LineSpeed *speed = nullptr;  ///< is told what comes, and how long it is waited for; outlives the stream
+        LineSpeed *speed = nullptr;  ///< measures the bytes and the time spent waiting; outlives the stream
     };
-    /// Null, and an AVERROR in `result`.
+    /// Opens the first connection. On failure returns null and writes an AVERROR to `result`.
     static std::unique_ptr<HttpStream> open(const Setup &setup, int &result);
     ~HttpStream();
     HttpStream(const HttpStream &) = delete;
     HttpStream &operator=(const HttpStream &) = delete;
 
-    /// Another route, for a new owner; while nobody reads.
+    /// Sets the route of a new owner. Nobody may read at the same time.
     void takeRoute(std::shared_ptr<HostRoute> route) {
         patience_.heed(route.get());
         route_ = std::move(route);
     }
-    /// For demuxers; lives as long as the stream.
+    /// The input for a demuxer; valid as long as the stream.
     AVIOContext *io() const { return io_; }
-    /// What a demuxer has not read yet; nothing if that is more than `most` bytes or cannot be read.
+    /// The part of the body that has not been read yet. Empty if that is more than `most` bytes or cannot be read.
     std::optional<std::string> restOfBody(std::size_t most);
     /// From now on demuxers read this text, from its beginning, in place of the body.
     void show(std::string text);
     bool showsText() const { return shown_.has_value(); }
-    /// What has come of the body.
+    /// The number of bytes received.
     int64_t bytes() const { return bytes_; }
-    /// Why the body cannot be read on, an AVERROR; 0 while it can. A seek tries anew, behind a time-out only if it was
-    /// mended before.
+    /// The AVERROR for which the body cannot be read any further, or 0. A seek tries again, but after a time-out only
+    /// if mend() was called before.
     int failure() const { return failure_; }
     void mend();
 
-    /// False if another try is useless: the server has said what it thinks of the request, or is not to be asked.
+    /// False if another try is useless, because the server has rejected the request or must not be contacted.
     static bool mayPass(int result);
 
 private:
@@ -87,17 +87,17 @@ private:
     const int timeoutMs_;
     LineSpeed *const speed_;
     HttpPatience patience_;
-    std::unique_ptr<HttpConnection> connection_;  ///< null behind a seek, until there is something to read
+    std::unique_ptr<HttpConnection> connection_;  ///< null after a seek, until the next read
     AVIOContext *io_ = nullptr;
     int64_t bytes_ = 0;
     int64_t position_ = 0;
     int64_t size_ = -1;
     bool seekable_ = false;
     std::chrono::steady_clock::time_point silentFrom_;
-    int tries_ = 0;           ///< since there was progress
-    int64_t progressAt_ = 0;  ///< position from which on the tries begin anew
+    int tries_ = 0;           ///< since the last progress
+    int64_t progressAt_ = 0;  ///< the position that counts as progress and resets tries_
     int failure_ = 0;
-    std::optional<std::string> shown_;  ///< in place of the body
+    std::optional<std::string> shown_;  ///< read instead of the body
 };
 
 }  // namespace oriplayer

@@ -14,18 +14,18 @@ using std::chrono::steady_clock;
 
 namespace {
 
-constexpr int64_t kInTimeUs = 500;  // closer than this a picture is shown at once
+constexpr int64_t kInTimeUs = 500;  // a picture that is due sooner than this is shown immediately
 constexpr int64_t kLateUs = Impairments::kApartUs;
-constexpr int64_t kLandingUs = 50'000;         // a first picture further behind the landing place waits for its time
-constexpr int kMostDropped = 7;                // in a row: a machine too slow for the programme still shows something
-constexpr int64_t kDeviceTailUs = 100'000;     // sound beyond the last picture that plays out in the device's mix
-constexpr milliseconds kLookAgain{100};        // the sound may lead differently than extrapolated
-constexpr milliseconds kAwaitSound{500};       // for sound decoded behind the first picture
-constexpr milliseconds kAwaitSecond{150};      // a first picture stands for this long until its successor is decoded
-constexpr int64_t kInterleavedUs = 1'000'000;  // sound read further ahead than this goes on without pictures
-constexpr int64_t kRefillUs = 500'000;         // read ahead before playing goes on behind a stall, ...
-constexpr milliseconds kRefillTime{1000};      // ... unless it comes so slowly
-constexpr int64_t kEndPatienceUs = 500'000;    // for a device that does not say that it has played everything
+constexpr int64_t kLandingUs = 50'000;      // a first picture further after the target waits for its time
+constexpr int kMostDropped = 7;             // consecutive pictures, so that a machine that is too slow still shows some
+constexpr int64_t kDeviceTailUs = 100'000;  // sound after the last picture that the device still plays
+constexpr milliseconds kLookAgain{100};     // because the sound may differ from the extrapolated time
+constexpr milliseconds kAwaitSound{500};    // wait for sound that is decoded after the first picture
+constexpr milliseconds kAwaitSecond{150};   // the clock waits this long for the second picture
+constexpr int64_t kInterleavedUs = 1'000'000;  // with more sound read ahead than this, pictures are not awaited
+constexpr int64_t kRefillUs = 500'000;         // read ahead before playback continues after a stall, ...
+constexpr milliseconds kRefillTime{1000};      // ... but it waits no longer than this
+constexpr int64_t kEndPatienceUs = 500'000;    // wait for a device that does not report that it has played everything
 
 }  // namespace
 

@@ -9,17 +9,17 @@
 
 namespace oriplayer {
 
-/// Presents the programme: shows each picture at its time, lets clock and sound run and stand, finds out when it has
-/// stalled and when it is over. Nothing is presented before start().
+/// Presents the programme: shows each picture at its time, starts and stops clock and sound, and detects stalls and the
+/// end. Nothing is presented before start().
 ///
-/// Threads: everything on the thread "ori-show".
+/// Threads: all functions on the thread "ori-show".
 class Presenter {
 public:
     explicit Presenter(Stage &stage) : stage_(stage), outlet_(stage) {}
     void run();
 
 private:
-    /// When to look again if nothing wakes the thread before.
+    /// When to run step() again if nothing wakes the thread before.
     using Next = std::optional<SteadyTime>;
     using Front = PictureQueue::Front;
 
@@ -50,21 +50,21 @@ private:
     Stage &stage_;
     PictureOutlet outlet_;
     Impairments impairments_{stage_.counters};
-    // of the generation
+    // for the present generation
     uint32_t generation_ = 0;
     bool landed_ = false;
-    uint32_t picturesEnd_ = 0;  ///< number of the last end that the pictures have come to
+    uint32_t picturesEnd_ = 0;  ///< number of the last end that the pictures have reached
     bool stalled_ = false;
-    int64_t stalledAtUs_ = 0;                 ///< position up to which had been read then
-    std::optional<SteadyTime> refillsSince_;  ///< the first new data behind a stall
+    int64_t stalledAtUs_ = 0;                 ///< end position of what had been read when it stalled
+    std::optional<SteadyTime> refillsSince_;  ///< when the first new data after a stall arrived
     bool pictureShown_ = false;
     int64_t lastEndUs_ = INT64_MIN;  ///< play scale, end of the last picture shown
-    int64_t accountedUs_ = 0;        ///< play scale, counted as presented so far
+    int64_t accountedUs_ = 0;        ///< play scale, end of what has been counted as presented
     SteadyTime landedAt_;
-    // of the player
+    // for the whole life of the player
     bool firstTold_ = false;
     bool begun_ = false;
-    int dropped_ = 0;  ///< pictures in a row
+    int dropped_ = 0;  ///< consecutive pictures
 };
 
 }  // namespace oriplayer

@@ -10,7 +10,7 @@
 namespace oriplayer {
 namespace {
 
-// Read ahead of what is decoded. A file is at hand at any time; a network may hesitate.
+// How far to read ahead of what is decoded. A file is always available, a network may be slow for a while.
 constexpr int64_t kLocalAheadUs = 1'500'000;
 constexpr int64_t kNetworkAheadUs = 4'000'000;
 // Declared lengths are rounded.
@@ -35,7 +35,7 @@ void Reader::run() {
         }
     }
     if (const auto replacement = this->replacement()) replacement->cancel();
-    // Closing takes time: the next player, which is about to begin, shall not share the machine with it.
+    // Closing takes time. It is done later, so that it does not slow down the next player, which is about to begin.
     static const std::atomic<bool> over{true};
     if (input_) input_->watch(&over);  // it outlives the stage
     Reaper::instance().bury(std::move(input_), std::move(video_), std::move(audio_));
@@ -75,7 +75,7 @@ void Reader::begin() {
     }
     for (std::size_t i = 0; i < sources.size(); ++i) {
         const int index = static_cast<int>(i);
-        // A local file alone is opened at once and tells its length itself; a network source may have none.
+        // A single local file is opened right after this, and then its length is known. A network source may have none.
         const bool wanted = sources.size() > 1 || stage_.programme.url(index).find("://") != std::string::npos;
         if (wanted) stage_.programme.declare(index, DataSource::askLength(*sources[i]));
     }
@@ -85,7 +85,7 @@ void Reader::begin() {
 }
 
 void Reader::takeAdded() {
-    if (held_) return;  // the end is taken back
+    if (held_) return;  // the queued end has been taken out of the queues
     std::vector<Added> added;
     {
         std::lock_guard lock(mutex_);
@@ -97,7 +97,7 @@ void Reader::takeAdded() {
     stage_.sourcesWait -= static_cast<int>(added.size());
 }
 
-// Behind what was the end.
+// Continues with a source that was added after the end.
 void Reader::goOn() {
     stage_.readAll = false;
     stage_.control.resumeFromEnd();
@@ -151,7 +151,7 @@ void Reader::adopt(OpenedSource source, int index) {
     input_->adapt();
 }
 
-// The time-out counts from `begin`: a source opened ahead may have been waited for, in vain.
+// The time-out counts from `begin`, because time may have passed in waiting for a source opened in advance that failed.
 bool Reader::openCold(const std::string &url, std::chrono::steady_clock::time_point begin, OpenedSource &source) {
     auto failure = SourceInput::Failure::kNone;
     InputOptions options = options_;
@@ -185,7 +185,7 @@ void Reader::describeStreams() {
     }
 }
 
-// From the last packet on the source is another variant of itself. False if that cannot be decoded.
+// Called when the last packet was the first one of another variant of the source. False if that cannot be decoded.
 bool Reader::followVariant() {
     const auto variants = input_->variants();
     if (variants.changes == changes_) return true;
@@ -233,7 +233,7 @@ StreamItem Reader::soundStream() const {
 void Reader::pushStreams() {
     StreamItem item = pictureStream();
     if (untouched_) item.beginsUs = offsetUs_ + baseUs_;
-    if (offsetUs_ + baseUs_ != 0) ahead_.undoDecoding();  // the decoder knows these pictures by other times
+    if (offsetUs_ + baseUs_ != 0) ahead_.undoDecoding();  // they were decoded with other times
     item.pictures = std::move(ahead_.pictures);
     item.goesOn = !ahead_.decoding.empty();
     for (const PacketPtr &packet : ahead_.decoding) item.fedUs = std::max(item.fedUs, endOf(*packet));
@@ -278,7 +278,7 @@ void Reader::pushBoth(StreamItem::Kind kind, int64_t targetUs) {
     stage_.audioWake.notify();
 }
 
-// One stream's full queue does not stop the other's, or a file that is interleaved badly would stand still.
+// A full queue of one stream does not stop the other one, because a badly interleaved file would then stall.
 bool Reader::hasRoom() const {
     const bool videoWants = video_ && !stage_.videoPackets.full();
     const bool audioWants = audio_ && !stage_.audioPackets.full();
@@ -288,7 +288,7 @@ bool Reader::hasRoom() const {
     return bytes < (starving ? 2 * kMostBytes : kMostBytes);
 }
 
-// Null at the end or behind a failure: both have been handled.
+// Null at the end or after a failure; both have been handled then.
 PacketPtr Reader::read(SourceInput::Stream &stream) {
     PacketPtr packet(av_packet_alloc());
     const int result = packet ? input_->read(packet.get(), stream) : AVERROR(ENOMEM);
@@ -364,7 +364,7 @@ void Reader::discardAllBut(int64_t waitingBytes) {
     counters.discardedBytes = std::max<int64_t>(counters.discardedBytes, discarded);
 }
 
-// Much is missing of the length that was promised, and nothing says that there is no more.
+// True if the source ends long before its declared length and nothing shows that this is its real end.
 bool Reader::breaksOff() const {
     if (input_->endIsProof()) return false;
     const int64_t promised = stage_.programme.startOf(index_ + 1) - stage_.programme.startOf(index_);
@@ -391,7 +391,7 @@ bool Reader::startNext(int index) {
     return true;
 }
 
-// False if there is nothing that could be played again.
+// Begins the next round of a loop. False if there is nothing that could be played again.
 bool Reader::startOver() {
     const int64_t length = stage_.programme.startOf(stage_.programme.count());
     if (length <= 0) return false;
@@ -406,7 +406,7 @@ bool Reader::startOver() {
     return true;
 }
 
-// What was read before is still presented: the failure is told behind it.
+// What was read before the failure is still presented; the failure is raised after it.
 void Reader::giveUp(PlayerEvent event, MediaError error) {
     if (stage_.control.stopped()) return;
     const bool nothingRead = !stage_.control.prepared() && !stage_.counters.opened;

@@ -18,25 +18,25 @@
 
 namespace oriplayer {
 
-/// Opens the sources in turn and fills the packet queues, carries out seeks, begins anew when looping. The next source
-/// is opened as soon as the one before is read, while that is still being presented.
+/// Opens the sources in turn and fills the packet queues, carries out seeks, and starts over when looping. The next
+/// source is opened as soon as the one before is read, while that is still being presented.
 ///
-/// Threads: add() from any, all else on the thread "ori-read". Lock: mutex_, for what add() leaves behind.
+/// Threads: add(), replace() and announcedUs() on any, all else on the thread "ori-read". Lock: mutex_, for what these
+///          three store.
 class Reader {
 public:
-    /// A stream that is interleaved far away may let the other's queue grow to this, once more if it has nothing at
-    /// all.
+    /// Limit of both packet queues together. It is twice as much while one of them is empty, because the packets of
+    /// that stream may be far away in the file.
     static constexpr int64_t kMostBytes = 48 << 20;
 
     Reader(Stage &stage, DataSource source) : stage_(stage), source_(std::move(source)) {}
 
     void run();
-    /// A source behind the others, in the programme and in its period.
-    /// False without a period.
+    /// Appends a source to the programme and to its period. False without a period.
     bool add(const std::shared_ptr<ISource> &source);
-    /// Another data source takes over as soon as it can; one that was to do so before does not any more.
+    /// Sets the pending replacement, null for none, and cancels the former one.
     void replace(std::shared_ptr<Replacement> replacement);
-    /// The length that is to come with a replacement that is on its way, or 0.
+    /// The length of a pending replacement, or 0.
     int64_t announcedUs();
 
 private:
@@ -85,7 +85,7 @@ private:
     void handBack(PacketQueue &queue, KeptPackets kept, StreamItem stream, int64_t targetUs) const;
 
     // Running replacement, reader_replacement.cpp
-    /// What was taken back for the source that is to join, in case it fails.
+    /// Packets of the old source that were taken out of the queues for the join. They are put back if it fails.
     struct Held {
         std::shared_ptr<Replacement> by;
         uint32_t generation = 0;
@@ -103,26 +103,26 @@ private:
     void putBack();
 
     Stage &stage_;
-    DataSource source_;  ///< once run() has begun, guarded by mutex_ where another thread reads it
+    DataSource source_;  ///< after run() has begun, changed and read by other threads under mutex_
     InputOptions options_;
     int decoderThreads_ = 0;
 
     std::unique_ptr<SourceInput> input_;
     std::shared_ptr<VideoDecoder> video_;
     std::shared_ptr<AudioDecoder> audio_;
-    OpenedSource ahead_;    ///< of the source just opened: what was read of it ahead, and nothing else
-    int index_ = -1;        ///< the source that input_ reads
-    int64_t offsetUs_ = 0;  ///< its beginning on the programme's scale
-    int64_t baseUs_ = 0;    ///< length of the rounds read before, when looping
-    int64_t endUs_ = 0;     ///< end of what was read of it, on its own scale
-    int64_t soughtUs_ = 0;  ///< where reading has begun, on the same scale
-    uint32_t changes_ = 0, soundChanges_ = 0;   ///< of the source's variant, as they are known
-    bool newVideo_ = false, newAudio_ = false;  ///< another variant's: the decoder threads have not got them yet
-    bool untouched_ = false;                    ///< input_ stands at its beginning
-    bool brokenOff_ = false;                    ///< input_ stands nowhere: a newer seek has ended its last call
+    OpenedSource ahead_;                        ///< only what was read ahead of the source that was just opened
+    int index_ = -1;                            ///< the source that input_ reads
+    int64_t offsetUs_ = 0;                      ///< start of that source on the programme's scale
+    int64_t baseUs_ = 0;                        ///< length of the rounds read before, when looping
+    int64_t endUs_ = 0;                         ///< end of what was read of that source, on its own scale
+    int64_t soughtUs_ = 0;                      ///< where reading of that source has begun, on its own scale
+    uint32_t changes_ = 0, soundChanges_ = 0;   ///< number of changes of variant that were handled
+    bool newVideo_ = false, newAudio_ = false;  ///< decoders of a new variant that the decoder threads do not have yet
+    bool untouched_ = false;                    ///< nothing has been read from input_
+    bool brokenOff_ = false;  ///< input_ has no valid place: a newer seek has interrupted its last call
     uint32_t generation_ = 0;
     int64_t closedBytes_ = 0;         ///< read from sources that are closed
-    int64_t closedNetworkBytes_ = 0;  ///< the same, from the network
+    int64_t closedNetworkBytes_ = 0;  ///< the part of closedBytes_ from the network
 
     std::optional<Held> held_;
 
@@ -131,10 +131,10 @@ private:
         int index;
     };
     std::mutex mutex_;
-    bool begun_ = false;                                ///< guarded by mutex_
-    std::vector<Added> added_;                          ///< in the programme already; guarded by mutex_
-    std::shared_ptr<Replacement> replacement_;          ///< guarded by mutex_
-    std::vector<std::shared_ptr<ISource>> addedSince_;  ///< since replace(); guarded by mutex_
+    bool begun_ = false;                        ///< guarded by mutex_
+    std::vector<Added> added_;                  ///< sources that are in the programme already; guarded by mutex_
+    std::shared_ptr<Replacement> replacement_;  ///< guarded by mutex_
+    std::vector<std::shared_ptr<ISource>> addedSince_;  ///< sources since replace(); guarded by mutex_
 };
 
 }  // namespace oriplayer

@@ -7,7 +7,7 @@
 namespace oriplayer {
 namespace {
 
-// What the old source still shows while the new one decodes up to the join: longer than that usually takes.
+// How far the join is ahead of what is decoded. Decoding the new source up to the join usually takes less.
 constexpr int64_t kLeadUs = 300'000;
 
 }  // namespace
@@ -38,7 +38,7 @@ void Reader::forget(const std::shared_ptr<Replacement> &replacement) {
     if (replacement_ == replacement) replacement_.reset();
 }
 
-// True if nothing may be read now: what the old source has from the join on is not wanted.
+// True if nothing may be read now, because what the old source has after the join is not needed.
 bool Reader::serveReplacement() {
     using State = Replacement::State;
     const auto replacement = this->replacement();
@@ -52,7 +52,7 @@ bool Reader::serveReplacement() {
     return state == State::kJoining;
 }
 
-// The place is behind what both decoders have got; the sound's is read for up to 0.3 s ahead of what is heard.
+// The join is after everything that both decoders have received. Sound is decoded up to 0.3 s before it is heard.
 std::optional<PacketQueue::Cut> Reader::cutForJoin() {
     PacketQueue &leading = video_ ? stage_.videoPackets : stage_.audioPackets;
     PacketQueue::CutPlace place{generation_, INT64_MIN, 0, stage_.readAll};
@@ -60,18 +60,18 @@ std::optional<PacketQueue::Cut> Reader::cutForJoin() {
     if (!stage_.untimed && video_) place.fromUs = stage_.audioPackets.takenUs();
     auto cut = leading.cut(place);
     if (cut || hasRoom()) return cut;
-    place.leadUs = 0;  // pictures so large that so much time has no room
+    place.leadUs = 0;  // the pictures are so large that the queue cannot hold that much time
     return leading.cut(place);
 }
 
 bool Reader::meet(const std::shared_ptr<Replacement> &replacement) {
-    if (!stage_.control.current(generation_)) return false;  // a seek is on its way here
+    if (!stage_.control.current(generation_)) return false;  // a seek will be carried out next
     if (!input_ || replacement->generation() != generation_) {
         replacement->goBack();
         return false;
     }
     auto cut = cutForJoin();
-    if (!cut) return false;  // to be read first
+    if (!cut) return false;  // more has to be read first
     Held held{replacement, generation_, {}, {}};
     (video_ ? held.video : held.audio) = std::move(cut->items);
     if (video_) held.audio = stage_.audioPackets.takeBack(cut->playUs);
@@ -81,7 +81,7 @@ bool Reader::meet(const std::shared_ptr<Replacement> &replacement) {
     return true;
 }
 
-// It has failed, or goes elsewhere: the old source plays on as if nothing had been.
+// The replacement has failed or will join elsewhere: the old source continues unchanged.
 void Reader::putBack() {
     Held held = std::move(*held_);
     held_.reset();
@@ -120,7 +120,7 @@ void Reader::takeOver(Replacement &replacement) {
     joinStreams(result->join.playUs);
 }
 
-// What was added while the replacement was on its way belongs to it as well.
+// Sources that were added while the replacement was pending belong to the new programme too.
 void Reader::enter(const DataSource &data, const Programme &programme) {
     std::lock_guard lock(mutex_);
     source_ = data;

@@ -44,15 +44,15 @@ void Reader::carryOut(const SeekRequest &seek) {
     }
 }
 
-// What hangs in the network for this generation ends when there is a newer one. A source that cannot be sought would
-// be lost by that.
+// A newer seek interrupts network calls of this generation. This does not apply to a source that does not support
+// seeking: it could not be read any further.
 void Reader::serveGeneration() {
     if (!input_) return;
     input_->serve(input_->seekable() ? &stage_.control.newestGeneration() : nullptr, generation_);
 }
 
-// A target in what has been read already: the input stays where it stands, and the packets from there on are used.
-// False if that is not certain to show the same; then the packets are gone.
+// Seeks within the packets that have been read already: the input is not moved, and the packets from the target on are
+// used. False if the result might differ from that of a real seek; the packets are dropped then.
 bool Reader::readsOn(const SeekRequest &seek) {
     int64_t target = withinProgramme(seek.positionUs);
     auto pictures = stage_.videoPackets.takeAll();
@@ -78,7 +78,7 @@ bool Reader::readsOn(const SeekRequest &seek) {
     return true;
 }
 
-// What is read next belongs to the source in which the target lies, in its first round.
+// True if the target is in the source that is being read, in the first round of a loop.
 bool Reader::standsIn(int64_t targetUs) const {
     const bool reads = input_ && !brokenOff_ && (video_ || audio_) && !stage_.failure.get();
     if (!reads || !input_->seekable() || baseUs_ != 0 || newVideo_ || newAudio_) return false;
@@ -101,7 +101,7 @@ void Reader::handBack(PacketQueue &queue, KeptPackets kept, StreamItem stream, i
     }
 }
 
-// Opens the source that holds the position and goes there; cuts the target to what there is.
+// Opens the source that contains the position and seeks in it. Limits the target to the programme.
 bool Reader::arrive(int64_t &target) {
     if (input_) target = withinProgramme(target);
     const auto place = stage_.programme.locate(target);
@@ -109,7 +109,7 @@ bool Reader::arrive(int64_t &target) {
     target = withinProgramme(target);
     offsetUs_ = place.startUs;
     if (!goTo(target - offsetUs_)) return false;
-    if (!input_->seekable() && !untouched_) target = INT64_MIN;  // it goes on where it stands
+    if (!input_->seekable() && !untouched_) target = INT64_MIN;  // it continues where it is
     return true;
 }
 
@@ -134,10 +134,10 @@ bool Reader::goTo(int64_t positionUs) {
     return true;
 }
 
-// The key frame's own time is where the sound has to begin: it is known when the packet has been read.
+// The sound has to begin at the time of the key frame, which is known only after its packet has been read.
 void Reader::landOnKeyFrame(int64_t targetUs) {
     std::vector<std::pair<PacketPtr, SourceInput::Stream>> held;
-    constexpr std::size_t kMost = 2000;  // packets; sound alone over 20 s means that there is no picture to find
+    constexpr std::size_t kMost = 2000;  // packets: 20 s of sound without a picture mean that there is none
     while (held.size() < kMost) {
         SourceInput::Stream stream{};
         PacketPtr packet = read(stream);
