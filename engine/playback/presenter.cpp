@@ -61,7 +61,7 @@ void Presenter::followGeneration() {
     stage_.clock.hold();
 }
 
-// Also takes the marker of the end away.
+// Also removes the marker of an end.
 void Presenter::dropOutdated() {
     for (;;) {
         uint32_t end = 0;
@@ -72,7 +72,7 @@ void Presenter::dropOutdated() {
     }
 }
 
-// Sources that wait are asked for first: the reader takes its word back before it counts them as seen.
+// Reads sourcesWait first, because the reader resets readAll before it marks added sources as seen.
 bool Presenter::picturesEnded() const {
     return stage_.sourcesWait == 0 && stage_.readAll && picturesEnd_ == stage_.ends;
 }
@@ -81,13 +81,14 @@ bool Presenter::everythingDecoded() const {
     return picturesEnded() && stage_.soundEnd == picturesEnd_;
 }
 
-// A source whose pictures all fail still has its sound; one without either has failed.
+// If no picture can be decoded, the player is prepared with the sound; if no sound can be decoded either, it has
+// failed.
 void Presenter::finishUnprepared() {
     if (stage_.control.prepared() || !picturesEnded()) return;
     if (stage_.soundReady == generation_) return stage_.tellPrepared();
     if (!everythingDecoded()) return;
     if (const auto failure = stage_.failure.get()) return stage_.fail(failure->event, failure->error);
-    // A start behind the last sound leaves nothing over: that is an end, not a failure.
+    // If playback starts after the last sound, nothing is left to play. That is an end, not a failure.
     const bool decoded = stage_.counters.picturesDecoded > 0 || stage_.counters.soundsDecoded > 0;
     if (decoded || stage_.landingUs > 0) return stage_.tellPrepared();
     stage_.fail(kEventNothingPlayable, {AVERROR_INVALIDDATA, "neither a picture nor sound could be decoded"});
@@ -106,7 +107,7 @@ Presenter::Next Presenter::play() {
     return everythingDecoded() ? finish() : waitForMore();
 }
 
-// The first moment of a generation: the picture sought is shown at once, also while paused.
+// Begins a generation: the target picture of the seek is shown immediately, also while paused.
 bool Presenter::land() {
     const auto front = stage_.pictures.front(generation_);
     const bool silent = stage_.soundReady != generation_ && stage_.soundEnded != generation_ && !stage_.soundLost;
@@ -127,7 +128,7 @@ bool Presenter::land() {
     return true;
 }
 
-// Sound and clock start together. Returns when to look again while something is missing.
+// Starts sound and clock together. While something is missing, returns when to try again.
 Presenter::Next Presenter::letRun() {
     const bool soundDue = stage_.expectAudio && stage_.soundReady != generation_ && stage_.soundEnded != generation_;
     if (stalled_) {
@@ -142,13 +143,13 @@ Presenter::Next Presenter::letRun() {
     return std::nullopt;
 }
 
-// For the player's first run: where the player before it came to its end.
+// On the first start of this player: when the player before it ended, if its time continues from there.
 std::optional<SteadyTime> Presenter::endBefore() {
     if (std::exchange(begun_, true)) return std::nullopt;
     return HandOver::instance().takeOver(stage_.made, steady_clock::now());
 }
 
-// With the first new data alone the next stall would follow at once.
+// True if enough was read after a stall. With only the first new data the next stall would follow immediately.
 bool Presenter::refilled() {
     if (stage_.bufferedEndUs == stalledAtUs_ && !stage_.readAll) return false;
     const auto now = steady_clock::now();
@@ -186,7 +187,7 @@ Presenter::Next Presenter::showDue(const Front &front) {
     return steady_clock::now();
 }
 
-// A picture whose successor is due as well; without one there yet, a picture whose own time is over.
+// True if the next picture is due too or, if that is not decoded yet, if this picture's own time is over.
 bool Presenter::tooLate(const Front &front, int64_t nowUs) const {
     if (nowUs - front.playUs <= kLateUs || dropped_ >= kMostDropped) return false;
     return front.nextUs.value_or(front.playUs + front.durationUs) <= nowUs;
@@ -211,8 +212,8 @@ Presenter::Next Presenter::awaitFirstSound() {
     return steady_clock::now();
 }
 
-// Nothing to show, and more is to come. If nothing was read, time stands behind what there is until there is more: the
-// sound that goes with the missing pictures waits for them. A decoder that is only slow does not stop the clock.
+// Called when there is nothing to show, but more will follow. If nothing was read, the clock stops after what there is,
+// so that the sound waits for the missing pictures. A decoder that is only slow does not stop the clock.
 Presenter::Next Presenter::waitForMore() {
     const bool starved = stage_.videoPackets.empty() && stage_.audioPackets.empty() && !stage_.readAll;
     const int64_t soundEndUs = stage_.soundEndUs;
@@ -248,7 +249,7 @@ Presenter::Next Presenter::finish() {
     return conclude(endUs);
 }
 
-// `endUs`: play scale, where the programme was over.
+// `endUs` is the end of the programme on the play scale.
 Presenter::Next Presenter::conclude(int64_t endUs) {
     account();
     const int64_t now = stage_.clock.nowUs();
@@ -268,7 +269,7 @@ Presenter::Next Presenter::conclude(int64_t endUs) {
     return std::nullopt;
 }
 
-// As fast as pictures come, none left out; the position is that of the last one.
+// Shows pictures as fast as they are decoded, without dropping any. The position is that of the last one.
 Presenter::Next Presenter::playUntimed() {
     if (!stage_.control.wantsToPlay() && landed_) return std::nullopt;
     auto picture = stage_.pictures.pop(generation_);

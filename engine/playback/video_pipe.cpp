@@ -8,7 +8,7 @@
 namespace oriplayer {
 namespace {
 
-// Pictures and sound stay within 40 ms of each other; from there on the decoder leaves out what it can.
+// A picture that is later than this is too late for the sound, so the decoder skips what it can.
 constexpr int64_t kLateUs = 40'000;
 
 }  // namespace
@@ -26,8 +26,8 @@ void VideoPipe::run() {
     Reaper::instance().bury(std::move(decoder_));
 }
 
-// With pictures that were decoded ahead nothing hurries but showing the first: until then the machine is left to those
-// who start the player.
+// With pictures that were decoded in advance, only the first one is urgent. Until it is shown, this thread leaves the
+// processor to the threads that start the player.
 bool VideoPipe::firstComesFirst() const {
     return hasAhead_ && stage_.shownGeneration != generation_ && !outdated();
 }
@@ -79,7 +79,7 @@ void VideoPipe::takeAhead(std::vector<FramePtr> pictures) {
     hasAhead_ = landed_;
 }
 
-// The first picture need not wait for those behind it. The decoder proper gives it once more.
+// Decodes the first picture alone, so that it does not wait for the next ones. The main decoder delivers it again.
 void VideoPipe::showFirst(const AVPacket &packet) {
     const auto beginsUs = std::exchange(beginsUs_, std::nullopt);
     const bool first = beginsUs && packet.pts == *beginsUs && (packet.flags & AV_PKT_FLAG_KEY) != 0;
@@ -127,7 +127,7 @@ void VideoPipe::beginGeneration(const StreamItem &item) {
     decoder_->skipBefore(targetUs_);
 }
 
-// Late pictures are left out where that is cheapest: in the decoder, which knows what no other picture needs.
+// Lets the decoder skip late pictures. That is cheapest, because it knows which pictures no other picture needs.
 void VideoPipe::keepPace(const AVPacket &packet) {
     if (!decoder_ || !landed_ || stage_.untimed || packet.pts == AV_NOPTS_VALUE) return;
     const bool playing = stage_.clock.running() && stage_.shownGeneration == generation_;
@@ -139,7 +139,7 @@ void VideoPipe::keepPace(const AVPacket &packet) {
     hasSkipped_ = hasSkipped_ || late;
 }
 
-// Pictures come out in the order of their times: one that is overtaken was left out.
+// The decoder delivers pictures in the order of their times, so an awaited picture with an earlier time was skipped.
 void VideoPipe::countSkipped(int64_t playUs) {
     const auto behind = awaited_.lower_bound(playUs);
     if (hasSkipped_) stage_.counters.picturesSkipped += std::distance(awaited_.begin(), behind);
@@ -147,7 +147,8 @@ void VideoPipe::countSkipped(int64_t playUs) {
     awaited_.erase(playUs);
 }
 
-// A packet goes in even if a seek has made it outdated meanwhile: behind that one the decoder may go on from here.
+// Decodes a packet even if a seek has made it outdated meanwhile, because that seek may continue from this decoder
+// state.
 void VideoPipe::decode(const AVPacket *packet) {
     if (!decoder_) return;
     for (bool room = true; room;) {
@@ -160,7 +161,7 @@ void VideoPipe::decode(const AVPacket *packet) {
     }
 }
 
-// At least one picture, if there is one, and all of them unless they are outdated. False behind a failure.
+// Takes one picture if there is one, and all others until they are outdated. False after a failure.
 bool VideoPipe::receive() {
     do {
         FramePtr frame(av_frame_alloc());
@@ -196,7 +197,8 @@ void VideoPipe::drain() {
     if (!outdated()) countSkipped(INT64_MAX);
 }
 
-// Whether this source shows it. The times of two sources differ by what their containers round.
+// True if the picture is shown from this source and not from a replacement. Compares the middle of the picture, because
+// the containers of two sources may round its time differently.
 bool VideoPipe::belongs(const AVFrame &frame) {
     const int64_t middle = frame.pts + frame.pkt_duration / 2;
     if (middle >= untilUs_ || middle < joinUs_) return false;
@@ -241,7 +243,7 @@ void VideoPipe::deliver(FramePtr frame) {
     put(std::move(picture));
 }
 
-// A seek behind the last picture shows that one.
+// After a seek to a position after the last picture, that picture is shown.
 void VideoPipe::deliverEnd(uint32_t number) {
     if (!landed_ && skipped_) deliver(std::move(skipped_));
     Picture end;
