@@ -1,4 +1,4 @@
-// embed FILE|URL: plays one source and tells its events and the number of its pictures.
+// embed FILE|URL: plays one source and prints its events and the number of its pictures.
 #include <atomic>
 #include <cstdio>
 #include <future>
@@ -10,7 +10,7 @@
 
 using namespace VexoPlayerNS;
 
-// The player calls this on threads of its own. It lives longer than the player.
+// The player calls this on threads of its own. The object must outlive the player.
 class Viewer : public IVexoPlayerCallback {
 public:
     std::future<int> end() { return end_.get_future(); }
@@ -19,7 +19,7 @@ public:
     void onPlayEvent(int sid, int code, std::string, VexoParams params) override {
         std::printf("event %d of bound %06x\n", code, static_cast<unsigned>(sid));
         if (code == 1001) finish(0);
-        if (code >= 501 && code <= 504) {  // the engine gives up; 505, no sound device, is only a warning
+        if (code >= 501 && code <= 504) {  // playback has failed; 505, no sound device, is only a warning
             const auto *details = nonstd::any_cast<oriplayer::Param>(&params["1"]);
             const int number = details ? details->getInt32(-1) : 0;
             const char *text = details ? details->getCString(-1) : nullptr;
@@ -57,7 +57,7 @@ int main(int count, char **arguments) {
     player->start();
 
     const int result = end.get();
-    player.reset();  // behind this line no callback runs
+    player.reset();  // after this line no callback runs
     std::printf("%d pictures\n", viewer.pictures());
     return result == 0 ? 0 : 2;
 }

@@ -1,5 +1,5 @@
-// isolated PROGRAMME INTERRUPTION: plays the first file, puts the second one in between at its first picture, and goes
-// on with the first where it stopped.
+// isolated PROGRAMME INTERRUPTION: plays the first file, interrupts it at its first picture to play the second one, and
+// then continues the first one where it stopped.
 #include <atomic>
 #include <cstdio>
 #include <future>
@@ -18,7 +18,7 @@ std::shared_ptr<IPeriod> periodOf(const char *url) {
     return period;
 }
 
-// Commands may be given from inside an event: they act at once.
+// Commands may be called inside an event handler: they take effect immediately.
 class Director : public IOriPlayerListener {
 public:
     Director(vexo::MixedCodecsPlayer *player, const char *interruption)
@@ -33,7 +33,7 @@ public:
         if (msg == 1001 && timeline == kMain) finish(true);
         if (msg >= 501 && msg <= 504) {
             std::printf("timeline %d failed\n", timeline);
-            if (timeline == kIsolated) player_->start(kMain);  // else the programme stays paused
+            if (timeline == kIsolated) player_->start(kMain);  // otherwise the programme stays paused
             if (timeline == kMain) finish(false);
         }
     }
@@ -45,7 +45,7 @@ private:
         auto noHeaders = std::make_shared<StringMap>();
         player_->addPeriod(kIsolated, -1, period, noHeaders);
         player_->prepareAsync(kIsolated);
-        player_->start(kIsolated);  // pauses the programme, which keeps its place
+        player_->start(kIsolated);  // pauses the programme at its present position
     }
     void finish(bool good) {
         if (!finished_.exchange(true)) end_.set_value(good);

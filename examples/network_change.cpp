@@ -25,7 +25,7 @@ public:
         listeners_.insert(listener);
     }
     void removeListener(std::string, std::string, protocols::ConfigureListener *listener) override {
-        const std::lock_guard<std::mutex> lock(mutex_);  // waits for an update that is being passed on
+        const std::lock_guard<std::mutex> lock(mutex_);  // waits for an update that is being delivered
         listeners_.erase(listener);
     }
 
@@ -47,7 +47,7 @@ public:
     std::future<bool> end() { return end_.get_future(); }
 
     void notify(long long, int msg, int, int, const Param &) override {
-        if (msg == 1017) network_->becomeMobile();  // the download goes on from the mobile hosts
+        if (msg == 1017) network_->becomeMobile();  // the download continues from the mobile hosts
         const bool failed = msg >= 501 && msg <= 504;
         if ((msg == 1001 || failed) && !finished_.exchange(true)) end_.set_value(!failed);
     }

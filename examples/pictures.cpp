@@ -21,14 +21,15 @@ public:
         if ((code == 1001 || failed) && !finished_.exchange(true)) end_.set_value(!failed);
     }
 
-    // Called at the time of each picture: return soon. The planes are the decoder's own and valid during the call.
+    // Called when a picture is due, so it must return soon. The planes belong to the decoder and are valid during the
+    // call.
     void onVideoFrame(void **planes, int, int, int, int, int width, int height, VexoParams params) override {
         const int *stride = nonstd::any_cast<int>(&params["y_stride"]);
         if (pictures_++ == 0 && stride) save(static_cast<const char *>(planes[0]), *stride, width, height);
     }
 
 private:
-    // Rows may be followed by padding: `stride` bytes lead from one to the next.
+    // Rows may be followed by padding: each row begins `stride` bytes after the one before.
     void save(const char *luma, int stride, int width, int height) {
         std::ofstream file(image_, std::ios::binary);
         file << "P5\n" << width << ' ' << height << "\n255\n";

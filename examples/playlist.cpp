@@ -1,4 +1,4 @@
-// playlist FILE|URL...: plays all of them as one programme and tells which part of it each event belongs to.
+// playlist FILE|URL...: plays all of them as one programme and prints for each event to which part it belongs.
 #include <atomic>
 #include <cstdio>
 #include <future>
@@ -9,7 +9,7 @@
 
 using namespace oriplayer;
 
-// An event's id names its place: timeline (0 main), period of the play list, source of the period, 8 bits each.
+// The id of an event contains its timeline (0 main), period of the play list and source of the period, 8 bits each.
 class Narrator : public IOriPlayerListener {
 public:
     explicit Narrator(int periods) : last_(periods - 1) {}
@@ -38,7 +38,7 @@ private:
     std::atomic<bool> finished_{false};
 };
 
-// Sees the pictures of every player of the process, one call at a time for each player.
+// Receives the pictures of all players of the process, one call at a time for each player.
 class PictureCounter final : public vexo::IRenderMiddleware {
 public:
     bool Process(vexo::RenderOutputInfo &) override {
@@ -57,7 +57,7 @@ int main(int count, char **arguments) {
     auto list = IPlayList::create();
     for (int i = 1; i < count; ++i) {
         auto period = IPeriod::create();
-        period->addSource(ISource::create(arguments[i], 0.0));  // the length of a local file is found out
+        period->addSource(ISource::create(arguments[i], 0.0));  // the length of a local file is read from the file
         list->addPeriod(period, -1);
     }
     auto component = std::make_shared<PlayComponent>();

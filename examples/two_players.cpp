@@ -1,4 +1,4 @@
-// two_players FILE|URL FILE|URL: plays both at once, each with its own pictures.
+// two_players FILE|URL FILE|URL: plays both at the same time, each with its own pictures.
 #include <atomic>
 #include <cstdio>
 #include <future>
@@ -9,7 +9,7 @@
 
 using namespace oriplayer;
 
-// Sees the pictures of the pipelines that were enabled while it was registered.
+// Receives the pictures of the pipelines that were enabled while it was registered.
 class PictureCounter final : public vexo::IRenderMiddleware {
 public:
     bool Process(vexo::RenderOutputInfo &) override {

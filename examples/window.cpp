@@ -41,16 +41,16 @@ int main(int count, char **arguments) {
     // With the picture pipeline on, pictures would go to onVideoFrame and the window would stay empty.
     auto player = IVexoPlayer::create(&viewer, {{kVideoPipelineEnable, false}});
     player->setMediaSource(IVexoMediaSource::create(arguments[1]));
-    player->setDisplay(handle);  // after each setMediaSource, which frees the window
+    player->setDisplay(handle);  // after each setMediaSource, which releases the window
     player->prepareAsync();
     player->start();
 
     bool closed = false;
-    while (!closed && viewer.result == 0) {  // the player follows the window's size by itself
+    while (!closed && viewer.result == 0) {  // the player follows the size of the window
         SDL_Event event;
         closed = SDL_WaitEventTimeout(&event, 20) != 0 && event.type == SDL_QUIT;
     }
-    player.reset();  // before the window
+    player.reset();  // before the window is destroyed
     SDL_DestroyWindow(window);
     SDL_Quit();
     std::printf("%s\n", closed ? "closed" : viewer.result == 1001 ? "played to its end" : "failed");

@@ -10,11 +10,11 @@
 
 namespace oriplayer {
 
-/// Which of the tasks are to be warm: decides alone by the order in which tasks came and were taken.
-/// Threads: the owner's lock.
+/// Chooses the tasks that are kept warm, only by the order in which tasks were added and taken.
+/// Threads: the owner guards it with its lock.
 class PreloadPlan {
 public:
-    using Id = uint64_t;  ///< grows by one a task
+    using Id = uint64_t;  ///< increases by one with each task
     struct Position {
         int player = 0;
         Id task = 0;
@@ -22,18 +22,19 @@ public:
 
     explicit PreloadPlan(std::size_t mostTasks = 20'000) : mostTasks_(mostTasks) {}
 
-    /// The task pushed out for it, if there were too many.
+    /// Adds a task. Returns the oldest task if that was removed because there were too many.
     std::optional<Id> add(std::string url);
     Id next() const { return first_ + tasks_.size(); }  ///< the id that the next task will have
     std::size_t size() const { return tasks_.size(); }
     const std::string &url(Id id) const { return tasks_[id - first_].url; }
 
-    /// A player takes the nearest task with this URL behind the one taken before it, else the nearest in front of that.
-    /// Positions of players that are gone end here: a switch passes through a moment without any player.
+    /// Chooses the nearest task with this URL after the one that was taken last, or else the nearest before that.
+    /// Positions of ended players are forgotten only here, because between two bounds there is no player for a moment.
     std::optional<Id> take(int player, const std::string &url, const std::function<bool(int)> &living);
-    /// The first `window` behind each position and the first `window` that came since the last taking, at most `most`.
+    /// The first `window` tasks after each position and the first `window` tasks added since the last take(), `most` in
+    /// all.
     std::vector<Id> wanted(std::size_t window, std::size_t most) const;
-    /// The player whose task is the one in front of this.
+    /// The player whose task is just before this one.
     std::optional<int> playerInFront(Id id) const;
 
 private:
@@ -45,9 +46,9 @@ private:
 
     const std::size_t mostTasks_;
     std::deque<Task> tasks_;
-    Id first_ = 0;                     ///< id of the first task kept
-    Id fresh_ = 0;                     ///< id of the first that came since the last taking
-    std::vector<Position> positions_;  ///< the latest last
+    Id first_ = 0;                     ///< id of the oldest task
+    Id fresh_ = 0;                     ///< id of the first task added since the last take()
+    std::vector<Position> positions_;  ///< newest last
 };
 
 }  // namespace oriplayer

@@ -15,39 +15,39 @@
 
 namespace oriplayer {
 
-/// The sources that the process was asked to open ahead, in the order in which they came. A few of them are warm:
-/// opened and read ahead until a player takes them. See PreloadPlan for which.
+/// The preload tasks of the process, in the order in which they were added. A few of them are kept warm, which means
+/// that their source is opened and read ahead until a player takes it. PreloadPlan chooses these.
 ///
-/// Threads:  any; "ori-preload" decides, and one thread of the same name a source opens and reads it.
-/// Lock:     mutex_; those of the players' registry and clocks are taken under it, a source's own as well.
-/// Callback: on a thread of its own, with no lock held.
+/// Threads:  any. One thread "ori-preload" manages the tasks; each warm source has another thread of that name.
+/// Lock:     mutex_; the locks of the players' registry, of the clocks and of a source are taken under it.
+/// Callback: on a separate thread, without locks.
 class PreloadQueue {
 public:
     struct Task {
         std::string url;
-        int64_t kib = 0;  ///< to be read ahead at most
+        int64_t kib = 0;  ///< limit for reading ahead
         PreloadCallback callback = nullptr;
         void *context = nullptr;
     };
 
     struct Times {
-        std::chrono::milliseconds keepWarm{60'000};  ///< what nobody takes is closed then
-        std::chrono::milliseconds nearEnd{30'000};   ///< of the player in front: opened anew
-        std::chrono::milliseconds lookAgain{5'000};  ///< whether it is
+        std::chrono::milliseconds keepWarm{60'000};  ///< a source that no player takes is closed after this time
+        std::chrono::milliseconds nearEnd{30'000};   ///< and opened again when the player before it has this time left
+        std::chrono::milliseconds lookAgain{5'000};  ///< how often that is checked
     };
 
     PreloadQueue() : PreloadQueue(Times()) {}
     explicit PreloadQueue(Times times) : times_(times) {}
     static PreloadQueue &instance();
-    /// Only queues.
+    /// Queues a task and returns immediately.
     void add(Task task);
     std::size_t size() const;
-    /// What waits for this player, or null; from here on the tasks behind it are warm.
+    /// Hands out the warm source for this URL, or null. From now on the tasks after it are kept warm.
     std::unique_ptr<OpenedSource> take(int player, const std::string &url, const InputOptions &options,
                                        int decoderThreads, const std::atomic<bool> &cancelled);
-    /// What warm-ups present themselves as to servers.
+    /// Sets the user agent for opening sources.
     void setUserAgent(std::string userAgent);
-    /// Sources that are warm or on the way to it.
+    /// The number of sources that are warm or being opened.
     std::size_t warm() const;
 
 private:
@@ -55,7 +55,7 @@ private:
     using Clock = std::chrono::steady_clock;
     struct Entry {
         std::shared_ptr<WarmSource> source;
-        Clock::time_point since;  ///< it is warm
+        Clock::time_point since;  ///< when it was opened
     };
     struct Details {
         int64_t kib = 0;
@@ -75,10 +75,10 @@ private:
     const Times times_;
     mutable std::mutex mutex_;
     std::condition_variable changed_;
-    PreloadPlan plan_;               // all guarded by mutex_
-    std::map<Id, Details> details_;  ///< of tasks that differ from the usual
-    std::map<Id, Entry> entries_;    ///< warm or becoming so
-    std::set<Id> rested_;            ///< closed again, or failed: until the player in front is near its end
+    PreloadPlan plan_;               // this and all below guarded by mutex_
+    std::map<Id, Details> details_;  ///< of tasks with a callback or a size of their own
+    std::map<Id, Entry> entries_;    ///< warm, or being opened
+    std::set<Id> rested_;            ///< closed again or failed; not opened until the player before it is near its end
     std::string userAgent_;
     std::size_t window_ = 0;
     bool running_ = false;

@@ -8,16 +8,17 @@
 
 namespace oriplayer {
 
-/// Closes the inputs and frees the decoders of players that are gone, so that the player behind them does not wait for
-/// that.
+/// Closes the inputs and frees the decoders of ended players, so that the next player does not wait for that.
 ///
-/// Threads:  any; one thread of low priority, "ori-reaper", works from the first task on.
-/// Lock:     one of its own, a leaf; tasks run without it.
-/// Waiting:  only its end waits, for what was given to it, at most a second: a closing that hangs in the system holds
-///           up no process.
+/// Threads:  any. One thread of low priority, "ori-reaper", runs the tasks; it is started with the first one.
+/// Lock:     a private one, a leaf; tasks run without it.
+/// Waiting:  only end() waits for the tasks, at most a second, so that a task that hangs in the system does not block
+/// the
+///           end of the process.
 class Reaper {
 public:
-    /// Ends before the process' static objects go; what comes later is done by whoever brings it.
+    /// The instance of the process. It ends before static objects are destroyed; later tasks run on the caller's
+    /// thread.
     static Reaper &instance();
 
     Reaper();
@@ -25,21 +26,21 @@ public:
     Reaper(const Reaper &) = delete;
     Reaper &operator=(const Reaper &) = delete;
 
-    /// False, and the task is the caller's own, if too many wait or the system gives no thread.
+    /// Queues a task. False if too many wait or no thread can be started: then the caller has to run the task.
     bool offer(std::function<void()> task);
-    /// Lets go of the things, on the calling thread if it must be.
+    /// Destroys the things on the reaper's thread, or on the calling thread if offer() refuses.
     template <typename... Things> void bury(Things... things) {
         auto all = std::make_shared<std::tuple<Things...>>(std::move(things)...);
         offer([all = std::move(all)]() mutable { all.reset(); });
     }
-    /// Does what is waiting and takes nothing any more.
+    /// Runs the tasks that wait and accepts no more.
     void end();
 
 private:
     struct State;
     static void run(const std::shared_ptr<State> &state);
 
-    const std::shared_ptr<State> state_;  ///< the thread's as well: it may hang beyond this object
+    const std::shared_ptr<State> state_;  ///< shared with the thread, which may exist longer than this object
 };
 
 }  // namespace oriplayer

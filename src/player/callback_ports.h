@@ -7,10 +7,10 @@
 
 namespace VexoPlayerNS {
 
-// Both callback interfaces have an onVideoFrame with the same arguments, one without a result, one with an int: no
-// class can override both under that name. Each port overrides one and passes it on under a name of its own.
+// Both callback interfaces have an onVideoFrame with the same arguments, one returns nothing and one an int, so no
+// class can override both. Each port overrides one of them and forwards it to a function with another name.
 
-/// Pictures on their way to the application.
+/// Forwards the pictures for the application.
 class PlayerCallbackPort : public IVexoPlayerCallback {
 public:
     void onVideoFrame(void **planes, int reserved0, int reserved1, int reserved2, int reserved3, int width, int height,
@@ -23,7 +23,7 @@ protected:
                                 int height, VexoParams &&params) = 0;
 };
 
-/// Pictures as they come from the middleware.
+/// Forwards the pictures from the middleware.
 class RenderCallbackPort : public VexoRenderMiddlewareCallback {
 public:
     int onVideoFrame(void **planes, int reserved0, int reserved1, int reserved2, int reserved3, int width, int height,

@@ -5,9 +5,9 @@
 
 namespace VexoPlayerNS {
 
-/// Gives the events of the timelines the shape in which an application receives them; it translates no number.
-/// Threads:  the loopers of a player; nothing changes behind the constructor.
-/// Life:     `callback`, which may be null, outlives whoever calls notify.
+/// Converts the events of the timelines to the arguments of onPlayEvent. It does not change the numbers.
+/// Threads:  the loopers of a player; nothing changes after the constructor.
+/// Life:     `callback`, which may be null, must exist until the last call of notify has returned.
 class IOriPlayerListenerImpl : public oriplayer::IOriPlayerListener {
 public:
     explicit IOriPlayerListenerImpl(IVexoPlayerCallback *callback);

@@ -7,7 +7,7 @@ namespace {
 
 VexoParams DescribePicture(const oriplayer::VideoPicture &picture) {
     VexoParams params;
-    // In key order, each at the end: no search, at the pace of the pictures.
+    // In the order of the keys, each inserted at the end: this runs for every picture and needs no search.
     params.emplace_hint(params.end(), "u_stride", int{picture.planes[1].stride});
     params.emplace_hint(params.end(), "v_stride", int{picture.planes[2].stride});
     params.emplace_hint(params.end(), "video_height", int{picture.height});
@@ -19,9 +19,9 @@ VexoParams DescribePicture(const oriplayer::VideoPicture &picture) {
 
 }  // namespace
 
-/// One Process under way. The calls of a thread form a chain, so that Detach knows which ones are its own caller's.
-/// All of mCalls, mDetached and mFrameCallback is sequentially consistent: either the call sees the callback gone or
-/// Detach sees the call.
+/// A running call of Process. The calls of a thread form a chain, so that Detach can find those of its own caller. All
+/// accesses to mCalls, mDetached and mFrameCallback are sequentially consistent: either the call sees that the callback
+/// is null, or Detach sees the call.
 class VexoRenderMiddleware::Call {
 public:
     explicit Call(VexoRenderMiddleware &middleware) : middleware_(middleware), outer_(innermost_) {

@@ -7,7 +7,7 @@
 
 namespace VexoPlayerNS {
 
-/// Where VexoRenderMiddleware hands its pictures to.
+/// Receives the pictures of VexoRenderMiddleware.
 class VexoRenderMiddlewareCallback {
 public:
     virtual ~VexoRenderMiddlewareCallback() = default;
@@ -18,19 +18,19 @@ public:
 
 /// Turns a picture into a call of onVideoFrame. Copies no plane, writes no log line, takes no lock.
 ///
-/// Threads:  Process on the engine's picture threads, several at once; Detach on any.
-/// Life:     pipes may hold the object longer than its player lives. Detach cuts it off from the player.
+/// Threads:  Process on the engine's picture threads, several at the same time; Detach on any.
+/// Life:     pipes may hold the object longer than its player exists. Detach disconnects it from the player.
 class VexoRenderMiddleware final : public vexo::IRenderMiddleware {
 public:
-    /// `callback` may be null: pictures are then taken and dropped.
+    /// `callback` may be null: pictures are then accepted and dropped.
     explicit VexoRenderMiddleware(VexoRenderMiddlewareCallback *callback);
 
-    /// True, the picture is taken; false once detached, so that the pipe offers it to the next player.
+    /// True if the picture is accepted. False after Detach, so that the pipe offers it to the next player.
     bool Process(vexo::RenderOutputInfo &info) override;
     vexo::RenderCat GetRenderCat() override;
 
-    /// No call of the callback begins any more, and none is under way on another thread when this returns: it waits as
-    /// long as the application stays in onVideoFrame. May be called inside Process; that call is not waited for.
+    /// When this returns, the callback is not called again and is not running on another thread: it waits for the
+    /// application's onVideoFrame. It can be called inside Process, and does not wait for that call.
     void Detach();
 
 private:
@@ -38,7 +38,7 @@ private:
 
     std::atomic<VexoRenderMiddlewareCallback *> mFrameCallback;
     std::atomic<bool> mDetached{false};
-    std::atomic<int> mCalls{0};  ///< threads inside Process, a nested one counted again
+    std::atomic<int> mCalls{0};  ///< calls of Process that are running, including nested ones
 };
 
 }  // namespace VexoPlayerNS

@@ -5,11 +5,11 @@
 
 namespace VexoPlayerNS {
 
-/// Passes the reports of engine players on to the report channel, as JSON objects. Thread: any; it keeps nothing.
+/// Forwards the reports of engine players to the report channel, as JSON objects. Thread: any; it has no state.
 class VEXO_API VexoReporter : public protocols::IReporter {
 public:
-    /// True if `msgId` names a category (0 all, 1 impairment, 2 error), so that the report went out. A key of `values`
-    /// named like a fixed member takes its place.
+    /// Sends the report and returns true if `msgId` is a category (0 all, 1 impairment, 2 error). If a key of `values`
+    /// has the name of a fixed member, it replaces that member.
     bool report(std::string moduleName, int64_t periodId, int msgId,
                 std::map<std::string, std::string> &values) override;
 };

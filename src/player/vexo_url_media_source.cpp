@@ -12,10 +12,10 @@ constexpr char kNoNeedSurface[] = "no_need_surface";
 constexpr int kSourceKindUrl = 1;
 constexpr int kAppend = -1;
 
-/// Ints, floats and texts as text, every other type as the empty text.
+/// Converts ints, floats and texts to text, every other type to the empty text.
 std::string HeaderText(const nonstd::any &value) {
     std::ostringstream text;
-    text.imbue(std::locale::classic());  // the engine reads the numbers, whatever language the application speaks
+    text.imbue(std::locale::classic());  // the engine reads the numbers, whatever locale the application sets
     if (const auto *integer = nonstd::any_cast<int>(&value)) text << *integer;
     if (const auto *number = nonstd::any_cast<float>(&value)) text << *number;
     if (const auto *string = nonstd::any_cast<std::string>(&value)) text << *string;
@@ -32,7 +32,7 @@ std::shared_ptr<IVexoMediaSource> IVexoMediaSource::create(VexoParams params) {
     return std::make_shared<VexoURLMediaSource>(params);
 }
 
-// ISource::create is named in full: both bases bring a `create`.
+// ISource::create needs its full name, because both bases have a `create`.
 VexoURLMediaSource::VexoURLMediaSource(std::string url)
     : mUrl(std::move(url)), mEngineSource(oriplayer::ISource::create(mUrl.c_str(), 0.0)) {
     auto headers = std::make_shared<oriplayer::StringMap>();
@@ -43,7 +43,7 @@ VexoURLMediaSource::VexoURLMediaSource(std::string url)
 VexoURLMediaSource::VexoURLMediaSource(const VexoParams &params) : mEngineSource(oriplayer::ISource::create("", 0.0)) {
     auto headers = std::make_shared<oriplayer::StringMap>();
     for (const auto &[key, value] : params) headers->add(key.c_str(), HeaderText(value).c_str());
-    // Behind the application's entries: of equal keys the engine reads the last one.
+    // After the application's entries, because of equal keys the engine reads the last one.
     headers->add(kLiveType, "3");
     headers->add(kNoNeedSurface, "1");
     buildPlayList(headers);

@@ -11,7 +11,7 @@
 namespace VexoPlayerNS {
 
 /// A media source as a ready-made play list of one period with one engine source; its options are the period's headers.
-/// Threads:  any; nothing changes behind the constructor.
+/// Threads:  any; nothing changes after the constructor.
 class VexoURLMediaSource : public IVexoMediaSource, private oriplayer::ISource {
 public:
     explicit VexoURLMediaSource(std::string url);
