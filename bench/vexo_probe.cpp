@@ -1,6 +1,6 @@
 // Plays numbered clips through the library as an application does, and prints when which picture came:
 //
-//   vexo_probe [--preload] first FILE         until its first picture
+//   vexo_probe [option ...] first FILE        until its first picture
 //   vexo_probe switch FILE...                 the files as one play list
 //   vexo_probe play FILE                      in real time
 //   vexo_probe untimed FILE                   as fast as it goes, without sound
@@ -9,6 +9,7 @@
 // Last line: {"t_main":ms, "t_ready":ms, "t_end":ms, "cpu_ready_s":s, "cpu_s":s, "rss_kb":n,
 // "pictures":[[ms,clip,frame],...], "seeks":[[ms,frame],...]}, or {"error":"..."}. Milliseconds are CLOCK_MONOTONIC.
 // With --preload the source is set and its preload task is warm before t_ready: the rest is what a switch waits for.
+// --cores=N and --decoder-threads=N set the engine's properties of these names.
 #include <sys/resource.h>
 
 #include <bit>
@@ -141,7 +142,10 @@ std::optional<Order> parse(int count, char **arguments) {
     std::vector<std::string> words;
     for (int i = 1; i < count; ++i) {
         const std::string word = arguments[i];
+        const std::string value = word.substr(word.find('=') + 1);
         if (word == "--preload") order.preload = true;
+        if (word.starts_with("--cores=")) setProperty(kPropertyCores, value.c_str());
+        if (word.starts_with("--decoder-threads=")) setProperty(kPropertyDecoderThreads, value.c_str());
         if (!word.starts_with("--")) words.push_back(word);
     }
     if (words.size() < 2) return std::nullopt;
@@ -206,7 +210,7 @@ int fail(const char *what) {
 int main(int count, char **arguments) {
     const double mainMs = nowMs();
     const auto order = parse(count, arguments);
-    if (!order) return fail("usage: vexo_probe [--preload] first|switch|play|untimed|seek FILE...");
+    if (!order) return fail("usage: vexo_probe [option ...] first|switch|play|untimed|seek FILE...");
     if (order->command == "untimed") setProperty(kPropertyUntimed, "1");
 
     auto watch = std::make_shared<Watch>();

@@ -1,11 +1,5 @@
 #include "decode/codec_session.h"
 
-extern "C" {
-#include <libavutil/cpu.h>
-}
-
-#include <algorithm>
-
 #include "ffmpeg_log.h"
 
 namespace oriplayer {
@@ -14,9 +8,6 @@ namespace {
 
 // Four seconds of pictures: a stream that is joined in the middle shows something within that.
 constexpr int64_t kDamagedBeforeGivingUp = 100;
-// Each thread delays the pictures by one and holds one (3 MB at 1920x1080). FFmpeg's own choice would be one more than
-// there are cores, for nothing.
-constexpr int kMostThreads = 16;
 
 }  // namespace
 
@@ -24,7 +15,7 @@ MediaError CodecSession::open(const AVStream &stream, int threads) {
     return open(*stream.codecpar, stream.avg_frame_rate, threads);
 }
 
-MediaError CodecSession::openLike(const CodecSession &other) {
+MediaError CodecSession::openLike(const CodecSession &other, int threads) {
     struct Free {
         void operator()(AVCodecParameters *parameters) const { avcodec_parameters_free(&parameters); }
     };
@@ -32,7 +23,7 @@ MediaError CodecSession::openLike(const CodecSession &other) {
     if (!other.codec_ || !parameters) return {AVERROR(EINVAL), "there is no decoder to take after"};
     if (const int result = avcodec_parameters_from_context(parameters.get(), other.codec_.get()); result < 0)
         return {result, "cannot copy the parameters of a decoder: " + avErrorText(result)};
-    return open(*parameters, other.codec_->framerate, 1);
+    return open(*parameters, other.codec_->framerate, threads);
 }
 
 MediaError CodecSession::open(const AVCodecParameters &parameters, AVRational frameRate, int threads) {
@@ -45,7 +36,7 @@ MediaError CodecSession::open(const AVCodecParameters &parameters, AVRational fr
         codec_->opaque = FfmpegLog::mark();
         codec_->pkt_timebase = {1, 1'000'000};
         codec_->framerate = frameRate;
-        codec_->thread_count = threads > 0 ? threads : std::min(av_cpu_count(), kMostThreads);
+        codec_->thread_count = threads;
         codec_->max_pixels = kMostPixels;
         codec_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
         result = avcodec_open2(codec_.get(), decoder, nullptr);

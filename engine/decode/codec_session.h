@@ -8,16 +8,16 @@ struct CodecFree {
     void operator()(AVCodecContext *codec) const { avcodec_free_context(&codec); }
 };
 
-/// One open FFmpeg decoder with the rules that sound and picture share: damage is counted and passed over; only a
-/// stream of which nothing at all can be decoded is given up.
+/// One open FFmpeg decoder with the rules that sound and picture share: damage is counted and skipped; decoding fails
+/// only if nothing at all can be decoded.
 /// Threads:  one at a time.
 class CodecSession {
 public:
-    /// `threads` 0: the machine's cores.
+    /// `threads`: 1 or more.
     MediaError open(const AVStream &stream, int threads);
-    /// A decoder of one thread for the stream of another session.
-    MediaError openLike(const CodecSession &other);
-    /// 0, also for a damaged packet; AVERROR(EAGAIN): receive first; AVERROR_EOF behind a null packet.
+    /// A decoder for the stream of another session.
+    MediaError openLike(const CodecSession &other, int threads);
+    /// 0, also for a damaged packet; AVERROR(EAGAIN): receive first; AVERROR_EOF after a null packet.
     int send(const AVPacket *packet);
     /// 0 and a frame, AVERROR(EAGAIN), AVERROR_EOF, or AVERROR_INVALIDDATA when nothing ever decodes.
     int receive(AVFrame *frame);

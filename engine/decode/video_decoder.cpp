@@ -1,6 +1,7 @@
 #include "decode/video_decoder.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "decode/codec_session.h"
 
@@ -20,6 +21,7 @@ int64_t pictureUs(const AVStream &stream) {
 
 struct VideoDecoder::Impl {
     CodecSession session;
+    std::optional<ThreadLimits> restart;  // the limits to start again with
     int64_t pictureUs = kUsualPictureUs;
     int64_t skipBeforeUs = INT64_MIN;
 
@@ -30,10 +32,22 @@ struct VideoDecoder::Impl {
     int64_t lastUs = AV_NOPTS_VALUE;
     int64_t lastDurationUs = 0;
 
+    int restartIfDue();
     void look(const AVPacket &packet);
     int64_t timeOf(const AVFrame &frame);
     void stamp(AVFrame &frame);
 };
+
+int VideoDecoder::Impl::restartIfDue() {
+    if (!restart || !session.context()) return 0;
+    CodecSession again;
+    const AVCodecContext &codec = *session.context();
+    const DecodingLoad load{codec.codec_id, codec.width, codec.height, codec.pix_fmt, codec.framerate};
+    const MediaError error = again.openLike(session, decoderThreads(load, *restart));
+    if (!error) session = std::move(again);
+    restart.reset();
+    return error.native;
+}
 
 void VideoDecoder::Impl::look(const AVPacket &packet) {
     const bool first = !sawPts && firstPacketUs == AV_NOPTS_VALUE;
@@ -71,13 +85,22 @@ void VideoDecoder::Impl::stamp(AVFrame &frame) {
 VideoDecoder::VideoDecoder() : impl_(std::make_unique<Impl>()) {}
 VideoDecoder::~VideoDecoder() = default;
 
-MediaError VideoDecoder::open(const AVStream &stream, int threads) {
+MediaError VideoDecoder::open(const AVStream &stream, const ThreadLimits &limits) {
     impl_ = std::make_unique<Impl>();
     impl_->pictureUs = pictureUs(stream);
-    return impl_->session.open(stream, threads);
+    const AVCodecParameters &codec = *stream.codecpar;
+    const DecodingLoad load{codec.codec_id, codec.width, codec.height, static_cast<AVPixelFormat>(codec.format),
+                            stream.avg_frame_rate};
+    return impl_->session.open(stream, decoderThreads(load, limits));
+}
+
+void VideoDecoder::restartWith(const ThreadLimits &limits) {
+    flush();
+    impl_->restart = limits;
 }
 
 int VideoDecoder::send(const AVPacket *packet) {
+    if (const int result = impl_->restartIfDue(); result < 0) return result;
     if (packet && impl_->session.context()) impl_->look(*packet);
     return impl_->session.send(packet);
 }
@@ -90,7 +113,7 @@ int VideoDecoder::receive(AVFrame *frame) {
 
 FramePtr VideoDecoder::decodeAlone(const AVPacket &packet) const {
     CodecSession alone;
-    if (alone.openLike(impl_->session) || alone.send(&packet) < 0) return nullptr;
+    if (alone.openLike(impl_->session, 1) || alone.send(&packet) < 0) return nullptr;
     alone.send(nullptr);
     FramePtr frame(av_frame_alloc());
     if (!frame || alone.receive(frame.get()) != 0) return nullptr;

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "decode/decoder_threads.h"
 #include "ffmpeg.h"
 
 namespace oriplayer {
@@ -15,8 +16,10 @@ public:
     VideoDecoder(const VideoDecoder &) = delete;
     VideoDecoder &operator=(const VideoDecoder &) = delete;
 
-    /// `threads` 0: the machine's cores.
-    MediaError open(const AVStream &stream, int threads);
+    MediaError open(const AVStream &stream, const ThreadLimits &limits);
+    /// Forgets what it holds, as flush() does, and decodes with another choice of threads from the next packet on. The
+    /// new threads start when that packet is sent.
+    void restartWith(const ThreadLimits &limits);
     /// A null packet begins to drain. AVERROR(EAGAIN): receive first. Damage in a packet is counted and answered with
     /// 0.
     int send(const AVPacket *packet);
@@ -24,14 +27,14 @@ public:
     /// The frame's pts (best effort, microseconds) and pkt_duration are always set; an unknown duration is taken from
     /// the stream's frame rate.
     int receive(AVFrame *frame);
-    /// The picture of this one packet, by a decoder of its own with one thread: a key frame is seen at once, where the
-    /// decoder proper first fills its threads and the pictures that overtake each other. Null if the packet does not
-    /// give one whole picture. What is under way in the decoder proper is not touched.
+    /// The picture of this one packet, by another decoder with one thread. A key frame is available at once that way;
+    /// this decoder would first fill its threads and its reordering delay. Null if the packet does not give one whole
+    /// picture. This decoder's own state does not change.
     FramePtr decodeAlone(const AVPacket &packet) const;
-    /// Behind a seek: forgets everything that is under way.
+    /// For a seek: forgets every packet and picture that it holds.
     void flush();
-    /// Pictures that end at or before this position are only needed as references: the decoder may leave out what no
-    /// other picture needs. INT64_MIN: none.
+    /// Pictures that end at or before this position serve as references only: the decoder may skip those that no other
+    /// picture needs. INT64_MIN: none.
     void skipBefore(int64_t positionUs);
 
     const char *codecName() const;

@@ -89,7 +89,7 @@ void PreloadQueue::wake() {
 }
 
 std::unique_ptr<OpenedSource> PreloadQueue::take(int player, const std::string &url, const InputOptions &options,
-                                                 int decoderThreads, const std::atomic<bool> &cancelled) {
+                                                 const ThreadLimits &limits, const std::atomic<bool> &cancelled) {
     std::shared_ptr<WarmSource> source;
     Id id = 0;
     {
@@ -110,8 +110,9 @@ std::unique_ptr<OpenedSource> PreloadQueue::take(int player, const std::string &
         if (window_ > 0 || running_) wake();
     }
     if (!source) return nullptr;
-    auto opened = source->take(options, decoderThreads, cancelled);
+    auto opened = source->take(options, cancelled);
     if (!opened) source->drop();
+    if (opened && opened->video) opened->video->restartWith(limits);
     std::lock_guard lock(mutex_);
     tell(id, opened ? 0 : -1);
     return opened;
@@ -185,8 +186,8 @@ void PreloadQueue::warmUp(Id id) {
     const Properties properties = currentProperties();
     const auto details = details_.find(id);
     const int64_t kib = details == details_.end() ? kDefaultKib : details->second.kib;
-    auto source = std::make_shared<WarmSource>(plan_.url(id), DataSource::optionsOf(properties, userAgent_),
-                                               properties.decoderThreads, kib * 1024);
+    auto source =
+        std::make_shared<WarmSource>(plan_.url(id), DataSource::optionsOf(properties, userAgent_), kib * 1024);
     const auto stateChanged = [this] {
         std::lock_guard lock(mutex_);
         wake();

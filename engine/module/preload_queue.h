@@ -44,7 +44,7 @@ public:
     std::size_t size() const;
     /// Hands out the warm source for this URL, or null. From now on the tasks after it are kept warm.
     std::unique_ptr<OpenedSource> take(int player, const std::string &url, const InputOptions &options,
-                                       int decoderThreads, const std::atomic<bool> &cancelled);
+                                       const ThreadLimits &limits, const std::atomic<bool> &cancelled);
     /// Sets the user agent for opening sources.
     void setUserAgent(std::string userAgent);
     /// The number of sources that are warm or being opened.

@@ -64,6 +64,8 @@ bool set(Properties &values, int number, const std::string &text) {
             return readNumber(text, 1, defaults.networkTimeoutMs, values.networkTimeoutMs);
         case kPropertyPreloadWindow:
             return readNumber(text, 0, defaults.preloadWindow, values.preloadWindow);
+        case kPropertyCores:
+            return readNumber(text, 1, defaults.cores, values.cores);
         case kPropertyCacheFastMode:
             return keep(text, values.cacheFastMode);
         default:

@@ -11,6 +11,8 @@ namespace oriplayer {
 namespace {
 
 constexpr std::chrono::milliseconds kPause{20};
+// A source may wait for long, so its decoder holds as few pictures as possible.
+constexpr ThreadLimits kOneThread{.exactly = 1};
 // A local file that was read once is in the system's cache, so little of it has to be kept here.
 constexpr int64_t kMostLocalBytes = 1 << 20;
 
@@ -23,13 +25,12 @@ bool sameOpening(const InputOptions &a, const InputOptions &b, bool network) {
 
 }  // namespace
 
-WarmSource::WarmSource(std::string url, InputOptions options, int decoderThreads, int64_t mostBytes)
+WarmSource::WarmSource(std::string url, InputOptions options, int64_t mostBytes)
     : url_(std::move(url)),
       options_([&] {
           options.cancel = &cancel_;
           return std::move(options);
       }()),
-      decoderThreads_(decoderThreads),
       mostBytes_(mostBytes) {}
 
 WarmSource::~WarmSource() = default;
@@ -54,7 +55,7 @@ bool WarmSource::open(const std::function<bool()> &mayWork) {
     if (!pauseWhile(mayWork)) return false;
     auto source = std::make_unique<OpenedSource>();
     auto failure = SourceInput::Failure::kNone;
-    if (source->open(url_, options_, decoderThreads_, failure)) return false;
+    if (source->open(url_, options_, kOneThread, failure)) return false;
     if (source->input->live()) return false;  // data that is read ahead would be out of date when it is played
     lowerThisThread();
     while (!source->picturesReady()) {
@@ -115,8 +116,7 @@ void WarmSource::drop() {
     changed_.notify_all();
 }
 
-std::unique_ptr<OpenedSource> WarmSource::take(const InputOptions &options, int decoderThreads,
-                                               const std::atomic<bool> &cancelled) {
+std::unique_ptr<OpenedSource> WarmSource::take(const InputOptions &options, const std::atomic<bool> &cancelled) {
     std::unique_lock lock(mutex_);
     wanted_ = true;
     changed_.notify_all();
@@ -128,7 +128,7 @@ std::unique_ptr<OpenedSource> WarmSource::take(const InputOptions &options, int 
         if (cancelled || elsewhere) return nullptr;
         changed_.wait_for(lock, kPause);
     }
-    if (state_ != State::kReady || decoderThreads != decoderThreads_) return nullptr;
+    if (state_ != State::kReady) return nullptr;
     if (!sameOpening(options, options_, source_->input->network())) return nullptr;
     state_ = State::kGone;
     source_->input->watch(&cancelled);

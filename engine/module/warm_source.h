@@ -17,23 +17,21 @@ namespace oriplayer {
 /// Threads:  run() on a separate thread ("ori-preload"), all else on any. Lock: mutex_, a leaf.
 class WarmSource {
 public:
-    WarmSource(std::string url, InputOptions options, int decoderThreads, int64_t mostBytes);
+    WarmSource(std::string url, InputOptions options, int64_t mostBytes);
     ~WarmSource();
 
     /// Opens the source, decodes its first pictures and reads ahead. Pauses while `mayWork` returns false, because a
-    /// player then needs the machine and the network. It makes the decoders before it lowers the thread's priority:
-    /// their threads would inherit the low priority permanently.
+    /// player then needs the machine and the network.
     void run(const std::function<bool()> &mayWork, const std::function<void()> &stateChanged);
 
     /// True while the source is being opened and its first pictures are being decoded.
     bool opening() const;
     bool failed() const;
-    /// Waits until the source is open and hands it out. `cancelled` interrupts the wait, and later the reads of the new
-    /// owner. Returns null if opening has failed, the options or the number of decoder threads differ, the source was
-    /// taken before, `cancelled` is set, or the route of `options` changes hosts during the wait. A packet that run()
-    /// is still reading is delivered after those already read.
-    std::unique_ptr<OpenedSource> take(const InputOptions &options, int decoderThreads,
-                                       const std::atomic<bool> &cancelled);
+    /// Waits until the source is open and hands it out; its video decoder has one thread. `cancelled` interrupts the
+    /// wait, and later the reads of the new owner. Returns null if opening has failed, the options differ, the source
+    /// was taken before, `cancelled` is set, or the route of `options` changes hosts during the wait. A packet that
+    /// run() is still reading is delivered after those already read.
+    std::unique_ptr<OpenedSource> take(const InputOptions &options, const std::atomic<bool> &cancelled);
     /// Stops run(). The source is closed when the last reference is released.
     void drop();
 
@@ -47,7 +45,6 @@ private:
 
     const std::string url_;
     const InputOptions options_;
-    const int decoderThreads_;
     const int64_t mostBytes_;
     std::atomic<bool> cancel_{false};
     std::atomic<bool> wanted_{false};

@@ -1,31 +1,29 @@
 #include "playback/opened_source.h"
 
-#include <iterator>
-
 namespace oriplayer {
 namespace {
 
-// What a player shows before its own decoding has to be under way: 120 ms at 25 pictures a second.
+// What a player shows while its own decoder starts: 120 ms at 25 pictures a second.
 constexpr std::size_t kPicturesAhead = 3;
-// A stream of which so many packets give no picture is left to the player.
-constexpr std::size_t kMostDecoding = 64;
+// A stream of which so many packets give too few pictures is left to the player.
+constexpr std::size_t kMostDecoded = 64;
 
 }  // namespace
 
-MediaError OpenedSource::open(const std::string &url, const InputOptions &options, int decoderThreads,
+MediaError OpenedSource::open(const std::string &url, const InputOptions &options, const ThreadLimits &limits,
                               SourceInput::Failure &failure) {
     input = std::make_unique<SourceInput>();
     if (MediaError error = input->open(url, options)) {
         failure = input->failure();
         return error;
     }
-    MediaError error = openDecoders(decoderThreads);
+    MediaError error = openDecoders(limits);
     if (video || audio) return {};
     failure = SourceInput::Failure::kNothingPlayable;
     return error;
 }
 
-MediaError OpenedSource::openDecoders(int threads) {
+MediaError OpenedSource::openDecoders(const ThreadLimits &limits) {
     MediaError first;
     const auto complain = [&](MediaError error) {
         complaints.push_back(error.text);
@@ -33,7 +31,7 @@ MediaError OpenedSource::openDecoders(int threads) {
     };
     if (input->video()) {
         video = std::make_shared<VideoDecoder>();
-        if (MediaError error = video->open(*input->video(), threads)) {
+        if (MediaError error = video->open(*input->video(), limits)) {
             complain(std::move(error));
             video.reset();
         }
@@ -49,7 +47,7 @@ MediaError OpenedSource::openDecoders(int threads) {
 }
 
 bool OpenedSource::picturesReady() const {
-    return over_ || !video || pictures.size() >= kPicturesAhead || decoding.size() >= kMostDecoding;
+    return over_ || !video || pictures.size() >= kPicturesAhead || decoded_ >= kMostDecoded;
 }
 
 bool OpenedSource::prepareOne() {
@@ -58,15 +56,13 @@ bool OpenedSource::prepareOne() {
     const int result = packet ? input->read(packet.get(), stream) : AVERROR(ENOMEM);
     over_ = result == AVERROR_EOF;  // the player reads the end again
     if (result < 0) return over_;
-    if (stream == SourceInput::Stream::kVideo) return decode(packet);
     packets.emplace_back(std::move(packet), stream);
-    return true;
+    return stream != SourceInput::Stream::kVideo || decode(*packets.back().first);
 }
 
-bool OpenedSource::decode(const PacketPtr &packet) {
-    if (video->send(packet.get()) < 0) return false;
-    decoding.emplace_back(av_packet_clone(packet.get()));
-    if (!decoding.back()) return false;
+bool OpenedSource::decode(const AVPacket &packet) {
+    ++decoded_;
+    if (video->send(&packet) < 0) return false;
     for (;;) {
         FramePtr frame(av_frame_alloc());
         const int result = frame ? video->receive(frame.get()) : AVERROR(ENOMEM);
@@ -76,17 +72,7 @@ bool OpenedSource::decode(const PacketPtr &packet) {
     }
 }
 
-void OpenedSource::undoDecoding() {
-    std::vector<Packet> all;
-    for (PacketPtr &packet : decoding) all.emplace_back(std::move(packet), SourceInput::Stream::kVideo);
-    std::move(packets.begin(), packets.end(), std::back_inserter(all));
-    packets = std::move(all);
-    decoding.clear();
-    pictures.clear();
-}
-
 void OpenedSource::forgetAhead() {
-    decoding.clear();
     pictures.clear();
     packets.clear();
 }

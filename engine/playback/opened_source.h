@@ -17,18 +17,16 @@ class OpenedSource {
 public:
     using Packet = std::pair<PacketPtr, SourceInput::Stream>;
 
-    /// `decoderThreads` 0: the machine's cores. One stream that no decoder is there for does not silence the other.
-    MediaError open(const std::string &url, const InputOptions &options, int decoderThreads,
+    /// A stream without a decoder does not fail if there is a decoder for the other one.
+    MediaError open(const std::string &url, const InputOptions &options, const ThreadLimits &limits,
                     SourceInput::Failure &failure);
 
-    /// Reads one packet on the way to the first pictures; a picture's is decoded, sound is kept. False if that fails.
+    /// Reads one packet towards the first pictures: it is kept, and decoded if it is a picture's. False if that fails.
     bool prepareOne();
-    /// The first pictures are there, or there are none to come.
+    /// The first pictures are decoded, or none will come.
     bool picturesReady() const;
 
-    /// Takes back what was decoded: all packets are to be decoded anew, by flushed decoders.
-    void undoDecoding();
-    /// Forgets everything read ahead: the input goes elsewhere.
+    /// Releases everything that was read ahead: the input is about to seek.
     void forgetAhead();
 
     std::unique_ptr<SourceInput> input;
@@ -36,14 +34,14 @@ public:
     std::shared_ptr<AudioDecoder> audio;
     std::vector<std::string> complaints;  ///< about streams without a decoder
 
-    std::vector<PacketPtr> decoding;  ///< went into the decoder, in front of `packets`
-    std::vector<FramePtr> pictures;   ///< came out of it
-    std::vector<Packet> packets;      ///< to come next, in order
+    std::vector<FramePtr> pictures;  ///< decoded ahead, in order
+    std::vector<Packet> packets;     ///< read ahead, in order
 
 private:
-    MediaError openDecoders(int threads);
-    bool decode(const PacketPtr &packet);
+    MediaError openDecoders(const ThreadLimits &limits);
+    bool decode(const AVPacket &packet);
 
+    std::size_t decoded_ = 0;  ///< packets that went into the video decoder
     bool over_ = false;
 };
 

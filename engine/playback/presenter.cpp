@@ -21,7 +21,10 @@ constexpr int kMostDropped = 7;             // consecutive pictures, so that a m
 constexpr int64_t kDeviceTailUs = 100'000;  // sound after the last picture that the device still plays
 constexpr milliseconds kLookAgain{100};     // because the sound may differ from the extrapolated time
 constexpr milliseconds kAwaitSound{500};    // wait for sound that is decoded after the first picture
-constexpr milliseconds kAwaitSecond{150};   // the clock waits this long for the second picture
+constexpr milliseconds kAwaitSecond{500};   // the clock waits this long for the second picture
+constexpr milliseconds kAwaitPacket{200};   // then the decoder hands out the pictures that it holds back, ...
+constexpr int64_t kHandOutUs = 20'000;      // ... which takes this long (1920x1080), ...
+constexpr milliseconds kAskAgain{1000};     // ... but not more often than this
 constexpr int64_t kInterleavedUs = 1'000'000;  // with more sound read ahead than this, pictures are not awaited
 constexpr int64_t kRefillUs = 500'000;         // read ahead before playback continues after a stall, ...
 constexpr milliseconds kRefillTime{1000};      // ... but it waits no longer than this
@@ -42,7 +45,8 @@ Presenter::Next Presenter::step() {
     dropOutdated();
     if (stage_.control.over()) return std::nullopt;
     finishUnprepared();
-    if (!stage_.control.prepared() || !stage_.control.started()) return std::nullopt;
+    if (!stage_.control.prepared()) return awaitPicture();
+    if (!stage_.control.started()) return std::nullopt;
     if (stalled_ || stage_.control.ended() || !stage_.control.wantsToPlay()) outlet_.followCrop(generation_);
     if (stage_.control.ended()) return std::nullopt;
     return stage_.untimed ? playUntimed() : play();
@@ -55,6 +59,7 @@ void Presenter::followGeneration() {
     landed_ = false;
     picturesEnd_ = 0;
     stalled_ = false;
+    emptySince_.reset();
     pictureShown_ = false;
     lastEndUs_ = INT64_MIN;
     dropped_ = 0;
@@ -96,7 +101,7 @@ void Presenter::finishUnprepared() {
 
 Presenter::Next Presenter::play() {
     if (const auto error = stage_.sound.takeError()) stage_.loseSound(*error);
-    if (!landed_ && !land()) return std::nullopt;
+    if (!landed_ && !land()) return awaitPicture();
     if (!stage_.control.wantsToPlay()) return std::nullopt;
     if (!stage_.clock.running()) {
         if (const Next later = letRun(); later || !stage_.clock.running()) return later;
@@ -137,7 +142,7 @@ Presenter::Next Presenter::letRun() {
         landedAt_ = steady_clock::now();
     }
     if (soundDue && !stage_.soundLost && steady_clock::now() < landedAt_ + kAwaitSound) return landedAt_ + kAwaitSound;
-    if (stage_.catchesUp && steady_clock::now() < landedAt_ + kAwaitSecond) return landedAt_ + kAwaitSecond;
+    if (stage_.catchesUp && steady_clock::now() < landedAt_ + kAwaitSecond) return awaitPicture();
     if (stage_.clock.run(stage_.control.playingFlag(), soundPlays(), endBefore())) stage_.audioWake.notify();
     impairments_.restart();
     return std::nullopt;
@@ -215,14 +220,18 @@ Presenter::Next Presenter::awaitFirstSound() {
 // Called when there is nothing to show, but more will follow. If nothing was read, the clock stops after what there is,
 // so that the sound waits for the missing pictures. A decoder that is only slow does not stop the clock.
 Presenter::Next Presenter::waitForMore() {
-    const bool starved = stage_.videoPackets.empty() && stage_.audioPackets.empty() && !stage_.readAll;
+    const int64_t now = stage_.clock.nowUs();
+    const int64_t askUs = lastEndUs_ - kHandOutUs;
+    const bool early = pictureShown_ && now < askUs;
+    if (pictureShown_ && !early) askForHeld();
     const int64_t soundEndUs = stage_.soundEndUs;
-    const bool together = starved && pictureShown_ && soundEndUs < lastEndUs_ + kInterleavedUs;
+    const bool together = starved() && pictureShown_ && soundEndUs < lastEndUs_ + kInterleavedUs;
     const int64_t horizon = together ? lastEndUs_ : std::max(lastEndUs_, soundEndUs);
-    if (stage_.clock.nowUs() < horizon) {
-        return std::min(stage_.clock.timeOf(horizon), steady_clock::now() + kLookAgain);
+    if (now < horizon) {
+        return std::min(stage_.clock.timeOf(early ? askUs : horizon), steady_clock::now() + kLookAgain);
     }
-    if (!starved || (stage_.clock.soundLeads() && !together)) return steady_clock::now() + milliseconds(20);
+    const bool goesOn = !starved() || (stage_.clock.soundLeads() && !together);
+    if (goesOn || stage_.wantsHeld) return steady_clock::now() + milliseconds(20);
     stalled_ = true;
     stalledAtUs_ = stage_.bufferedEndUs;
     refillsSince_.reset();
@@ -230,6 +239,30 @@ Presenter::Next Presenter::waitForMore() {
     stage_.clock.hold();
     stage_.reportStall();
     return std::nullopt;
+}
+
+bool Presenter::starved() const {
+    return stage_.videoPackets.empty() && stage_.audioPackets.empty() && !stage_.readAll;
+}
+
+// No packet waits for the decoder, so the pictures that it holds back would be late. To get them costs much: the
+// decoder is fed again afterwards.
+void Presenter::askForHeld() {
+    if (!stage_.decoderHolds || !stage_.videoPackets.empty() || stage_.readAll) return;
+    const auto now = steady_clock::now();
+    if (now < askedAt_ + kAskAgain && !starved()) return;
+    askedAt_ = now;
+    stage_.wantsHeld = true;
+    stage_.videoWake.notify();
+}
+
+// Where no clock says when the next picture is due.
+Presenter::Next Presenter::awaitPicture() {
+    const auto now = steady_clock::now();
+    const int64_t readUs = std::exchange(readUs_, stage_.bufferedEndUs);
+    if (!emptySince_ || readUs != readUs_ || !stage_.videoPackets.empty()) emptySince_ = now;
+    if (now >= *emptySince_ + kAwaitPacket) askForHeld();
+    return now + kAwaitPacket;
 }
 
 Presenter::Next Presenter::finish() {
@@ -282,7 +315,8 @@ Presenter::Next Presenter::playUntimed() {
         present(std::move(*picture), 0);
         return steady_clock::now();
     }
-    if (!everythingDecoded() || !stage_.control.wantsToPlay()) return std::nullopt;
+    if (!everythingDecoded()) return awaitPicture();
+    if (!stage_.control.wantsToPlay()) return std::nullopt;
     stage_.shownGeneration = generation_;
     if (pictureShown_) stage_.clock.setTo(lastEndUs_, generation_);
     return conclude(lastEndUs_);

@@ -38,6 +38,9 @@ private:
     void present(Picture picture, int64_t lateUs);
     Next awaitFirstSound();
     Next waitForMore();
+    bool starved() const;
+    void askForHeld();
+    Next awaitPicture();
     Next finish();
     Next conclude(int64_t endUs);
     bool refilled();
@@ -57,6 +60,8 @@ private:
     bool stalled_ = false;
     int64_t stalledAtUs_ = 0;                 ///< end position of what had been read when it stalled
     std::optional<SteadyTime> refillsSince_;  ///< when the first new data after a stall arrived
+    std::optional<SteadyTime> emptySince_;    ///< no packet has arrived, and no picture was there to show
+    int64_t readUs_ = 0;                      ///< end position of what had been read then
     bool pictureShown_ = false;
     int64_t lastEndUs_ = INT64_MIN;  ///< play scale, end of the last picture shown
     int64_t accountedUs_ = 0;        ///< play scale, end of what has been counted as presented
@@ -64,7 +69,8 @@ private:
     // for the whole life of the player
     bool firstTold_ = false;
     bool begun_ = false;
-    int dropped_ = 0;  ///< consecutive pictures
+    SteadyTime askedAt_;  ///< for the pictures that the decoder holds back
+    int dropped_ = 0;     ///< consecutive pictures
 };
 
 }  // namespace oriplayer

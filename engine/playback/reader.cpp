@@ -64,7 +64,7 @@ void Reader::begin() {
     options_ = source_.inputOptions(properties, stage_.settings.userAgent());
     options_.cancel = &stage_.control.stoppedFlag();
     options_.route = stage_.route;
-    decoderThreads_ = properties.decoderThreads;
+    threadLimits_ = properties.threadLimits();
     stage_.untimed = properties.untimed;
     std::vector<std::shared_ptr<ISource>> sources;
     {
@@ -120,7 +120,7 @@ bool Reader::open(int index) {
     }
     const std::atomic<bool> &stopped = stage_.control.stoppedFlag();
     const auto begin = std::chrono::steady_clock::now();
-    auto source = PreloadQueue::instance().take(stage_.id, url, options_, decoderThreads_, stopped);
+    auto source = PreloadQueue::instance().take(stage_.id, url, options_, threadLimits_, stopped);
     const bool warm = source != nullptr;
     if (!warm) {
         source = std::make_unique<OpenedSource>();
@@ -157,7 +157,7 @@ bool Reader::openCold(const std::string &url, std::chrono::steady_clock::time_po
     InputOptions options = options_;
     const auto waited = std::chrono::steady_clock::now() - begin;
     options.waitedMs = static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(waited).count());
-    MediaError error = source.open(url, options, decoderThreads_, failure);
+    MediaError error = source.open(url, options, threadLimits_, failure);
     if (!error) return true;
     error.text += source_.emptyOptions();
     const bool unplayable = failure == SourceInput::Failure::kNothingPlayable;
@@ -193,7 +193,7 @@ bool Reader::followVariant() {
     const bool sound = std::exchange(soundChanges_, variants.soundChanges) != variants.soundChanges && input_->audio();
     auto video = std::make_shared<VideoDecoder>();
     auto audio = sound ? std::make_shared<AudioDecoder>() : audio_;
-    MediaError error = video->open(*input_->video(), decoderThreads_);
+    MediaError error = video->open(*input_->video(), threadLimits_);
     if (!error && sound) error = audio->open(*input_->audio());
     if (error) {
         stage_.failure.set({kEventDecodeFailed, error});
@@ -233,10 +233,8 @@ StreamItem Reader::soundStream() const {
 void Reader::pushStreams() {
     StreamItem item = pictureStream();
     if (untouched_) item.beginsUs = offsetUs_ + baseUs_;
-    if (offsetUs_ + baseUs_ != 0) ahead_.undoDecoding();  // they were decoded with other times
     item.pictures = std::move(ahead_.pictures);
-    item.goesOn = !ahead_.decoding.empty();
-    for (const PacketPtr &packet : ahead_.decoding) item.fedUs = std::max(item.fedUs, endOf(*packet));
+    for (const FramePtr &picture : item.pictures) picture->pts += offsetUs_ + baseUs_;
     newVideo_ = newAudio_ = false;
     stage_.videoPackets.push(std::move(item));
     stage_.audioPackets.push(soundStream());
@@ -247,12 +245,7 @@ void Reader::pushStreams() {
 
 void Reader::pushAhead() {
     countMedium();
-    for (const PacketPtr &packet : ahead_.decoding) {
-        count(*packet, SourceInput::Stream::kVideo);
-        ++stage_.counters.videoPackets;
-        stage_.counters.decoderBytes += packet->size;
-    }
-    if (!ahead_.decoding.empty() || !ahead_.packets.empty()) untouched_ = false;
+    if (!ahead_.packets.empty()) untouched_ = false;
     std::vector<OpenedSource::Packet> packets = std::move(ahead_.packets);
     ahead_.forgetAhead();
     for (auto &[packet, stream] : packets) handOn(std::move(packet), stream);

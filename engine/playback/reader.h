@@ -105,7 +105,7 @@ private:
     Stage &stage_;
     DataSource source_;  ///< after run() has begun, changed and read by other threads under mutex_
     InputOptions options_;
-    int decoderThreads_ = 0;
+    ThreadLimits threadLimits_;
 
     std::unique_ptr<SourceInput> input_;
     std::shared_ptr<VideoDecoder> video_;

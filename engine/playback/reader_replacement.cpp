@@ -105,7 +105,7 @@ void Reader::takeOver(Replacement &replacement) {
     options_ = result->options;
     options_.cancel = &stage_.control.stoppedFlag();
     options_.route = stage_.route;
-    decoderThreads_ = result->decoderThreads;
+    threadLimits_ = result->threadLimits;
     enter(result->data, result->programme);
     adopt(std::move(result->source), result->index);
     input_->watch(&stage_.control.stoppedFlag());

@@ -51,7 +51,7 @@ MediaError Replacement::describe() {
     const Properties properties = currentProperties();
     result_->options = result_->data.inputOptions(properties, stage_.settings.userAgent());
     result_->options.cancel = &cancel_;
-    result_->decoderThreads = properties.decoderThreads;
+    result_->threadLimits = properties.threadLimits();
     const auto sources = result_->data.sources();
     if (sources.empty()) return {AVERROR(EINVAL), "no source was given"};
     result_->programme.assign(result_->data.itemsOf(sources));
@@ -91,11 +91,11 @@ MediaError Replacement::open(int index) {
     const std::string url = result_->programme.url(index);
     if (url.empty()) return {AVERROR(EINVAL), "opening a source without a URL"};
     runUp_.reset();
-    auto source = PreloadQueue::instance().take(stage_.id, url, result_->options, result_->decoderThreads, cancel_);
+    auto source = PreloadQueue::instance().take(stage_.id, url, result_->options, result_->threadLimits, cancel_);
     if (!source || !source->input->seekable()) {
         source = std::make_unique<OpenedSource>();
         auto failure = SourceInput::Failure::kNone;
-        if (MediaError error = source->open(url, result_->options, result_->decoderThreads, failure)) return error;
+        if (MediaError error = source->open(url, result_->options, result_->threadLimits, failure)) return error;
     }
     result_->index = index;
     result_->programme.setLength(index, source->input->durationUs());

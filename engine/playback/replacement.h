@@ -39,7 +39,7 @@ public:
         explicit Result(DataSource given) : data(std::move(given)) {}
         DataSource data;
         InputOptions options;
-        int decoderThreads = 0;
+        ThreadLimits threadLimits;
         Programme programme;
         int index = 0;         ///< of the open source
         int64_t offsetUs = 0;  ///< start of the open source on the programme's scale

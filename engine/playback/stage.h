@@ -98,17 +98,19 @@ struct Stage {
     std::atomic<bool> expectAudio{false};
     std::atomic<int64_t> landingUs{INT64_MIN};  ///< play scale, where the generation begins; INT64_MIN: anywhere
 
-    std::atomic<bool> readAll{false};          ///< there is nothing more to read
-    std::atomic<uint32_t> ends{0};             ///< number of the last end that the reader has queued
-    std::atomic<uint32_t> soundEnd{0};         ///< number of the last end that the sound has reached
-    std::atomic<int> sourcesWait{0};           ///< number of added sources that the reader has not seen
-    std::atomic<int64_t> readBaseUs{0};        ///< play scale minus position, at the place where the reader is
-    std::atomic<int64_t> bufferedEndUs{0};     ///< end position of the last packet read
-    std::atomic<uint32_t> soundReady{0};       ///< generation of the sound that waits in the renderer
-    std::atomic<uint32_t> soundEnded{0};       ///< generation whose sound has been decoded to its end
-    std::atomic<int64_t> soundEndUs{0};        ///< play scale, end of the last sound decoded
-    std::atomic<bool> catchesUp{false};        ///< the first picture was decoded alone; the next is not decoded yet
-    std::atomic<bool> soundLost{false};        ///< no device: decoded sound is timed and dropped
+    std::atomic<bool> readAll{false};       ///< there is nothing more to read
+    std::atomic<uint32_t> ends{0};          ///< number of the last end that the reader has queued
+    std::atomic<uint32_t> soundEnd{0};      ///< number of the last end that the sound has reached
+    std::atomic<int> sourcesWait{0};        ///< number of added sources that the reader has not seen
+    std::atomic<int64_t> readBaseUs{0};     ///< play scale minus position, at the place where the reader is
+    std::atomic<int64_t> bufferedEndUs{0};  ///< end position of the last packet read
+    std::atomic<uint32_t> soundReady{0};    ///< generation of the sound that waits in the renderer
+    std::atomic<uint32_t> soundEnded{0};    ///< generation whose sound has been decoded to its end
+    std::atomic<int64_t> soundEndUs{0};     ///< play scale, end of the last sound decoded
+    std::atomic<bool> catchesUp{false};     ///< the first picture was decoded alone; the next is not decoded yet
+    std::atomic<bool> decoderHolds{false};  ///< set by ori-video: the decoder may hold pictures back
+    std::atomic<bool> wantsHeld{false};     ///< set by ori-show: ori-video shall hand out what the decoder holds back
+    std::atomic<bool> soundLost{false};     ///< no device: decoded sound is timed and dropped
     std::atomic<uint32_t> shownGeneration{0};  ///< generation of what is presented
 
     void wakeAll();

@@ -17,6 +17,7 @@ void VideoPipe::run() {
     while (!stage_.control.over()) {
         auto item = firstComesFirst() ? std::nullopt : stage_.videoPackets.pop(stage_.control.generation());
         if (!item) {
+            if (stage_.wantsHeld) handOutHeld();
             stage_.videoWake.wait();
             continue;
         }
@@ -47,18 +48,24 @@ void VideoPipe::handle(StreamItem item) {
             if (decoder_ && !item.goesOn) decoder_->flush();
             if (item.joinUs) joinUs_ = *item.joinUs;
             untilUs_ = INT64_MAX;
+            sinceKey_.clear();
             if (decoder_) decoder_->skipBefore(landed_ ? INT64_MIN : targetUs_);
             baseUs_ = item.baseUs;
             beginsUs_ = item.pictures.empty() ? item.beginsUs : std::nullopt;
+            if (!item.pictures.empty() && !item.goesOn) takenUs_ = item.pictures.back()->pts;
             takeAhead(std::move(item.pictures));
             break;
         case StreamItem::Kind::kPacket:
+            stage_.wantsHeld = false;
             ++stage_.counters.videoPackets;
             stage_.counters.decoderBytes += item.packet->size;
             if (item.packet->pts != AV_NOPTS_VALUE) awaited_.insert(item.packet->pts);
             keepPace(*item.packet);
             showFirst(*item.packet);
             decode(item.packet.get());
+            if (stage_.counters.network) sinceKey_.add(*item.packet);
+            if (item.packet->dts != AV_NOPTS_VALUE) lastDtsUs_ = item.packet->dts;
+            stage_.decoderHolds = true;
             break;
         case StreamItem::Kind::kEnd:
             drain();
@@ -90,22 +97,45 @@ void VideoPipe::showFirst(const AVPacket &packet) {
         frame = decoder_->decodeAlone(packet);
     }
     if (!frame || outdated()) return;
-    twinUs_ = frame->pts;
+    takenUs_ = frame->pts;
     stage_.catchesUp = true;
     countDecoded(*frame);
     take(std::move(frame));
 }
 
-bool VideoPipe::isTwin(const AVFrame &frame) {
-    if (!twinUs_) return false;
-    const bool twin = frame.pts <= *twinUs_;
-    forgetTwin();
-    return twin;
+bool VideoPipe::wasTaken(const AVFrame &frame) {
+    if (takenUs_ && frame.pts <= *takenUs_) return true;
+    caughtUp();
+    return false;
 }
 
-void VideoPipe::forgetTwin() {
-    twinUs_.reset();
+void VideoPipe::caughtUp() {
+    takenUs_.reset();
     if (stage_.catchesUp.exchange(false)) stage_.showWake.notify();
+}
+
+// Nothing arrives, and every other picture was shown. A decoder holds some back, for its threads and for the order of
+// the pictures; it gives them if it is emptied, but then lacks what later pictures refer to. So it is fed again from
+// the key frame on.
+void VideoPipe::handOutHeld() {
+    const std::vector<PacketPtr> &packets = sinceKey_.packets();
+    if (decoder_ && !packets.empty() && !outdated()) {
+        drain_ = Drain::kTakes;
+        decode(nullptr);
+        drain_ = Drain::kNo;
+        decoder_->flush();
+        decoder_->skipBefore(lastEndUs_);
+        takenUs_ = lastOutUs_;
+        for (const PacketPtr &packet : packets) decode(packet.get());
+        decoder_->skipBefore(landed_ ? INT64_MIN : targetUs_);
+    }
+    stage_.wantsHeld = stage_.decoderHolds = false;
+    stage_.showWake.notify();
+}
+
+// No picture that has still to be read is shown before this one.
+bool VideoPipe::follows(const AVFrame &frame) const {
+    return frame.pts <= lastDtsUs_ || (lastEndUs_ != INT64_MIN && frame.pts <= lastEndUs_ + frame.pkt_duration / 2);
 }
 
 void VideoPipe::beginGeneration(const StreamItem &item) {
@@ -121,7 +151,11 @@ void VideoPipe::beginGeneration(const StreamItem &item) {
     awaited_.clear();
     skipped_.reset();
     beginsUs_.reset();
-    forgetTwin();
+    caughtUp();
+    if (!item.goesOn) {
+        sinceKey_.clear();
+        lastOutUs_ = lastEndUs_ = lastDtsUs_ = INT64_MIN;
+    }
     if (!decoder_) return;
     if (!item.goesOn) decoder_->flush();
     decoder_->skipBefore(targetUs_);
@@ -181,9 +215,13 @@ bool VideoPipe::receive() {
             return false;
         }
         if (outdated()) return true;
+        if (drain_ == Drain::kTakes && !follows(*frame)) drain_ = Drain::kLeaves;
+        if (drain_ == Drain::kLeaves) continue;
         countSkipped(frame->pts);
-        if (isTwin(*frame)) continue;
+        if (wasTaken(*frame)) continue;
         countDecoded(*frame);
+        lastOutUs_ = frame->pts;
+        lastEndUs_ = frame->pts + frame->pkt_duration;
         take(std::move(frame));
     } while (!outdated());
     return true;
@@ -193,7 +231,7 @@ void VideoPipe::drain() {
     if (!decoder_) return;
     decode(nullptr);
     decoder_->flush();
-    forgetTwin();
+    caughtUp();
     if (!outdated()) countSkipped(INT64_MAX);
 }
 

@@ -19,9 +19,10 @@ enum EngineProperty : int {
     kPropertyPictureOff = 9003,      ///< "1": pictures are neither decoded nor shown
     kPropertyAudioTrack = 9004,      ///< number among a source's audio streams from 0, or a language tag such as "deu"
     kPropertyCaFile = 9005,          ///< PEM file of certificate authorities to trust; default: the system's
-    kPropertyDecoderThreads = 9006,  ///< threads a video decoder may use; default: the machine's cores
+    kPropertyDecoderThreads = 9006,  ///< threads of a video decoder; default: chosen by codec, picture size and rate
     kPropertyNetworkTimeout = 9007,  ///< milliseconds for opening and for each read; default 8000
     kPropertyPreloadWindow = 9008,   ///< preload tasks kept open behind the one that plays; default 3, "0" turns it off
+    kPropertyCores = 9009,           ///< processor cores to assume, 1 or more; default: those of the machine
 };
 
 /// Sets a process-wide property. 0, or -1 for a number the engine does not know or a text it cannot read.

@@ -22,7 +22,7 @@ struct Decoding : testing::Test {
     void open(const std::string &name) {
         const MediaError opened = input.open(support::clip(name), {});
         EXPECT_FALSE(opened) << opened.text;
-        EXPECT_FALSE(input.video() && video.open(*input.video(), 0));
+        EXPECT_FALSE(input.video() && video.open(*input.video(), {}));
         EXPECT_FALSE(input.audio() && audio.open(*input.audio()));
     }
     /// False at the end.

@@ -24,9 +24,10 @@ TEST(Properties, ATextThatCannotBeReadChangesNothingAndAnEmptyOneRestores) {
         const char *text;
         int result;
     };
-    const Case cases[] = {{9001, "1", 0},      {9001, "yes", -1}, {9006, "2", 0},   {9006, "0", -1},  {9006, "2x", -1},
-                          {9007, "250", 0},    {9008, "0", 0},    {9008, "-1", -1}, {9007, "-1", -1}, {9004, "deu", 0},
-                          {9005, "/x.pem", 0}, {123, "fast", 0},  {9999, "1", -1},  {0, nullptr, -1}};
+    const Case cases[] = {{9001, "1", 0},      {9001, "yes", -1}, {9006, "2", 0},  {9006, "0", -1},
+                          {9006, "2x", -1},    {9007, "250", 0},  {9008, "0", 0},  {9008, "-1", -1},
+                          {9007, "-1", -1},    {9009, "16", 0},   {9009, "0", -1}, {9004, "deu", 0},
+                          {9005, "/x.pem", 0}, {123, "fast", 0},  {9999, "1", -1}, {0, nullptr, -1}};
     for (const auto &item : cases)
         EXPECT_EQ(oriplayer::setProperty(item.number, item.text), item.result) << item.number;
     auto values = oriplayer::currentProperties();
@@ -34,7 +35,7 @@ TEST(Properties, ATextThatCannotBeReadChangesNothingAndAnEmptyOneRestores) {
     EXPECT_EQ(values.decoderThreads, 2);
     EXPECT_EQ(values.networkTimeoutMs, 250);
     EXPECT_EQ(values.audioTrack, "deu");
-    for (int number = 9001; number <= 9008; ++number) EXPECT_EQ(oriplayer::setProperty(number, nullptr), 0);
+    for (int number = 9001; number <= 9009; ++number) EXPECT_EQ(oriplayer::setProperty(number, nullptr), 0);
     values = oriplayer::currentProperties();
     EXPECT_FALSE(values.untimed);
     EXPECT_EQ(values.networkTimeoutMs, 8000);

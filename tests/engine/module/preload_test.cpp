@@ -106,7 +106,7 @@ TEST(Preloading, WhatNobodyTakesCools_AndIsWarmAgainWhenThePlayerInFrontIsNearIt
     Told told;
     queue.add({clip("h264_aac.mp4"), 64, nullptr, nullptr});
     queue.add({clip("numbered.mp4"), 64, &Told::callback, &told});
-    queue.take(player->getPlayerId(), clip("h264_aac.mp4"), {}, 0, std::atomic<bool>(false));
+    queue.take(player->getPlayerId(), clip("h264_aac.mp4"), {}, {}, std::atomic<bool>(false));
     ASSERT_EQ(told.outcome(), 0) << "it was warm";
     ASSERT_TRUE(support::eventually([&] { return queue.warm() == 0; })) << "10 s are left";
     player->seekTo(8000, 0);
@@ -114,7 +114,7 @@ TEST(Preloading, WhatNobodyTakesCools_AndIsWarmAgainWhenThePlayerInFrontIsNearIt
 }
 
 TEST(Preloading, StandsBackWhileAPlayerNeedsTheMachine_AndKeepsToItsMemory) {
-    oriplayer::WarmSource source(clip("numbered.mp4"), {}, 1, 0);
+    oriplayer::WarmSource source(clip("numbered.mp4"), {}, 0);
     std::atomic<bool> allowed{false};
     std::atomic<int> asked{0};
     std::thread thread([&] {
@@ -129,11 +129,12 @@ TEST(Preloading, StandsBackWhileAPlayerNeedsTheMachine_AndKeepsToItsMemory) {
     EXPECT_TRUE(source.opening()) << "nothing was done";
     allowed = true;
     thread.join();
-    const auto opened = source.take({}, 1, std::atomic<bool>(false));
+    const auto opened = source.take({}, std::atomic<bool>(false));
     ASSERT_TRUE(opened);
-    EXPECT_GE(opened->pictures.size(), 3u);
+    const auto ahead = static_cast<std::ptrdiff_t>(opened->pictures.size());
+    EXPECT_EQ(ahead, 3);
     const auto isPicture = [](const auto &each) { return each.second == oriplayer::SourceInput::Stream::kVideo; };
-    EXPECT_EQ(std::count_if(opened->packets.begin(), opened->packets.end(), isPicture), 0)
+    EXPECT_LE(std::count_if(opened->packets.begin(), opened->packets.end(), isPicture), ahead + 2)
         << "0 bytes are to be read beyond the first pictures";
 }
 

@@ -6,6 +6,8 @@
 
 #include "engine/playback/loopback_server.h"
 #include "engine/playback/watched_player.h"
+#include "support/eventually.h"
+#include "support/temporary_folder.h"
 
 // What is seen of each fault of a network, and within which time; docs/limits.md has the same table for users.
 
@@ -265,6 +267,36 @@ TEST_F(NetworkFaults, APreloadedSourceThatStallsIsHadAtOnce_AndGoesOnWhereItStoo
     ASSERT_TRUE(player.waitForEvent(1001)) << player.events();
     EXPECT_EQ(player.pictures().size(), 25u);
     EXPECT_EQ(server_.requests().size(), 1u);
+}
+
+// A decoder of many threads, or of a codec that reorders, gives a picture only when it gets more packets.
+TEST_F(NetworkFaults, AStalledDownloadShowsEveryPictureUpToTheFirstThatWasNotRead) {
+    const PropertyGuard threads(kPropertyDecoderThreads, "16");
+    const support::TemporaryFolder folder;
+    for (const char *name : {"sound_longer.mkv", "bframes.mkv", "vp9_opus.webm", "av1_opus.mkv"}) {
+        for (const char *untimed : {"1", ""}) {
+            SCOPED_TRACE(std::string(name) + untimed);
+            Film film(clipBytes(name));
+            film.limit = film.size() * 3 / 5;
+            WatchedPlayer beginning({folder.write(name, clipBytes(name).substr(0, film.limit))});
+            ASSERT_TRUE(beginning.playToEnd());
+            std::size_t shown = 0;
+            for (const int number : beginning.numbers()) shown += number == static_cast<int>(shown) ? 1 : 0;
+            ASSERT_GT(shown, 8u);
+            setProperty(kPropertyUntimed, untimed);
+            server_.on("/film", std::ref(film));
+            WatchedPlayer player({server_.url()});
+            player.play();
+            const auto seen = [&] { return player.pictures().size() + static_cast<std::size_t>(player.dropped()); };
+            EXPECT_TRUE(support::eventually([&] { return seen() >= shown; })) << seen() << " of " << shown;
+            film.limit = SIZE_MAX;
+            ASSERT_TRUE(player.waitForEvent(1001)) << player.events();
+            const auto numbers = player.numbers();
+            EXPECT_EQ(seen(), static_cast<std::size_t>(support::expected(name).pictures));
+            EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end(), std::less_equal<>())) << "each once";
+            setProperty(kPropertyUntimed, "1");
+        }
+    }
 }
 
 TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
