@@ -20,6 +20,9 @@ struct Items {
     std::vector<std::string> clips;
     std::vector<std::string> events;  ///< told once for each bound; those that wait together may come in any order
 };
+void PrintTo(const Items &each, std::ostream *out) {
+    *out << each.name;
+}
 
 const std::vector<std::string> kFiveCodecs{"h264_aac.mp4", "hevc_aac.mkv", "vp9_opus.webm", "av1_opus.mkv",
                                            "mpeg2_mp2.ts"};
@@ -63,8 +66,7 @@ TEST_P(WholeProgramme, EachBoundHasItsPicturesAndItsEvents) {
 INSTANTIATE_TEST_SUITE_P(Programmes, WholeProgramme,
                          testing::Values(Items{"FivePeriods", Layout::kPeriods, kFiveCodecs, kBoundEvents},
                                          Items{"OneMixedPeriod", Layout::kMixed, kFiveCodecs, kBoundEvents},
-                                         Items{"EveryKindOfClip", Layout::kPeriods, kTenKinds, {"1001"}}),
-                         [](const auto &test) { return std::string(test.param.name); });
+                                         Items{"EveryKindOfClip", Layout::kPeriods, kTenKinds, {"1001"}}));
 
 TEST(OneProgramme, TimesAreSummedOverBounds_SeeksLandOnThePicture) {
     // 1 s, 10 s and 1 s; 25 pictures a second, a key frame every 10 and every 50 pictures.

@@ -48,6 +48,9 @@ struct OrderCase {
     const char *sent;  // upper case urgent, lower case not, '!' Stop, '-' an empty task, '?' no known priority
     const char *run;
 };
+void PrintTo(const OrderCase &each, std::ostream *out) {
+    *out << each.name;
+}
 
 class MessageLooperOrder : public ::testing::TestWithParam<OrderCase> {};
 
@@ -75,8 +78,7 @@ INSTANTIATE_TEST_SUITE_P(Queue, MessageLooperOrder,
                                            OrderCase{"StopRunsWhatWaits", "aABbc!", "BAabc"},
                                            OrderCase{"UrgentOnesPassTheQuitMessage", "a!A", "Aa"},
                                            OrderCase{"WhatStandsBehindTheQuitMessageDoesNotRun", "a!bc", "a"},
-                                           OrderCase{"TwoStopsEndOnce", "A!!B", "BA"}),
-                         [](const auto &test) { return std::string(test.param.name); });
+                                           OrderCase{"TwoStopsEndOnce", "A!!B", "BA"}));
 
 TEST(MessageLooper, ATaskMaySendToItsOwnLooper_AnUrgentOneRunsNext) {
     HeldLooper held;

@@ -64,6 +64,9 @@ struct SeekCase {
     std::function<void(Timeline &)> seek;
     std::string calls;
 };
+void PrintTo(const SeekCase &each, std::ostream *out) {
+    *out << each.name;
+}
 class TimelineSeek : public TimelineFixture, public ::testing::WithParamInterface<SeekCase> {};
 
 TEST_P(TimelineSeek, LandsInTheBoundThatContainsThePosition) {
@@ -99,8 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
                      tl.SkipToNext(false);
                      tl.SkipToNext(false);
                  },
-                 MovedTo("b") + " " + Left("p2") + " " + Entered("p3", "d")}),
-    [](const auto &test) { return std::string(test.param.name); });
+                 MovedTo("b") + " " + Left("p2") + " " + Entered("p3", "d")}));
 
 TEST_F(TimelinePosition, ASeekBehindTheEndDoesNothing) {
     PlayThree();
