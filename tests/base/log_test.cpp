@@ -58,6 +58,7 @@ void RememberFormat(const char *tag, const char *format, ...) {
 }
 
 TEST_F(LogTest, TheSinkGetsTagAndFormatUntouchedAtAnyLevel) {
+    sSunk.clear();
     VEXO_SINK("before any player %d\n", 1);  // the function of the start drops it
     SetLogLevel(100);
     SetLogCallback(&RememberFormat);

@@ -84,6 +84,7 @@ void KeepLine(const char *tag, const char *format, ...) {
 }
 
 TEST_F(TimelineEvents, TheEnginesLogGoesToTheSinkAlone_AsTextNotAsFormat) {
+    sSunk.clear();
     PlayThree();
     const LogFunction before = GetLogCallback();
     SetLogCallback(&KeepLine);

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <thread>
 
 #include "engine/output/tone.h"
@@ -16,14 +15,11 @@ using namespace oriplayer;
 using tone::peak;
 
 struct Disk : testing::Test {
-    static void SetUpTestSuite() { device = std::make_unique<support::DiskSound>("4"); }  // five times as fast as heard
-    static void TearDownTestSuite() { device.reset(); }
-
     /// What was written from sample `begin` on, once so many more are there.
     static std::vector<float> writtenAfter(std::size_t more, std::size_t begin) {
-        const std::size_t wanted = device->samples() + more;
-        EXPECT_TRUE(support::eventually([wanted] { return device->samples() >= wanted; }));
-        return device->left(begin);
+        const std::size_t wanted = device.samples() + more;
+        EXPECT_TRUE(support::eventually([wanted] { return device.samples() >= wanted; }));
+        return device.left(begin);
     }
     static void play(AudioRenderer &sound, double hertz, float amplitude, double seconds) {
         const int frames = static_cast<int>(seconds * 44'100);
@@ -31,7 +27,7 @@ struct Disk : testing::Test {
         sound.finish();
     }
 
-    static inline std::unique_ptr<support::DiskSound> device;
+    static inline const support::DiskSound device{"4"};  // five times as fast as heard
 };
 
 TEST_F(Disk, TwoPlayersAreHeardTogether_SilenceBeforeAndBehindThem) {
@@ -40,7 +36,7 @@ TEST_F(Disk, TwoPlayersAreHeardTogether_SilenceBeforeAndBehindThem) {
         float least, most;
     };
     for (const Case &c : {Case{0.3F, 0.5F, 0.61F}, Case{0.9F, 1.0F, 1.0F}}) {  // the second is saturated
-        const std::size_t begin = device->samples();
+        const std::size_t begin = device.awaitSilence();
         AudioRenderer low, high;
         ASSERT_FALSE(low.open(""));
         ASSERT_FALSE(high.open(""));
@@ -52,6 +48,7 @@ TEST_F(Disk, TwoPlayersAreHeardTogether_SilenceBeforeAndBehindThem) {
         low.leaveToDevice(250'000);
         high.leaveToDevice(250'000);
         const auto all = writtenAfter(30'000, begin);
+        ASSERT_GT(all.size(), 4096U);
         EXPECT_GE(peak(all), c.least);
         EXPECT_LE(peak(all), c.most);
         EXPECT_EQ(peak({all.end() - 4096, all.end()}), 0.0F);
@@ -61,7 +58,7 @@ TEST_F(Disk, TwoPlayersAreHeardTogether_SilenceBeforeAndBehindThem) {
 
 // A player that ends leaves its last sound in the mix; the next one, of another rate, begins behind it.
 TEST_F(Disk, FromOnePlayerToTheNext_NoClick) {
-    const std::size_t begin = device->samples();
+    const std::size_t begin = device.awaitSilence();
     AudioRenderer next;
     {
         AudioRenderer first;

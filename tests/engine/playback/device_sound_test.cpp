@@ -14,10 +14,7 @@ namespace {
 using support::clip;
 
 struct DeviceSound : testing::Test {
-    static void SetUpTestSuite() { disk = std::make_unique<support::DiskSound>(); }
-    static void TearDownTestSuite() { disk.reset(); }
-
-    static inline std::unique_ptr<support::DiskSound> disk;
+    static inline const support::DiskSound disk{};
 };
 
 void setMute(WatchedPlayer &player, int on) {
@@ -42,7 +39,6 @@ struct MuteCase {
 };
 
 TEST_F(DeviceSound, AMuteBeforePreparingIsAVolumeOfZero_ALaterOneIsNot) {
-    // Sound in the device's mix outlasts its player: what is not heard comes first.
     const MuteCase cases[] = {{"before", {1}, {}, -1.0F, 0.0F, false},
                               {"before, volume 0", {1}, {}, 0.0F, 0.0F, false},
                               {"later", {}, {1}, 0.5F, 0.5F, false},
@@ -51,7 +47,7 @@ TEST_F(DeviceSound, AMuteBeforePreparingIsAVolumeOfZero_ALaterOneIsNot) {
                               {"before, then a volume", {1}, {}, 0.5F, 0.5F, true},
                               {"taken back", {1}, {0}, -1.0F, 1.0F, true}};
     for (const auto &c : cases) {
-        const std::size_t begin = disk->samples();
+        const std::size_t begin = disk.awaitSilence();
         WatchedPlayer player({clip("audio_only.wav")});
         for (const int mute : c.before) setMute(player, mute);
         player->prepareAsync();
@@ -60,7 +56,7 @@ TEST_F(DeviceSound, AMuteBeforePreparingIsAVolumeOfZero_ALaterOneIsNot) {
         EXPECT_EQ(player.parameter(3005).getFloat(-1), c.answered) << c.name;
         player->start();
         ASSERT_TRUE(player.waitForEvent(1001)) << c.name << ": " << player.events();
-        EXPECT_EQ(tone::peak(disk->left(begin)) > 0.01F, c.heard) << c.name;
+        EXPECT_EQ(tone::peak(disk.left(begin)) > 0.01F, c.heard) << c.name;
     }
 }
 
@@ -79,7 +75,7 @@ std::size_t longestSilence(const std::vector<float> &samples) {
 }
 
 TEST_F(DeviceSound, AReplacementJoinsWithoutAGap) {
-    const std::size_t begin = disk->samples();
+    const std::size_t begin = disk.awaitSilence();
     {
         WatchedPlayer player({clip("numbered.mp4")});
         player.play();
@@ -89,7 +85,7 @@ TEST_F(DeviceSound, AReplacementJoinsWithoutAGap) {
         ASSERT_TRUE(player.waitForNumber(80));
     }
     constexpr std::size_t kDeviceBuffer = 1024;
-    const auto samples = disk->left(begin);
+    const auto samples = disk.left(begin);
     ASSERT_GT(samples.size(), 2U * 44'100);
     EXPECT_LE(longestSilence(samples), kDeviceBuffer);
 }

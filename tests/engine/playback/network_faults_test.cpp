@@ -255,9 +255,10 @@ TEST_F(NetworkFaults, APreloadedSourceThatStallsIsHadAtOnce_AndGoesOnWhereItStoo
     const auto told = [](void *context, int, int, int, const char *) {
         *static_cast<std::atomic<bool> *>(context) = true;
     };
-    ASSERT_EQ(addPreloadTask(server_.url().c_str(), "id", told, &warm), 0);
-    while (!warm) std::this_thread::yield();  // by now it reads on, and comes to stand
     WatchedPlayer player({server_.url()});
+    player->setUserAgent("trial-agent");  // preloading uses the agent that any player was given last
+    ASSERT_EQ(addPreloadTask(server_.url().c_str(), "id", told, &warm), 0);
+    while (!warm) std::this_thread::yield();  // it reads ahead from now on, and stalls
     const auto begin = steady_clock::now();
     player->prepareAsync();
     player->start();

@@ -5,7 +5,7 @@
 //   WatchedPlayer player({clip("numbered.mp4")});
 //   player.prepare();
 //   player->start();
-//   ASSERT_TRUE(player.waitForEvent(1001));      // every wait is bounded by 20 s; false means that it never came
+//   ASSERT_TRUE(player.waitForEvent(1001));      // every wait is bounded by 30 s; false means that it never came
 //   EXPECT_EQ(player.numbers(), ...);
 
 #include <atomic>
@@ -55,7 +55,7 @@ class Record {
 public:
     template <typename Condition> bool wait(Condition condition) {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(20), condition);
+        return changed_.wait_for(lock, std::chrono::seconds(30), condition);
     }
     void change(const std::function<void()> &write) {
         {
