@@ -218,7 +218,7 @@ TEST_F(NetworkFaults, TooManyStreamsAndTooBigPictures) {
     expect("a picture of 16384 lines", clip("giant.ts"), {"504", 0, "", kAtOnce});
 }
 
-// 100 ms, ten times that on a machine with ten times the work; far from the 8 s of the time-out that is under way.
+// It takes 100 ms. The bound leaves room for a loaded machine and is far from the time-out that is under way.
 TEST_F(NetworkFaults, AStopWaitsForNoneOfThem_AndLetsTheConnectionGo) {
     Film half(clipBytes(kFilm));
     half.limit = half.size() / 2;
@@ -238,10 +238,10 @@ TEST_F(NetworkFaults, AStopWaitsForNoneOfThem_AndLetsTheConnectionGo) {
         while (server_.open() == 0) std::this_thread::yield();
         const auto begin = steady_clock::now();
         player->stop(true);
-        EXPECT_LT(steady_clock::now() - begin, milliseconds(1000));
+        EXPECT_LT(steady_clock::now() - begin, milliseconds(4000));
         const std::string events = player.events();
         player.letGo();
-        while (server_.open() > 0 && steady_clock::now() - begin < kTimeout) std::this_thread::yield();
+        while (server_.open() > 0 && steady_clock::now() - begin < milliseconds(4000)) std::this_thread::yield();
         EXPECT_EQ(server_.open(), 0u);
         EXPECT_EQ(player.events(), events);
     }
