@@ -5,6 +5,7 @@ extern "C" {
 }
 
 #include "decode/codec_session.h"
+#include "ffmpeg_versions.h"
 
 namespace oriplayer {
 
@@ -21,8 +22,8 @@ void AudioDecoder::Impl::stamp(AVFrame &frame) {
     if (us == AV_NOPTS_VALUE) us = nextUs;
     if (us == AV_NOPTS_VALUE) us = firstPacketUs == AV_NOPTS_VALUE ? 0 : firstPacketUs;
     frame.pts = us;
-    frame.pkt_duration = frame.sample_rate > 0 ? av_rescale(frame.nb_samples, 1'000'000, frame.sample_rate) : 0;
-    nextUs = us + frame.pkt_duration;
+    setDuration(frame, frame.sample_rate > 0 ? av_rescale(frame.nb_samples, 1'000'000, frame.sample_rate) : 0);
+    nextUs = endOf(frame);
     if (frame.ch_layout.order == AV_CHANNEL_ORDER_UNSPEC) {
         av_channel_layout_default(&frame.ch_layout, frame.ch_layout.nb_channels);
     }

@@ -7,7 +7,7 @@
 namespace oriplayer {
 
 /// One audio stream's decoder; the same rules as VideoDecoder. Frames come as the codec gives them (any sample format,
-/// rate and layout, the order of channels always named) with pts in microseconds always set, pkt_duration as well.
+/// rate and layout, the order of channels always named) with pts and duration (durationOf) in microseconds always set.
 class AudioDecoder {
 public:
     AudioDecoder();

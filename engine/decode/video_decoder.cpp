@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "decode/codec_session.h"
+#include "ffmpeg_versions.h"
 
 namespace oriplayer {
 
@@ -72,14 +73,14 @@ int64_t VideoDecoder::Impl::timeOf(const AVFrame &frame) {
 }
 
 void VideoDecoder::Impl::stamp(AVFrame &frame) {
-    if (frame.pkt_duration <= 0) frame.pkt_duration = pictureUs + pictureUs * frame.repeat_pict / 2;
+    if (durationOf(frame) <= 0) setDuration(frame, pictureUs + pictureUs * frame.repeat_pict / 2);
     int64_t us = timeOf(frame);
     if (us == AV_NOPTS_VALUE) us = lastUs == AV_NOPTS_VALUE ? 0 : lastUs + lastDurationUs;
     // Times that do not grow: half a picture on, so that the true times are met again soon.
     if (lastUs != AV_NOPTS_VALUE && us <= lastUs) us = lastUs + std::max<int64_t>(1, lastDurationUs / 2);
     frame.pts = us;
     lastUs = us;
-    lastDurationUs = frame.pkt_duration;
+    lastDurationUs = durationOf(frame);
 }
 
 VideoDecoder::VideoDecoder() : impl_(std::make_unique<Impl>()) {}
@@ -119,9 +120,9 @@ FramePtr VideoDecoder::decodeAlone(const AVPacket &packet) const {
     if (!frame || alone.receive(frame.get()) != 0) return nullptr;
     // A field of its own is half a picture.
     const bool whole = frame->decode_error_flags == 0 && (frame->flags & AV_FRAME_FLAG_CORRUPT) == 0;
-    if (!whole || frame->interlaced_frame) return nullptr;
+    if (!whole || isInterlaced(*frame)) return nullptr;
     frame->pts = packet.pts;
-    if (frame->pkt_duration <= 0) frame->pkt_duration = impl_->pictureUs;
+    if (durationOf(*frame) <= 0) setDuration(*frame, impl_->pictureUs);
     return frame;
 }
 

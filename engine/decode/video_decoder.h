@@ -24,8 +24,8 @@ public:
     /// 0.
     int send(const AVPacket *packet);
     /// 0 and a picture, AVERROR(EAGAIN), AVERROR_EOF when drained, another AVERROR when decoding failed for good.
-    /// The frame's pts (best effort, microseconds) and pkt_duration are always set; an unknown duration is taken from
-    /// the stream's frame rate.
+    /// The frame's pts (best effort, microseconds) and duration (durationOf) are always set; an unknown duration is
+    /// taken from the stream's frame rate.
     int receive(AVFrame *frame);
     /// The picture of this one packet, by another decoder with one thread. A key frame is available at once that way;
     /// this decoder would first fill its threads and its reordering delay. Null if the packet does not give one whole

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <utility>
+
 #include "base/oriplayer/picture.h"
+#include "ffmpeg_versions.h"
 
 namespace oriplayer {
 namespace {
@@ -28,8 +30,7 @@ uint32_t matrixOf(AVColorSpace space) {
 
 uint32_t colorOf(const AVFrame &frame) {
     const bool full = frame.color_range == AVCOL_RANGE_JPEG || frame.format == AV_PIX_FMT_YUVJ420P;
-    return (full ? kRenderFullRange : 0u) | (frame.interlaced_frame ? kRenderInterlaced : 0u) |
-           matrixOf(frame.colorspace);
+    return (full ? kRenderFullRange : 0u) | (isInterlaced(frame) ? kRenderInterlaced : 0u) | matrixOf(frame.colorspace);
 }
 
 uint32_t aspectOf(const AVFrame &frame) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "ffmpeg_versions.h"
+
 namespace oriplayer {
 namespace {
 
@@ -13,7 +15,7 @@ int64_t timeOf(const AVPacket &packet) {
 }
 
 int64_t middleOf(const AVFrame &frame) {
-    return frame.pts + frame.pkt_duration / 2;
+    return frame.pts + durationOf(frame) / 2;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <utility>
 
+#include "ffmpeg_versions.h"
 #include "module/reaper.h"
 
 namespace oriplayer {
@@ -135,7 +136,7 @@ void VideoPipe::handOutHeld() {
 
 // No picture that has still to be read is shown before this one.
 bool VideoPipe::follows(const AVFrame &frame) const {
-    return frame.pts <= lastDtsUs_ || (lastEndUs_ != INT64_MIN && frame.pts <= lastEndUs_ + frame.pkt_duration / 2);
+    return frame.pts <= lastDtsUs_ || (lastEndUs_ != INT64_MIN && frame.pts <= lastEndUs_ + durationOf(frame) / 2);
 }
 
 void VideoPipe::beginGeneration(const StreamItem &item) {
@@ -221,7 +222,7 @@ bool VideoPipe::receive() {
         if (wasTaken(*frame)) continue;
         countDecoded(*frame);
         lastOutUs_ = frame->pts;
-        lastEndUs_ = frame->pts + frame->pkt_duration;
+        lastEndUs_ = endOf(*frame);
         take(std::move(frame));
     } while (!outdated());
     return true;
@@ -238,7 +239,7 @@ void VideoPipe::drain() {
 // True if the picture is shown from this source and not from a replacement. Compares the middle of the picture, because
 // the containers of two sources may round its time differently.
 bool VideoPipe::belongs(const AVFrame &frame) {
-    const int64_t middle = frame.pts + frame.pkt_duration / 2;
+    const int64_t middle = frame.pts + durationOf(frame) / 2;
     if (middle >= untilUs_ || middle < joinUs_) return false;
     joinUs_ = INT64_MIN;
     return true;
@@ -246,12 +247,12 @@ bool VideoPipe::belongs(const AVFrame &frame) {
 
 void VideoPipe::countDecoded(const AVFrame &frame) const {
     ++stage_.counters.picturesDecoded;
-    stage_.counters.picturesDecodedUs += frame.pkt_duration;
+    stage_.counters.picturesDecodedUs += durationOf(frame);
 }
 
 void VideoPipe::take(FramePtr frame) {
     if (!belongs(*frame)) return;
-    const int64_t end = frame->pts + frame->pkt_duration;
+    const int64_t end = endOf(*frame);
     if (!landed_ && targetUs_ != INT64_MIN && end <= targetUs_) {
         skipped_ = std::move(frame);
         return;
@@ -266,7 +267,7 @@ void VideoPipe::deliver(FramePtr frame) {
     Picture picture;
     picture.generation = generation_;
     picture.playUs = frame->pts;
-    picture.durationUs = frame->pkt_duration;
+    picture.durationUs = durationOf(*frame);
     picture.baseUs = baseUs_;
     MediaError error;
     {

@@ -10,6 +10,7 @@ extern "C" {
 
 #include "decode/audio_decoder.h"
 #include "decode/video_decoder.h"
+#include "ffmpeg_versions.h"
 #include "input/source_input.h"
 #include "support/clips.h"
 
@@ -60,7 +61,7 @@ TEST_P(KeyFrames, OneAloneGivesThePictureThatComesFirst) {
     do {
         video.send(packet.get());
     } while (video.receive(first.get()) != 0 && read(Stream::kVideo));
-    ASSERT_EQ(alone != nullptr, !first->interlaced_frame) << "it may be one field of two";
+    ASSERT_EQ(alone != nullptr, !isInterlaced(*first)) << "it may be one field of two";
     if (alone) {
         EXPECT_EQ(alone->pts, first->pts);
         EXPECT_EQ(bytesOf(*alone), bytesOf(*first));
@@ -84,7 +85,7 @@ TEST_P(Sound, BeginsWithThePictureAndIsAllThere) {
         audio.send(more ? packet.get() : nullptr);
         while (audio.receive(frame.get()) == 0) {
             firstUs = std::min(firstUs, frame->pts);
-            lengthUs += std::min(frame->pkt_duration, std::max<int64_t>(0, frame->pts + frame->pkt_duration));
+            lengthUs += std::min(durationOf(*frame), std::max<int64_t>(0, endOf(*frame)));
         }
     }
     EXPECT_NEAR(static_cast<double>(firstUs), 0.0, 50'000.0);
