@@ -127,6 +127,8 @@ MediaError Demuxer::openContainer(const std::string &url, const InputOptions &op
         // Connections of HLS segments are the medium's to keep and to take up again.
         av_dict_set(&demuxing, "http_persistent", "0", 0);
         av_dict_set(&demuxing, "http_multiple", "0", 0);
+        // FFmpeg 7 refuses segments and keys by the ends of their names, which a server may choose as it likes.
+        av_dict_set(&demuxing, "extension_picky", "0", 0);
         if (options.variants && options.variants->cut()) av_dict_set(&demuxing, "live_start_index", "0", 0);
         result = avformat_open_input(&container_, target.c_str(), format, &demuxing);
         av_dict_free(&demuxing);

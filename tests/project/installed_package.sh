@@ -16,7 +16,7 @@ for header in $(cd "$prefix/include/vexo" && find . -name '*.h' | sed 's|^\./||'
     printf '#include "%s"\n#include "%s"\n' "$header" "$header" >"$work/alone/$(echo "$header" | tr / -).cpp"
 done
 # shellcheck disable=SC2086
-ls "$work"/alone/*.cpp | xargs -P 2 -n 8 "$cxx" -std=c++20 -Wall -Wextra -Werror -fsyntax-only \
+ls "$work"/alone/*.cpp | xargs -P 2 -n 8 "$cxx" -std=c++17 -Wall -Wextra -Werror -fsyntax-only \
     -I "$prefix/include/vexo" $json
 
 "$cmake" -G Ninja -S "$prefix/share/doc/vexo/examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$prefix" \

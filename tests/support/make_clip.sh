@@ -146,8 +146,8 @@ if [ "${opaque:-no}" = no ]; then
 fi
 if [ "${opaque:-no}" = no ] && [ -n "$(ffprobe -v error -select_streams V -show_entries stream=index -of csv=p=0 "$out")" ]; then
     ffmpeg -nostdin -v quiet -y -noautorotate -i "$out" \
-        -map 0:V -fps_mode passthrough -autoscale 0 -pix_fmt yuv420p -c:v rawvideo -f framecrc "$work/pictures" \
-        -map 0:V -fps_mode passthrough -autoscale 0 -pix_fmt yuv420p -c:v rawvideo -f md5 "$work/md5"
+        -map 0:V -fps_mode passthrough -noautoscale -pix_fmt yuv420p -c:v rawvideo -f framecrc "$work/pictures" \
+        -map 0:V -fps_mode passthrough -noautoscale -pix_fmt yuv420p -c:v rawvideo -f md5 "$work/md5"
     pictures=$(grep -vc '^#' "$work/pictures")
     md5=$(cut -d= -f2 "$work/md5")
 fi
