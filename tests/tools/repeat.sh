@@ -1,15 +1,17 @@
 #!/bin/sh
 # repeat.sh BUILD REPEATS AT_A_TIME [THREADS [NAME]]: runs the test programs of a build folder, AT_A_TIME of them at once,
 # each with its tests in random order and repeated REPEATS times in one process. THREADS is the number of decoder threads
-# (empty: the engine's choice), NAME a pattern for the programs' names. One line is printed for each program and for each
-# test that failed; the whole output is in BUILD/tests/repeat. The exit code is 0 only if everything passed.
+# (empty: the engine's choice), NAME a pattern for the programs' names. More options of the tests can be given in the
+# variable VEXO_TEST_OPTIONS. One line is printed for each program and for each test that failed; the whole output is in
+# BUILD/tests/repeat. The exit code is 0 only if everything passed.
 set -eu
 if [ $# -lt 3 ] || [ ! -d "$1/tests" ]; then
     sed -n 's/^# \(repeat.sh [^:]*\):.*/usage: \1/p' "$0" >&2
     exit 2
 fi
 build=$(CDPATH='' cd -- "$1" && pwd)
-export SDL_AUDIODRIVER=dummy VEXO_TEST_DECODER_THREADS="${4-}" repeats="$2" logs="$build/tests/repeat"
+export SDL_AUDIODRIVER=dummy repeats="$2" logs="$build/tests/repeat"
+export VEXO_TEST_OPTIONS="${VEXO_TEST_OPTIONS-}${4:+ --decoder-threads=$4}"
 mkdir -p "$logs"
 
 # shellcheck disable=SC2016
