@@ -56,6 +56,7 @@ void liveAndEnd(unsigned seed) {
     player->prepareAsync();
     player->start();
     pause();
+    player->setLooping(random() % 4 == 0);
     if (random() % 3 == 0) player->seekTo(static_cast<int>(random() % 2'000), 0);
     std::thread other([&player, step = random() % 4] {
         if (step == 0) player->goNext(false);

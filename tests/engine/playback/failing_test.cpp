@@ -30,15 +30,6 @@ TEST(Failing, ASourceThatCannotBePlayedEndsInOneEventWithAText) {
     EXPECT_EQ(player.record->events[0].text, "opening a source without a URL; empty options: qzrtp_download_host");
 }
 
-// In its time; untimed the tests of the network's faults do it.
-TEST(Failing, WhatWasReadBeforeIsPlayedBeforeTheError) {
-    WatchedPlayer player({clip("video_only.mp4"), "/no/such/file.mp4"});
-    player.play();
-    EXPECT_EQ(player.waitForFailure(), 501);
-    EXPECT_EQ(static_cast<int>(player.pictures().size()) + player.dropped(), 25);
-    EXPECT_EQ(player.events(), "306 1000 1017 501");
-}
-
 TEST(Damage, IsPassedOverAndToldInLinesOfTheLog_ForeignLinesGoTheirWay) {
     const PropertyGuard untimed(oriplayer::kPropertyUntimed, "1");
     testing::internal::CaptureStderr();

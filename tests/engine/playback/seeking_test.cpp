@@ -323,18 +323,5 @@ TEST(Speed, TwiceAsFastTakesHalfTheTimeAndShowsTheSamePositions) {
     EXPECT_EQ(player.pictures().front().clipNumber, 150);
 }
 
-TEST(Paused, ACropShowsAtOnce) {
-    WatchedPlayer player({clip("numbered.mp4")});
-    player.play();
-    ASSERT_TRUE(player.waitForPictures(3));
-    player->pause();
-    const int width = player.pictures().back().width;
-    oriplayer::Param crop;
-    crop.putInt32(5);
-    for (const float value : {0.0F, 0.0F, 0.0F, 0.5F, 0.0F, 1.0F, 0.0F}) crop.putFloat(value);
-    ASSERT_EQ(player->setRenderConfig(2011, crop, 0), 0);
-    EXPECT_TRUE(player.record->wait([&] { return player.record->pictures.back().width == width / 2; }));
-}
-
 }  // namespace
 }  // namespace test
