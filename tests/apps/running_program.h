@@ -42,7 +42,7 @@ public:
     void type(const std::string &keys);
     void signal(int number) const;
     /// True as soon as `holds()`, which sees what has been said so far.
-    bool waitUntil(const std::function<bool()> &holds, std::chrono::milliseconds patience = 20s);
+    bool waitUntil(const std::function<bool()> &holds, std::chrono::milliseconds patience = 30s);
     bool waitForOut(const std::string &text);
     bool waitForErr(const std::string &text);
     /// True once the process is stopped (^Z).

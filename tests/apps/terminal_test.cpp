@@ -84,7 +84,7 @@ TEST(Terminal, EveryWayOutGivesTheTerminalBack) {
         } else {
             program.signal(number);
         }
-        const Outcome outcome = program.finish(10s);
+        const Outcome outcome = program.finish();
         EXPECT_TRUE(outcome.ended) << number;
         EXPECT_EQ(outcome.code, code);
         EXPECT_TRUE(hasLineMode(program)) << number;

@@ -3,6 +3,7 @@
 #include <json/value.h>
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -51,10 +52,10 @@ public:
         return lines;
     }
 
-    /// Returns when `line` has arrived since the last take.
+    /// Returns when `line` has arrived since the last take, or after 30 s.
     void awaitLine(const std::string &line) {
         std::unique_lock<std::mutex> lock(mutex_);
-        arrived_.wait(lock, [&] {
+        arrived_.wait_for(lock, std::chrono::seconds(30), [&] {
             return std::any_of(entries_.begin(), entries_.end(),
                                [&](const Entry &entry) { return entry.report["msg"].asString() == line; });
         });

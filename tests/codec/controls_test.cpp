@@ -105,7 +105,7 @@ TEST_F(Controls, WhileThePlayerIsStopped_NoneWaitsForTheTimeline) {
         pictureThread = std::async(std::launch::async, [this] {
             for (const Use &use : kUses) use.call(processor);
         });
-        returned = pictureThread.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+        returned = pictureThread.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
     });
     timeline->SeekTo(15'000, 0);
     EXPECT_TRUE(returned);

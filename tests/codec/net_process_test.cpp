@@ -142,7 +142,7 @@ TEST_F(NetProcess, HostStrategy_IsSetByTheHeadersClearedByOthersButNotByNone_And
     std::future<void> host;  // delivers an update and holds a lock that the strategy waits for
     strategy->work = [&] {
         host = std::async(std::launch::async, [this] { update("system_info", {{"network_type", "1"}}); });
-        EXPECT_EQ(host.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+        EXPECT_EQ(host.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     };
     EXPECT_EQ(ask(12), "Sntouched@1");
     update("system_info", {{"network_type", "0"}});

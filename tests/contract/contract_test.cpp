@@ -27,7 +27,7 @@ public:
     void notify(int, int, int, const std::string &, const std::string &) override {}
     bool waitFor(const std::string &told) {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return told_ == told; });
+        return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return told_ == told; });
     }
     std::string told() {
         const std::lock_guard lock(mutex_);

@@ -5,7 +5,7 @@
 //   auto listener = std::make_shared<RecordingListener>();
 //   listener->on(1001, [&] { timeline.Stop(); });   // runs inside the callback, behind its entry
 //   engine.post("p1", 1000);
-//   ASSERT_TRUE(listener->waitFor(1000));           // bounded by 10 s; false means that it never came
+//   ASSERT_TRUE(listener->waitFor(1000));           // bounded by 30 s; false means that it never came
 //   EXPECT_EQ(listener->takeEvents(), "1000@000100");
 //
 // An entry is "number@identity", the identity in six hexadecimal digits (timeline, period, source), or "number@-1" and
@@ -46,7 +46,7 @@ public:
     /// True once `count` events of that number have been told and their handlers have returned.
     bool waitFor(int what, int count = 1) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(10), [&] { return counts_[what] >= count; });
+        return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return counts_[what] >= count; });
     }
 
     int count(int what) {

@@ -77,7 +77,7 @@ std::string ScriptedEngine::history() {
 
 bool ScriptedEngine::waitForCall(const std::string &entry) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(10),
+    return changed_.wait_for(lock, std::chrono::seconds(30),
                              [&] { return std::find(history_.begin(), history_.end(), entry) != history_.end(); });
 }
 

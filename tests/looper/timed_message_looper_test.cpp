@@ -25,13 +25,13 @@ protected:
     std::string logAfter(int64_t delayMs) {
         std::promise<void> done;
         send([&] { done.set_value(); }, delayMs);
-        EXPECT_EQ(done.get_future().wait_for(10s), std::future_status::ready);
+        EXPECT_EQ(done.get_future().wait_for(30s), std::future_status::ready);
         return log_;
     }
 
     /// Keeps the worker in a task until release_, so that what is sent waits together.
     void hold() {
-        send([this] { release_.get_future().wait_for(10s); }, 0);
+        send([this] { release_.get_future().wait_for(30s); }, 0);
     }
 
     std::promise<void> release_;

@@ -22,12 +22,12 @@ TEST(UTimer, FiresAgainAndAgain_StopsAndResumes) {
     UTimer timer(&release, &fired, 50001);
     timer.Start();
     timer.Start();
-    EXPECT_TRUE(fired.try_acquire_for(5s) && fired.try_acquire_for(5s));
+    EXPECT_TRUE(fired.try_acquire_for(30s) && fired.try_acquire_for(30s));
     timer.Stop();
     while (fired.try_acquire()) {}
     EXPECT_FALSE(fired.try_acquire_for(150ms));
     timer.Start();
-    EXPECT_TRUE(fired.try_acquire_for(5s));
+    EXPECT_TRUE(fired.try_acquire_for(30s));
 }
 
 TEST(UTimer, AnIntervalWithinTheStepDisablesIt_AndNoFunctionToo) {
@@ -48,11 +48,11 @@ TEST(UTimer, TheThreadEndsWithTheLastTimerAndComesBack) {
         UTimer two(&release, &second, 60000);
         one->Start();
         two.Start();
-        EXPECT_TRUE(first.try_acquire_for(5s));
+        EXPECT_TRUE(first.try_acquire_for(30s));
         one.reset();  // behind it no call of its own, the other goes on
         while (first.try_acquire()) {}
         while (second.try_acquire()) {}
-        EXPECT_TRUE(second.try_acquire_for(5s));
+        EXPECT_TRUE(second.try_acquire_for(30s));
         EXPECT_FALSE(first.try_acquire());
     }
 }

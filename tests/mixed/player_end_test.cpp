@@ -43,7 +43,7 @@ TEST_F(PlayerEnd, LastReferenceDroppedInACallback_ReturnsAtOnceAndIsTheLastCallb
     listener->on(1001, [this] { player.reset(); });
     ends("p1");
     ASSERT_TRUE(listener->waitFor(1001));
-    ASSERT_EQ(gone.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    ASSERT_EQ(gone.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
     EXPECT_EQ(engine.living(), 0);
     EXPECT_EQ(listener->takeEvents(), "1000@000000 1001@000000");
 }

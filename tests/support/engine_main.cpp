@@ -15,7 +15,8 @@
 namespace {
 
 /// Properties of the engine that an option sets, as in --decoder-threads=4.
-const std::map<std::string, int> kOptions{{"--decoder-threads", oriplayer::kPropertyDecoderThreads}};
+const std::map<std::string, int> kOptions{{"--cores", oriplayer::kPropertyCores},
+                                          {"--decoder-threads", oriplayer::kPropertyDecoderThreads}};
 
 std::map<int, std::string> sChosen;
 

@@ -66,7 +66,7 @@ struct Told {
     // -2 if nothing comes.
     int outcome() {
         auto told = result.get_future();
-        return told.wait_for(std::chrono::seconds(20)) == std::future_status::ready ? told.get() : -2;
+        return told.wait_for(std::chrono::seconds(30)) == std::future_status::ready ? told.get() : -2;
     }
     static void callback(void *context, int outcome, int, int, const char *) {
         static_cast<Told *>(context)->result.set_value(outcome);

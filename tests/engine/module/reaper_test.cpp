@@ -44,7 +44,7 @@ TEST(Reaper, WhatItCannotTake_TheCallerLetsGoOf) {
         begun.set_value();
         wait.wait();
     });
-    ASSERT_EQ(begun.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    ASSERT_EQ(begun.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
     int waiting = 0;
     while (reaper.offer([] {}) && waiting < 1000) ++waiting;
     EXPECT_LT(waiting, 100) << "what waits is bounded";

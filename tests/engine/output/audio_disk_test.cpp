@@ -65,7 +65,7 @@ TEST_F(Disk, FromOnePlayerToTheNext_NoClick) {
         ASSERT_FALSE(first.open(""));
         play(first, 440, 0.5F, 0.25);
         first.start();
-        while (first.bufferedUs() > 100'000) std::this_thread::yield();
+        ASSERT_TRUE(support::eventually([&] { return first.bufferedUs() <= 100'000; }));
         first.leaveToDevice(50'000);  // cut in the middle of a wave
         ASSERT_FALSE(next.open(""));
         ASSERT_TRUE(next.push(*tone::frame(48'000, 12'000, 660, 0.5F, 20), 0));  // begins in the middle of one as well

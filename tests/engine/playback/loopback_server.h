@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "support/clips.h"
+#include "support/eventually.h"
 
 namespace test {
 
@@ -169,8 +170,8 @@ public:
         const std::lock_guard lock(mutex_);
         return requests_;
     }
-    void awaitRequests(std::size_t count) {
-        while (requests().size() < count) std::this_thread::yield();
+    bool awaitRequests(std::size_t count) {
+        return support::eventually([&] { return requests().size() >= count; });
     }
     std::size_t open() {
         const std::lock_guard lock(mutex_);

@@ -76,18 +76,18 @@ TEST_F(NetworkChange, ADownloadThatWaitsGoesOnFromTheNewHostWithEveryPicture) {
         const std::string url = first.url(each.url);
         if (each.preloaded) {
             ASSERT_EQ(oriplayer::addPreloadTask(url.c_str(), 8), 0);  // KiB, of about 100
-            first.awaitRequests(1);
+            ASSERT_TRUE(first.awaitRequests(1));
         }
         WatchedPlayer player({url});
         player.play();
-        while (asked < (each.earlier ? 2 : 1)) std::this_thread::yield();
+        ASSERT_TRUE(support::eventually([&] { return asked >= (each.earlier ? 2 : 1); }));
         const bool stands = each.old.target<std::reference_wrapper<Film>>() != nullptr;
         ASSERT_TRUE(!stands || player.waitForPictures(3));
         change(player);
-        while (sAsked == 0) {  // the player may not have come to the source that is being opened ahead
-            if (each.preloaded && !stands) change(player);
-            std::this_thread::yield();
-        }
+        ASSERT_TRUE(support::eventually([&] {  // the player may not have come to the source that is being opened ahead
+            if (sAsked == 0 && each.preloaded && !stands) change(player);
+            return sAsked > 0;
+        }));
         EXPECT_TRUE(player.waitForEvent(1001));
         EXPECT_EQ(player.pictures().size() + static_cast<std::size_t>(player.dropped()), each.pictures);
         EXPECT_EQ(player.events(), "306 1000 1017 1001");
@@ -117,7 +117,7 @@ TEST_F(NetworkChange, NoAnswerAndHostsThatDoNotAnswerKeepTheConnection) {
         player->start();
         ASSERT_TRUE(player.waitForPictures(3));
         change(player);
-        while (sAsked == 0) std::this_thread::yield();
+        ASSERT_TRUE(support::eventually([] { return sAsked > 0; }));
         film.limit = SIZE_MAX;
         ASSERT_TRUE(player.waitForEvent(1001)) << domains << player.events();
         EXPECT_EQ(player.pictures().size(), 25u);

@@ -235,7 +235,7 @@ TEST_F(NetworkFaults, AStopWaitsForNoneOfThem_AndLetsTheConnectionGo) {
         player->start();
         const bool plays = url == server_.url("/half") || url == server_.url("/list.m3u8");
         ASSERT_TRUE(!plays || player.waitForPictures(3));
-        while (server_.open() == 0) std::this_thread::yield();
+        ASSERT_TRUE(support::eventually([&] { return server_.open() > 0; }));
         const auto begin = steady_clock::now();
         player->stop(true);
         EXPECT_LT(steady_clock::now() - begin, milliseconds(4000));
@@ -258,7 +258,7 @@ TEST_F(NetworkFaults, APreloadedSourceThatStallsIsHadAtOnce_AndGoesOnWhereItStoo
     WatchedPlayer player({server_.url()});
     player->setUserAgent("trial-agent");  // preloading uses the agent that any player was given last
     ASSERT_EQ(addPreloadTask(server_.url().c_str(), "id", told, &warm), 0);
-    while (!warm) std::this_thread::yield();  // it reads ahead from now on, and stalls
+    ASSERT_TRUE(support::eventually([&] { return warm.load(); }));  // it reads ahead from now on, and stalls
     const auto begin = steady_clock::now();
     player->prepareAsync();
     player->start();

@@ -127,8 +127,7 @@ TEST(Seeking, WhatWasReadAheadIsNotAskedForAgain) {
     player->start();
     ASSERT_TRUE(player.waitForPictures(1));
     player->pause();
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (player.positionMs(1) < 3800 && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
+    ASSERT_TRUE(support::eventually([&] { return player.positionMs(1) >= 3800; }));
     const std::size_t requests = server.requests().size();
     for (const SeekCase &seek :
          {SeekCase{1400, kExact, 35}, SeekCase{2600, kKeyFrame, 60}, SeekCase{3700, kExact, 92}}) {
@@ -155,7 +154,7 @@ TEST(Seeking, ANewerOneDoesNotWaitForOneThatHangsInTheNetwork) {
     player->pause();
     const std::size_t requests = server.requests().size();
     player->seekTo(8000, kExact);
-    server.awaitRequests(requests + 1);
+    ASSERT_TRUE(server.awaitRequests(requests + 1));
     const auto begin = std::chrono::steady_clock::now();
     const auto shown = player.pictures().size();
     player->seekTo(40, kExact);
