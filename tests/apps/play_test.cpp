@@ -3,7 +3,6 @@
 #include <csignal>
 
 #include "engine/playback/loopback_server.h"
-#include "real_files.h"
 #include "running_program.h"
 #include "support/clips.h"
 #include "support/temporary_folder.h"
@@ -68,20 +67,6 @@ TEST(Play, SubtitlesStandInTheItemTheyAreGivenFor) {
     EXPECT_EQ(later.summary["bounds"][0]["md5"], plain);
     EXPECT_EQ(later.summary["bounds"][1]["md5"], plain);
     EXPECT_THAT(later.err, AllOf(HasSubstr("the subtitles of item 1"), testing::Not(HasSubstr("of item 2"))));
-}
-
-TEST(Play, SourcesOfAMixedPeriodAreCountedInTheListGiven) {
-    const std::vector<RealFile> files{kPreroll, kBear, kHevc, kFlv, kPostroll};
-    std::vector<std::string> arguments{"--mixed", "--no-window", "--untimed", "--hash", "--json"};
-    for (const RealFile &file : files) arguments.push_back(file.path());
-    const Outcome outcome = run(arguments);
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
-    ASSERT_EQ(outcome.summary["bounds"].size(), files.size());
-    for (Json::ArrayIndex i = 0; i < files.size(); ++i) {
-        EXPECT_EQ(outcome.summary["bounds"][i]["md5"], files[i].md5) << files[i].name;
-        EXPECT_EQ(outcome.summary["bounds"][i]["period"], 0);
-        EXPECT_EQ(outcome.summary["bounds"][i]["source"].asUInt(), i);
-    }
 }
 
 TEST(Play, InItsTimeEveryPictureIsShownOrCounted) {

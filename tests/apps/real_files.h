@@ -14,7 +14,6 @@ struct RealFile {
 };
 
 inline const RealFile kPreroll{"preroll-5s.mp4", 125, "44618a481228e3108db787b4d98926cc"};
-inline const RealFile kPostroll{"postroll-5s.mp4", 125, "e51fc312002a9a48956bb518bc01e7ad"};
 inline const RealFile kBear{"bear-vp9.webm", 82, "5c822e3d06dd53025915baef29b01cf0"};
 inline const RealFile kHevc{"sample_h265.ts", 30, "19da2d7a31f79fd9e30062b1bf986c27"};
 inline const RealFile kFlv{"sample-with-key-frame-index.flv", 71, "dc8e571b19788304d400927850823c83"};

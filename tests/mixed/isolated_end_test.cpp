@@ -32,13 +32,6 @@ TEST_F(IsolatedEnd, EarlierPeriodsAndEarlierSources_GoOnInTheIsolatedTimeline) {
     EXPECT_EQ(logBut("p4.destroy"), "p4.setListener(null) p4.stop p1.start");
 }
 
-TEST_F(IsolatedEnd, EndOfTheMainTimeline_GivesNothingBack) {
-    playMain({"a"});
-    ends("p1");
-    ASSERT_TRUE(waitForCall("p1.destroy"));
-    EXPECT_EQ(listener->count(10240), 0);
-}
-
 TEST_F(IsolatedEnd, WhatAnEndDoes_FollowsWhatWasDoneToTheList) {
     using Edit = std::function<void(MixedCodecsPlayer &)>;
     const Edit insert = [](auto &p) { p.addPeriod(1, 0, period({"w"}), nullptr); };
@@ -138,23 +131,6 @@ TEST_F(IsolatedEnd, RemovingTheLastPeriodThatPlays_HandsBackAtOnce) {
         EXPECT_EQ(player->getActiveIndex(), 0);
         EXPECT_TRUE(listener->waitFor(10240));
     }
-}
-
-TEST_F(IsolatedEnd, EachInterruption_HandsBackOnce) {
-    playMain({"a"});
-    for (int round = 1; round <= 3; ++round) {
-        const std::string name = "p" + std::to_string(round + 1);
-        player->clearPeriods(1);
-        player->addPeriod(1, -1, period({"x"}), nullptr);
-        player->prepareAsync(1);
-        prepared(name);
-        player->start(1);
-        ends(name);
-        ASSERT_TRUE(listener->waitFor(10240, round));
-        EXPECT_EQ(player->getActiveIndex(), 0);
-    }
-    player->stop(1, true);  // joins
-    EXPECT_EQ(listener->count(10240), 3);
 }
 
 }  // namespace

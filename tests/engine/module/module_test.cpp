@@ -61,21 +61,19 @@ TEST(PlayerInformation, AnswersKnownKeysOnlyAndAnEmptyRecord) {
 
 TEST(Parameters, TakeWhatFitsAndRefuseTheRest) {
     WatchedPlayer player({clip("h264_aac.mp4")});
-    const auto set = [&](int number, auto put) {
-        Param param;
-        put(param);
-        return player->setParameter(number, param, -1);
-    };
-    set(2009, [](Param &p) { p.putInt32(1); });  // before prepareAsync it means volume 0
+    player.set(2009, 1);  // before prepareAsync it means volume 0
     EXPECT_FLOAT_EQ(player.parameter(3005).getFloat(-1), 0.0F);
     for (const auto &[volume, taken] : {std::pair{7.0F, 1.0F}, {0.25F, 0.25F}}) {
-        EXPECT_EQ(set(3004, [level = volume](Param &p) { p.putFloat(level); }), 0);
+        EXPECT_EQ(player.set(3004, volume), 0);
         EXPECT_FLOAT_EQ(player.parameter(3005).getFloat(-1), taken);
     }
-    EXPECT_EQ(set(3006, [](Param &p) { p.putCString("no such device", false); }), -1);
-    EXPECT_EQ(set(3006, [](Param &p) { p.putCString("", false); }), 0);
+    for (const auto &[device, result] : {std::pair{"no such device", -1}, {"", 0}}) {
+        Param name;
+        name.putCString(device, false);
+        EXPECT_EQ(player->setParameter(3006, name, -1), result);
+    }
     for (const int number : {3301, 3302, 3303, 3612, 3613, 5}) {
-        EXPECT_EQ(set(number, [](Param &p) { p.putInt32(1); }), -1) << number;
+        EXPECT_EQ(player.set(number, 1), -1) << number;
     }
     Param param;
     for (const int number : {4001, 4002}) EXPECT_EQ(player->getParameter(number, &param, -1), 0) << number;

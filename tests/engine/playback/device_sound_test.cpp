@@ -17,18 +17,6 @@ struct DeviceSound : testing::Test {
     static inline const support::DiskSound disk{};
 };
 
-void setMute(WatchedPlayer &player, int on) {
-    oriplayer::Param param;
-    param.putInt32(on);
-    EXPECT_EQ(player->setParameter(2009, param, -1), 0);
-}
-
-void setVolume(WatchedPlayer &player, float volume) {
-    oriplayer::Param param;
-    param.putFloat(volume);
-    EXPECT_EQ(player->setParameter(3004, param, -1), 0);
-}
-
 struct MuteCase {
     const char *name;
     std::vector<int> before;  ///< values of 2009 before prepareAsync
@@ -49,10 +37,12 @@ TEST_F(DeviceSound, AMuteBeforePreparingIsAVolumeOfZero_ALaterOneIsNot) {
     for (const auto &c : cases) {
         const std::size_t begin = disk.awaitSilence();
         WatchedPlayer player({clip("audio_only.wav")});
-        for (const int mute : c.before) setMute(player, mute);
+        for (const int mute : c.before) EXPECT_EQ(player.set(2009, mute), 0);
         player->prepareAsync();
-        for (const int mute : c.after) setMute(player, mute);
-        if (c.volume >= 0.0F) setVolume(player, c.volume);
+        for (const int mute : c.after) EXPECT_EQ(player.set(2009, mute), 0);
+        if (c.volume >= 0.0F) {
+            EXPECT_EQ(player.set(3004, c.volume), 0);
+        }
         EXPECT_EQ(player.parameter(3005).getFloat(-1), c.answered) << c.name;
         player->start();
         ASSERT_TRUE(player.waitForEvent(1001)) << c.name << ": " << player.events();

@@ -34,11 +34,7 @@ protected:
     }
     void TearDown() override { oriplayer::setNetworkSwitchDomainCB(nullptr); }
 
-    static void change(WatchedPlayer &player) {
-        oriplayer::Param param;
-        param.putInt32(1);
-        EXPECT_EQ(player->setParameter(3901, param, -1), 0);
-    }
+    static void change(WatchedPlayer &player) { EXPECT_EQ(player.set(3901, 1), 0); }
     const std::string film_ = clipBytes("sound_longer.mkv");
 };
 

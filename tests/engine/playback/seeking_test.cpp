@@ -167,31 +167,6 @@ TEST(Seeking, ANewerOneDoesNotWaitForOneThatHangsInTheNetwork) {
     EXPECT_EQ(player.numbers().back(), 249);
 }
 
-// Each lands ahead of the one before, in what was read ahead, and shows what a player shows that begins there.
-TEST(Seeking, AheadInWhatWasReadItLandsWhereAFreshPlayerBegins) {
-    for (const char *name :
-         {"bframes.mp4", "bframes.mkv", "open_gop.mpg", "hevc_aac.mkv", "vp9_opus.webm", "mpeg2_mp2.ts"}) {
-        for (const int mode : {kExact, kKeyFrame}) {
-            WatchedPlayer player({clip(name)});
-            ASSERT_TRUE(player.prepare());
-            player->start();
-            ASSERT_TRUE(player.waitForPictures(1));
-            player->pause();
-            for (const int positionMs : {390, 500, 770, 960}) {
-                WatchedPlayer fresh({clip(name)});
-                fresh->seekTo(positionMs, mode);
-                ASSERT_TRUE(fresh.prepare());
-                fresh->start();
-                ASSERT_TRUE(fresh.waitForPictures(1));
-                const auto shown = player.pictures().size();
-                player->seekTo(positionMs, mode);
-                EXPECT_TRUE(player.waitForNumber(fresh.numbers()[0], shown))
-                    << name << " " << positionMs << " " << mode;
-            }
-        }
-    }
-}
-
 using oriplayer::PacketQueue;
 using oriplayer::SeekMode;
 using oriplayer::StreamItem;
@@ -310,9 +285,7 @@ TEST(Pausing, ACropChangesThePictureThatIsSeen_AlsoAfterTheEnd) {
 TEST(Speed, TwiceAsFastTakesHalfTheTimeAndShowsTheSamePositions) {
     WatchedPlayer player({clip("numbered.mp4")}, 6000);
     ASSERT_TRUE(player.prepare());
-    oriplayer::Param speed;
-    speed.putDouble(4.0);
-    EXPECT_EQ(player->setParameter(2104, speed, -1), 0);
+    EXPECT_EQ(player.set(2104, 4.0), 0);
     const auto begin = std::chrono::steady_clock::now();
     player->start();
     ASSERT_TRUE(player.waitForEvent(1001));

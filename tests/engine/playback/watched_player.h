@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "base/oriplayer/module.h"
@@ -238,6 +239,13 @@ public:
         oriplayer::Param param;
         player_->getParameter(number, &param, -1);
         return param;
+    }
+    template <typename Number> int set(int number, Number value) const {
+        oriplayer::Param param;
+        if constexpr (std::is_same_v<Number, int>) param.putInt32(value);
+        if constexpr (std::is_same_v<Number, float>) param.putFloat(value);
+        if constexpr (std::is_same_v<Number, double>) param.putDouble(value);
+        return player_->setParameter(number, param, -1);
     }
     /// Pictures that were too late, in the decoder or behind it.
     int dropped() const { return parameter(2019).getInt32(5) + parameter(2019).getInt32(6); }

@@ -133,9 +133,7 @@ TEST_F(Subtitles, TextStandsInItsTimeAndItsPlace_AllElseIsThePlainPicture) {
         {"later by 0.5 s",
          [&](WatchedPlayer &player, Halves &) {
              choose(player, 3303, {{1, srt_}});
-             Param later;
-             later.putInt32(500);
-             player->setParameter(3304, later, -1);
+             player.set(3304, 500);
          },
          "", "1520..2480 "},
         {"switched on and off while it plays",
