@@ -133,8 +133,8 @@ private:
     const std::string body_;
 };
 
-/// What no answer stands for is a file of the clips', or is not found. Every connection has a thread; it is over when
-/// its answer is.
+/// Answers a path as `on` says, else with the file of the clips that has its name, else with 404. Each connection has a
+/// thread until its answer is complete. What answers refer to outlives the server: declare it before.
 class LoopbackServer {
 public:
     LoopbackServer() {

@@ -222,27 +222,28 @@ TEST_F(NetworkFaults, TooManyStreamsAndTooBigPictures) {
 TEST_F(NetworkFaults, AStopWaitsForNoneOfThem_AndLetsTheConnectionGo) {
     Film half(clipBytes(kFilm));
     half.limit = half.size() / 2;
-    server_.on("/half", std::ref(half));
-    server_.on("/silent", &Connection::silence);
-    server_.on("/silent.ts", &Connection::silence);
-    server_.on("/moved", redirect("/silent"));
-    server_.on("/list.m3u8", answer(list(segment("/variant_low0.ts") + segment("/silent.ts"))));
-    for (const std::string &url : {server_.url("/silent"), server_.url("/moved"), server_.url("/half"),
-                                   server_.url("/list.m3u8"), "https://" + server_.address() + "/"}) {
+    LoopbackServer server;
+    server.on("/half", std::ref(half));
+    server.on("/silent", &Connection::silence);
+    server.on("/silent.ts", &Connection::silence);
+    server.on("/moved", redirect("/silent"));
+    server.on("/list.m3u8", answer(list(segment("/variant_low0.ts") + segment("/silent.ts"))));
+    for (const std::string &url : {server.url("/silent"), server.url("/moved"), server.url("/half"),
+                                   server.url("/list.m3u8"), "https://" + server.address() + "/"}) {
         SCOPED_TRACE(url);
         WatchedPlayer player({url});
         player->prepareAsync();
         player->start();
-        const bool plays = url == server_.url("/half") || url == server_.url("/list.m3u8");
+        const bool plays = url == server.url("/half") || url == server.url("/list.m3u8");
         ASSERT_TRUE(!plays || player.waitForPictures(3));
-        ASSERT_TRUE(support::eventually([&] { return server_.open() > 0; }));
+        ASSERT_TRUE(support::eventually([&] { return server.open() > 0; }));
         const auto begin = steady_clock::now();
         player->stop(true);
         EXPECT_LT(steady_clock::now() - begin, milliseconds(4000));
         const std::string events = player.events();
         player.letGo();
-        while (server_.open() > 0 && steady_clock::now() - begin < milliseconds(4000)) std::this_thread::yield();
-        EXPECT_EQ(server_.open(), 0u);
+        while (server.open() > 0 && steady_clock::now() - begin < milliseconds(4000)) std::this_thread::yield();
+        EXPECT_EQ(server.open(), 0u);
         EXPECT_EQ(player.events(), events);
     }
 }
@@ -250,14 +251,15 @@ TEST_F(NetworkFaults, AStopWaitsForNoneOfThem_AndLetsTheConnectionGo) {
 TEST_F(NetworkFaults, APreloadedSourceThatStallsIsHadAtOnce_AndGoesOnWhereItStood) {
     Film half(clipBytes(kFilm));
     half.limit = half.size() / 2;
-    server_.on("/film", std::ref(half));
+    LoopbackServer server;
+    server.on("/film", std::ref(half));
     std::atomic<bool> warm{false};
     const auto told = [](void *context, int, int, int, const char *) {
         *static_cast<std::atomic<bool> *>(context) = true;
     };
-    WatchedPlayer player({server_.url()});
+    WatchedPlayer player({server.url()});
     player->setUserAgent("trial-agent");  // preloading uses the agent that any player was given last
-    ASSERT_EQ(addPreloadTask(server_.url().c_str(), "id", told, &warm), 0);
+    ASSERT_EQ(addPreloadTask(server.url().c_str(), "id", told, &warm), 0);
     ASSERT_TRUE(support::eventually([&] { return warm.load(); }));  // it reads ahead from now on, and stalls
     const auto begin = steady_clock::now();
     player->prepareAsync();
@@ -267,7 +269,7 @@ TEST_F(NetworkFaults, APreloadedSourceThatStallsIsHadAtOnce_AndGoesOnWhereItStoo
     half.limit = SIZE_MAX;
     ASSERT_TRUE(player.waitForEvent(1001)) << player.events();
     EXPECT_EQ(player.pictures().size(), 25u);
-    EXPECT_EQ(server_.requests().size(), 1u);
+    EXPECT_EQ(server.requests().size(), 1u);
 }
 
 // A decoder of many threads, or of a codec that reorders, gives a picture only when it gets more packets.
@@ -279,14 +281,15 @@ TEST_F(NetworkFaults, AStalledDownloadShowsEveryPictureUpToTheFirstThatWasNotRea
             SCOPED_TRACE(std::string(name) + untimed);
             Film film(clipBytes(name));
             film.limit = film.size() * 3 / 5;
+            LoopbackServer server;
             WatchedPlayer beginning({folder.write(name, clipBytes(name).substr(0, film.limit))});
             ASSERT_TRUE(beginning.playToEnd());
             std::size_t shown = 0;
             for (const int number : beginning.numbers()) shown += number == static_cast<int>(shown) ? 1 : 0;
             ASSERT_GT(shown, 8u);
             setProperty(kPropertyUntimed, untimed);
-            server_.on("/film", std::ref(film));
-            WatchedPlayer player({server_.url()});
+            server.on("/film", std::ref(film));
+            WatchedPlayer player({server.url()});
             player.play();
             const auto seen = [&] { return player.pictures().size() + static_cast<std::size_t>(player.dropped()); };
             EXPECT_TRUE(support::eventually([&] { return seen() >= shown; })) << seen() << " of " << shown;
@@ -304,12 +307,13 @@ TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
     Film locked(clipBytes("locked.ts"));
     locked.limit = locked.size() / 2;
     locked.end = Film::End::kClose;
-    server_.on("/stream/7", redirect("/list.m3u8"));
-    server_.on("/list.m3u8", answer(list("#EXT-X-KEY:METHOD=AES-128,URI=\"/key\",IV=0x" + std::string(32, '0') + "\n" +
-                                         segment("/moved.ts"))));
-    server_.on("/key", answer(std::string(16, 'k')));
-    server_.on("/moved.ts", redirect("/locked.ts"));
-    server_.on("/locked.ts", [&](const Connection &connection) {
+    LoopbackServer server;
+    server.on("/stream/7", redirect("/list.m3u8"));
+    server.on("/list.m3u8", answer(list("#EXT-X-KEY:METHOD=AES-128,URI=\"/key\",IV=0x" + std::string(32, '0') + "\n" +
+                                        segment("/moved.ts"))));
+    server.on("/key", answer(std::string(16, 'k')));
+    server.on("/moved.ts", redirect("/locked.ts"));
+    server.on("/locked.ts", [&](const Connection &connection) {
         if (connection.from() > 0) locked.limit = SIZE_MAX;  // an encrypted segment is taken up as well
         locked(connection);
     });
@@ -317,14 +321,14 @@ TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
                          {{"datasource_live_type", "3"},
                           {"qzrtp_download_ip", "127.0.0.1"},
                           {"qzrtp_download_host", "live.example"},
-                          {"qzrtp_download_httpport", std::to_string(server_.port())},
+                          {"qzrtp_download_httpport", std::to_string(server.port())},
                           {"qzrtp_download_stream_id", "stream/7"},
                           {"qzrtp_download_token", "secret"},
                           {"http_header:X-Token", "abc\r\nInjected: yes"}});
     player->setUserAgent("trial-agent");
     ASSERT_TRUE(player.playToEnd()) << player.events();
     EXPECT_EQ(player.pictures().size(), 25u);
-    const auto requests = server_.requests();
+    const auto requests = server.requests();
     EXPECT_TRUE(requests[0].starts_with("GET /stream/7?token=secret "));
     EXPECT_NE(requests[0].find("\r\nHost: live.example\r\n"), std::string::npos);
     std::set<std::string> paths;
