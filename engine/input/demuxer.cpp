@@ -24,7 +24,7 @@ constexpr int64_t kMaxAnalyzeUs = 5'000'000;
 // One damaged packet need not be the end; this many in a row are.
 constexpr int kMaxDamagedInARow = 16;
 // More than any sane programme or list of variants has; each costs memory and a place to look for.
-constexpr int kMostStreams = 200;
+constexpr unsigned kMostStreams = 200;
 
 std::string quoted(const std::string &url) {
     return '"' + url + '"';
@@ -118,7 +118,7 @@ MediaError Demuxer::openContainer(const std::string &url, const InputOptions &op
     if (!container_) return failedTo("open", url, AVERROR(ENOMEM));
     container_->interrupt_callback = interrupter_.callback();
     container_->max_analyze_duration = kMaxAnalyzeUs;
-    container_->max_streams = kMostStreams;
+    container_->max_streams = kMostStreams + 1;
     const AVInputFormat *format = options.expectHls ? av_find_input_format("hls") : nullptr;
     int result = medium_.attach(*container_, target, options);
     if (result >= 0 && container_->pb && !format) result = probe(*container_, target, format);
@@ -132,6 +132,11 @@ MediaError Demuxer::openContainer(const std::string &url, const InputOptions &op
         if (options.variants && options.variants->cut()) av_dict_set(&demuxing, "live_start_index", "0", 0);
         result = avformat_open_input(&container_, target.c_str(), format, &demuxing);
         av_dict_free(&demuxing);
+        // Whether a container with more fails or begins with the first ones depends on FFmpeg's version.
+        if (result >= 0 && container_->nb_streams > kMostStreams) {
+            avformat_close_input(&container_);
+            result = AVERROR(ENOMEM);
+        }
     } else {
         avformat_free_context(container_);
         container_ = nullptr;

@@ -51,7 +51,7 @@ yuv444.mkv) silent -c:v libx264 -preset ultrafast -pix_fmt yuv444p "$out" ;;
 odd_size.mkv)
     size=162x122
     silent -vf format=yuv444p,crop=161:121:0:0 -c:v ffv1 -pix_fmt yuv420p "$out" ;;
-interlaced.ts) silent -c:v mpeg2video -flags +ilme+ildct -top 1 -b:v 1M -pix_fmt yuv420p "$out" ;;
+interlaced.ts) silent -c:v mpeg2video -vf setfield=tff -flags +ilme+ildct -b:v 1M -pix_fmt yuv420p "$out" ;;
 size_change.ts)
     silent $x264 "$work/a.ts"
     size=160x120
