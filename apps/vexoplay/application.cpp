@@ -31,7 +31,9 @@ void setEngineProperties(const Options &options) {
     set(oriplayer::kPropertyPictureOff, options.noVideo ? "1" : "");
     set(oriplayer::kPropertyAudioTrack, options.audioTrack);
     set(oriplayer::kPropertyCaFile, options.caFile);
-    set(oriplayer::kPropertyPreloadWindow, options.prefetch ? std::to_string(*options.prefetch) : "");
+    const auto text = [](const std::optional<int> &number) { return number ? std::to_string(*number) : ""; };
+    set(oriplayer::kPropertyPreloadWindow, text(options.prefetch));
+    set(oriplayer::kPropertyDecoderThreads, text(options.decoderThreads));
 }
 
 PlayerSession::Config sessionConfig(const Options &options, const WakeUp &wakeUp) {

@@ -70,8 +70,12 @@ void declareProgramme(CLI::App &app, Options &options, Texts &texts) {
         ->delimiter(',')
         ->type_name("FILE[,FILE]")
         ->allow_extra_args(false);
-    app.add_option("--prefetch", options.prefetch, "items kept ready behind the one that plays, 3 unless said; 0: none")
+    app.add_option("--prefetch", options.prefetch, "items kept ready after the one that plays; default 3, 0: none")
         ->check(CLI::Range(0, 8))
+        ->type_name("N");
+    app.add_option("--decoder-threads", options.decoderThreads,
+                   "threads of a video decoder; default: chosen by codec, picture size and rate")
+        ->check(CLI::Range(1, 64))
         ->type_name("N");
     app.add_option("--alternative", options.alternative,
                    "the same content elsewhere or in another quality, for the key c")

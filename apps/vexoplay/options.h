@@ -50,7 +50,8 @@ struct Options {
     std::string wifiDomains;
     std::string mobileDomains;
 
-    std::optional<int> prefetch;  ///< items kept ready behind the one that plays; the engine's own number if absent
+    std::optional<int> prefetch;        ///< items kept ready after the one that plays; absent: the engine's number
+    std::optional<int> decoderThreads;  ///< absent: the engine's choice
     bool probe = false;
     bool json = false;
     bool untimed = false;

@@ -55,6 +55,11 @@ std::vector<Json::Value> Outcome::events(int number) const {
 }
 
 RunningProgram::RunningProgram(std::vector<std::string> arguments, const Setting &setting) {
+    const char *variable = getenv("VEXO_TEST_OPTIONS");  // as in support/engine_main.cpp
+    std::istringstream options(variable ? variable : "");
+    for (std::string option; options >> option;) {
+        if (option.starts_with("--decoder-threads")) arguments.insert(arguments.begin(), option);
+    }
     arguments.insert(arguments.begin(), VEXOPLAY);
     std::vector<char *> raw;
     for (std::string &argument : arguments) raw.push_back(argument.data());

@@ -48,13 +48,14 @@ TEST(Options, HeadersAreSplitAndCannotSmuggleInLines) {
 }
 
 TEST(Options, WhatIsHeardAndPreparedArrives) {
-    const ParsedOptions parsed =
-        parse({"--speed", "1.5", "--volume", "50", "--audio-track", "deu", "--prefetch=0", "one.mp4"});
+    const ParsedOptions parsed = parse(
+        {"--speed", "1.5", "--volume", "50", "--audio-track", "deu", "--prefetch=0", "--decoder-threads=1", "one.mp4"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     EXPECT_EQ(parsed.options->speed, 1.5);
     EXPECT_EQ(parsed.options->volume, 0.5);
     EXPECT_EQ(parsed.options->audioTrack, "deu");
     EXPECT_EQ(parsed.options->prefetch, 0);
+    EXPECT_EQ(parsed.options->decoderThreads, 1);
 }
 
 TEST(Options, WhatMakesNoSense_IsAUsageErrorWithItsReason) {
