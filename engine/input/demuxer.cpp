@@ -67,10 +67,16 @@ TimestampRepair::Track trackOf(const AVStream *stream, bool timeless) {
     return track;
 }
 
-/// What the body of an HTTP answer is. A script that names further inputs would open them behind the medium's back, and
-/// itself among them: it is refused.
+/// Finds the format of the body of an HTTP answer. A script that names further inputs is refused: it would open them
+/// without the medium, and perhaps itself among them.
 int probe(AVFormatContext &container, const std::string &url, const AVInputFormat *&format) {
-    const int score = av_probe_input_buffer2(container.pb, &format, url.c_str(), &container, 0, 0);
+    int score = av_probe_input_buffer2(container.pb, &format, url.c_str(), &container, 0, 0);
+    if (score == AVERROR_INVALIDDATA) {
+        // FFmpeg 7 takes a list for HLS only if its name ends in m3u8 or its type, which it is not given here, is
+        // right.
+        score = av_probe_input_buffer2(container.pb, &format, "list.m3u8", &container, 0, 0);
+        if (score >= 0 && std::strcmp(format->name, "hls") != 0) return AVERROR_INVALIDDATA;
+    }
     if (score < 0) return score;
     return std::strcmp(format->name, "concat") == 0 ? AVERROR(EPERM) : 0;
 }
