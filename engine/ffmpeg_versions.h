@@ -2,7 +2,8 @@
 
 #include "ffmpeg.h"
 
-// What differs between the versions of FFmpeg from 5 on. All other code uses only what they have in common.
+// What differs between the versions of FFmpeg from 5.1 on, which is the first one with AVChannelLayout. All other code
+// uses only what the versions have in common.
 
 namespace oriplayer {
 

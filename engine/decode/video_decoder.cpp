@@ -33,21 +33,20 @@ struct VideoDecoder::Impl {
     int64_t lastUs = AV_NOPTS_VALUE;
     int64_t lastDurationUs = 0;
 
-    int restartIfDue();
+    void restartIfDue();
     void look(const AVPacket &packet);
     int64_t timeOf(const AVFrame &frame);
     void stamp(AVFrame &frame);
 };
 
-int VideoDecoder::Impl::restartIfDue() {
-    if (!restart || !session.context()) return 0;
+// If no other decoder can be made, this one goes on with the threads that it has.
+void VideoDecoder::Impl::restartIfDue() {
+    if (!restart || !session.context()) return;
     CodecSession again;
     const AVCodecContext &codec = *session.context();
     const DecodingLoad load{codec.codec_id, codec.width, codec.height, codec.pix_fmt, codec.framerate};
-    const MediaError error = again.openLike(session, decoderThreads(load, *restart));
-    if (!error) session = std::move(again);
+    if (!again.openLike(session, decoderThreads(load, *restart))) session = std::move(again);
     restart.reset();
-    return error.native;
 }
 
 void VideoDecoder::Impl::look(const AVPacket &packet) {
@@ -101,7 +100,7 @@ void VideoDecoder::restartWith(const ThreadLimits &limits) {
 }
 
 int VideoDecoder::send(const AVPacket *packet) {
-    if (const int result = impl_->restartIfDue(); result < 0) return result;
+    impl_->restartIfDue();
     if (packet && impl_->session.context()) impl_->look(*packet);
     return impl_->session.send(packet);
 }

@@ -27,7 +27,8 @@ struct StreamItem {
     uint32_t generation = 0;  ///< number of the seek it belongs to
     uint32_t end = 0;         ///< kEnd: its number; something may be added behind an end, and then another one comes
     int64_t targetUs = INT64_MIN;
-    int64_t baseUs = 0;  ///< kFlush, kStream: the length of the rounds played before when looping
+    int64_t baseUs = 0;     ///< kFlush, kStream: the length of the rounds played before when looping
+    bool mayStall = false;  ///< kStream: the source is read from a network
     std::shared_ptr<VideoDecoder> video;
     std::shared_ptr<AudioDecoder> audio;
     PacketPtr packet;

@@ -142,7 +142,9 @@ Presenter::Next Presenter::letRun() {
         landedAt_ = steady_clock::now();
     }
     if (soundDue && !stage_.soundLost && steady_clock::now() < landedAt_ + kAwaitSound) return landedAt_ + kAwaitSound;
-    if (stage_.catchesUp && steady_clock::now() < landedAt_ + kAwaitSecond) return awaitPicture();
+    if (stage_.catchesUp && steady_clock::now() < landedAt_ + kAwaitSecond) {
+        return std::min(*awaitPicture(), landedAt_ + kAwaitSecond);
+    }
     if (stage_.clock.run(stage_.control.playingFlag(), soundPlays(), endBefore())) stage_.audioWake.notify();
     impairments_.restart();
     return std::nullopt;

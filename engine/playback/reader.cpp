@@ -219,6 +219,7 @@ StreamItem Reader::pictureStream() const {
     item.kind = StreamItem::Kind::kStream;
     item.generation = generation_;
     item.baseUs = baseUs_;
+    item.mayStall = input_ && input_->network();
     item.video = video_;
     return item;
 }

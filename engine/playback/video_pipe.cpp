@@ -49,6 +49,7 @@ void VideoPipe::handle(StreamItem item) {
             if (decoder_ && !item.goesOn) decoder_->flush();
             if (item.joinUs) joinUs_ = *item.joinUs;
             untilUs_ = INT64_MAX;
+            mayStall_ = item.mayStall;
             sinceKey_.clear();
             if (decoder_) decoder_->skipBefore(landed_ ? INT64_MIN : targetUs_);
             baseUs_ = item.baseUs;
@@ -64,7 +65,7 @@ void VideoPipe::handle(StreamItem item) {
             keepPace(*item.packet);
             showFirst(*item.packet);
             decode(item.packet.get());
-            if (stage_.counters.network) sinceKey_.add(*item.packet);
+            if (mayStall_) sinceKey_.add(*item.packet);
             if (item.packet->dts != AV_NOPTS_VALUE) lastDtsUs_ = item.packet->dts;
             stage_.decoderHolds = true;
             break;
@@ -210,6 +211,7 @@ bool VideoPipe::receive() {
             result = decoder_->receive(frame.get());
         }
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return true;
+        if (result < 0 && drain_ != Drain::kNo) return true;  // what follows may still be decoded
         if (result < 0) {
             const std::string what = std::string("decoding ") + decoder_->codecName() + ": " + avErrorText(result);
             stage_.fail(kEventDecodeFailed, {result, what});
@@ -221,8 +223,6 @@ bool VideoPipe::receive() {
         countSkipped(frame->pts);
         if (wasTaken(*frame)) continue;
         countDecoded(*frame);
-        lastOutUs_ = frame->pts;
-        lastEndUs_ = endOf(*frame);
         take(std::move(frame));
     } while (!outdated());
     return true;
@@ -251,9 +251,10 @@ void VideoPipe::countDecoded(const AVFrame &frame) const {
 }
 
 void VideoPipe::take(FramePtr frame) {
+    lastOutUs_ = frame->pts;
+    lastEndUs_ = endOf(*frame);
     if (!belongs(*frame)) return;
-    const int64_t end = endOf(*frame);
-    if (!landed_ && targetUs_ != INT64_MIN && end <= targetUs_) {
+    if (!landed_ && targetUs_ != INT64_MIN && lastEndUs_ <= targetUs_) {
         skipped_ = std::move(frame);
         return;
     }

@@ -52,7 +52,8 @@ private:
     int64_t baseUs_ = 0;
     std::optional<int64_t> beginsUs_;  ///< the next packet is the source's first, and that its first moment
     std::optional<int64_t> takenUs_;   ///< the decoder is fed again with packets whose pictures were taken up to here
-    PacketsSinceKey sinceKey_;         ///< of a network source
+    bool mayStall_ = false;            ///< the packets come from a network
+    PacketsSinceKey sinceKey_;         ///< if they do
     int64_t lastOutUs_ = INT64_MIN;    ///< time of the last picture taken from the decoder
     int64_t lastEndUs_ = INT64_MIN;    ///< end of that picture
     int64_t lastDtsUs_ = INT64_MIN;    ///< decoding time of the last packet that went in
