@@ -16,7 +16,11 @@ if(VEXO_SANITIZE)
   add_compile_options(-fsanitize=${VEXO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${VEXO_SANITIZE})
 endif()
+# Assertions print paths relative to the tree, so that builds in two folders are identical. Debug builds are left out: the
+# option differs from folder to folder, and ccache would share nothing between them.
+target_compile_options(vexo_build_flags INTERFACE
+                       $<$<NOT:$<CONFIG:Debug>>:-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=>)
 find_program(CCACHE_PROGRAM ccache)
-if(CCACHE_PROGRAM)
+if(CCACHE_PROGRAM AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
 endif()

@@ -1,6 +1,6 @@
 #!/bin/sh
-# installed_package.sh BUILD CXX CMAKE: installs the build into a new prefix, compiles every installed header on
-# its own, and builds and starts the examples against the prefix by find_package.
+# installed_package.sh BUILD CXX CMAKE: installs the build into a new prefix, compiles every installed header on its own
+# as C++17, and builds and starts the examples against the prefix by find_package, which asks for C++17 by itself.
 set -eu
 build=$1 cxx=$2 cmake=$3
 
@@ -20,7 +20,7 @@ ls "$work"/alone/*.cpp | xargs -P 2 -n 8 "$cxx" -std=c++17 -Wall -Wextra -Werror
     -I "$prefix/include/vexo" $json
 
 "$cmake" -G Ninja -S "$prefix/share/doc/vexo/examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$prefix" \
-    -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER="$cxx" >"$work/configure.log" || { cat "$work/configure.log"; exit 1; }
+    -DCMAKE_CXX_STANDARD=11 -DCMAKE_CXX_COMPILER="$cxx" >"$work/configure.log" || { cat "$work/configure.log"; exit 1; }
 "$cmake" --build "$work/examples" -j 2 >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/examples/embed" >/dev/null 2>"$work/usage" && { echo "embed without a file should end with an error"; exit 1; }
 grep -q usage "$work/usage"
