@@ -223,8 +223,8 @@ Presenter::Next Presenter::awaitFirstSound() {
 // so that the sound waits for the missing pictures. A decoder that is only slow does not stop the clock.
 Presenter::Next Presenter::waitForMore() {
     const int64_t now = stage_.clock.nowUs();
-    const int64_t askUs = lastEndUs_ - kHandOutUs;
-    const bool early = pictureShown_ && now < askUs;
+    const int64_t askUs = pictureShown_ ? lastEndUs_ - kHandOutUs : INT64_MIN;
+    const bool early = now < askUs;
     if (pictureShown_ && !early) askForHeld();
     const int64_t soundEndUs = stage_.soundEndUs;
     const bool together = starved() && pictureShown_ && soundEndUs < lastEndUs_ + kInterleavedUs;
