@@ -44,7 +44,7 @@ public:
     void step() {
         const int id = pick(3) == 0 ? 1 : 0;
         const int what = pick(10);  // 9 is the engine's turn
-        if (what < 2) held_[id].size() < 8 ? insert(id) : remove(id);
+        if (what < 2) held(id).size() < 8 ? insert(id) : remove(id);
         if (what == 2) replace(id);
         if (what == 3) remove(id);
         if (what == 4) player_.goNext(coin());
@@ -66,7 +66,7 @@ public:
     /// So does the timeline, from its first period to its last and no further. An end that still waits in a queue may
     /// move it on behind our back, hence some tries; where it holds something else, all of them fail.
     void checkTimeline(int id) {
-        while (held_[id].empty()) insert(id);
+        while (held(id).empty()) insert(id);
         bool equal = false;
         for (int i = 0; i < 50 && !equal; ++i) equal = walk(id);
         EXPECT_TRUE(equal) << "timeline " << id;
@@ -92,27 +92,29 @@ private:
         period->setMixedCodecs(mixed);
         return period;
     }
+    std::vector<PeriodPtr> &held(int id) { return held_[static_cast<std::size_t>(id)]; }
     void insert(int id) {
-        auto &held = held_[id];
-        const int position = pick(static_cast<int>(held.size()) + 2) - 1;
+        auto &periods = held(id);
+        const int position = pick(static_cast<int>(periods.size()) + 2) - 1;
         const PeriodPtr period = make();
         player_.addPeriod(id, position, period, nullptr);
-        if (period->getSourceCount() > 0) held.insert(position < 0 ? held.end() : held.begin() + position, period);
+        if (period->getSourceCount() > 0)
+            periods.insert(position < 0 ? periods.end() : periods.begin() + position, period);
     }
     void replace(int id) {
-        auto &held = held_[id];
-        const int index = pick(static_cast<int>(held.size()) + 1);  // also one too far
+        auto &periods = held(id);
+        const int index = pick(static_cast<int>(periods.size()) + 1);  // also one too far
         const PeriodPtr period = make();
         player_.changePeriod(id, index, period, nullptr);
-        if (static_cast<std::size_t>(index) == held.size()) return;
-        held[static_cast<std::size_t>(index)] = period;
-        if (period->getSourceCount() == 0) held.erase(held.begin() + index);
+        if (static_cast<std::size_t>(index) == periods.size()) return;
+        periods[static_cast<std::size_t>(index)] = period;
+        if (period->getSourceCount() == 0) periods.erase(periods.begin() + index);
     }
     void remove(int id) {
-        auto &held = held_[id];
-        const int index = pick(static_cast<int>(held.size()) + 1);
+        auto &periods = held(id);
+        const int index = pick(static_cast<int>(periods.size()) + 1);
         player_.delPeriod(id, index);
-        if (static_cast<std::size_t>(index) < held.size()) held.erase(held.begin() + index);
+        if (static_cast<std::size_t>(index) < periods.size()) periods.erase(periods.begin() + index);
     }
     void play(int id) {
         player_.prepareAsync(id);
@@ -126,12 +128,12 @@ private:
         int64_t duration = -1;
         player_.getDuration(&duration);
         int64_t tolerance = 0;
-        for (const PeriodPtr &period : held_[id]) tolerance += toleranceMs_ * period->getSourceCount();
+        for (const PeriodPtr &period : held(id)) tolerance += toleranceMs_ * period->getSourceCount();
         if (std::abs(duration - length(id)) > tolerance) return false;
-        for (const PeriodPtr &period : held_[id]) {
+        for (const PeriodPtr &period : held(id)) {
             const PeriodPtr played = player_.getActivePeriod();
             if (player_.getActiveIndex() != id || !played || played->getSource(0) != period->getSource(0)) return false;
-            if (period != held_[id].back()) player_.goNext(false);
+            if (period != held(id).back()) player_.goNext(false);
         }
         const int result = player_.goNext(false);  // behind the isolated timeline's last period the main one goes on
         return id == 0 ? result == -1 : player_.getActiveIndex() == 0;
@@ -147,9 +149,9 @@ private:
         for (int i = 0; i < period.getSourceCount(); ++i) total += length(*period.getSource(i));
         return total;
     }
-    int64_t length(int id) const {
+    int64_t length(int id) {
         int64_t total = 0;
-        for (const PeriodPtr &period : held_[id]) total += length(*period);
+        for (const PeriodPtr &period : held(id)) total += length(*period);
         return total;
     }
 
@@ -158,7 +160,7 @@ private:
     const std::vector<Clip> clips_;
     const int64_t toleranceMs_;
     const std::shared_ptr<oriplayer::IPlayList> list_ = oriplayer::IPlayList::create();
-    std::array<std::vector<PeriodPtr>, 2> held_;
+    std::array<std::vector<PeriodPtr>, 2> held_;  ///< of each timeline
 };
 
 /// Two seeds that stay and a fresh one, which is printed.
