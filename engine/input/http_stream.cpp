@@ -119,9 +119,9 @@ int64_t HttpStream::seek(void *self, int64_t offset, int whence) {
 int HttpStream::read(uint8_t *buffer, int size) {
     if (shown_) return readShown(buffer, size);
     if (!speed_) return download(buffer, size);
-    const LineSpeed::Waiting waiting(*speed_);
+    const auto begin = steady_clock::now();
     const int result = download(buffer, size);
-    if (result > 0) speed_->came(result);
+    speed_->addRead(begin, steady_clock::now(), std::max(result, 0));
     return result;
 }
 

@@ -8,10 +8,12 @@ namespace oriplayer {
 
 namespace {
 
-// What comes with the answer's head says more about the server's patience than about the line.
-constexpr int64_t kLeastBytes = 2048;
+// A server sends the first packets of an answer together, however slow the line.
+constexpr int64_t kLeastBytes = 8192;
+constexpr std::chrono::milliseconds kPause{20};    // a download that is only decoded meanwhile has shorter ones
+constexpr std::chrono::milliseconds kBlocking{2};  // a read of what is already there takes a tenth of this
 
-/// Together, so that a piece that ends in the moment of a change does not count for the new network. Aligned for an
+/// One value, so that a segment that ends at the moment of a change does not count for the new network. Aligned for an
 /// atomic without a lock.
 struct alignas(8) Known {
     float bitsPerSecond;
@@ -21,6 +23,15 @@ std::atomic<Known> lastEstimate{{0.0F, 0}};
 std::atomic<uint32_t> network{0};
 
 }  // namespace
+
+void LineSpeed::addRead(Time begin, Time end, int64_t bytes) {
+    if (begin > lastRead_ && begin - lastRead_ > kPause) paused_ = true;
+    if (end - begin >= kBlocking) paused_ = false;
+    lastRead_ = end;
+    if (paused_) return;
+    waited_ += end - begin;
+    bytes_ += bytes;
+}
 
 void LineSpeed::endPiece() {
     const double seconds = std::max(std::chrono::duration<double>(waited_).count(), 1e-6);
@@ -36,6 +47,8 @@ void LineSpeed::endPiece() {
 void LineSpeed::dropPiece() {
     waited_ = {};
     bytes_ = 0;
+    lastRead_ = Time::max();
+    paused_ = false;
     const uint32_t now = networkNow();
     if (std::exchange(network_, now) != now) estimate_ = 0.0;
 }

@@ -5,42 +5,34 @@
 
 namespace oriplayer {
 
-/// How fast a download is while somebody waits for it: pauses in between do not count, so that neither a full buffer
-/// nor a live list that has nothing new looks like a slow line.
+/// The speed of a line, measured while a download waits for it. After a pause (the player has enough, a live list has
+/// nothing new) data that arrived meanwhile is read at once: this does not count.
 /// Threads: one at a time; lastKnown() and forgetAll() any.
 class LineSpeed {
 public:
-    /// Measures the time of a scope.
-    class Waiting {
-    public:
-        explicit Waiting(LineSpeed &speed) : speed_(speed) {}
-        ~Waiting() { speed_.waited_ += std::chrono::steady_clock::now() - begin_; }
-        Waiting(const Waiting &) = delete;
-        Waiting &operator=(const Waiting &) = delete;
+    using Time = std::chrono::steady_clock::time_point;
 
-    private:
-        LineSpeed &speed_;
-        std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-    };
-
-    void came(int64_t bytes) { bytes_ += bytes; }
+    /// `bytes` were read from a connection between these moments; 0 if none came.
+    void addRead(Time begin, Time end, int64_t bytes);
     /// Ends a segment. The estimate follows a line that gets slower at once and one that gets faster by halves.
     void endPiece();
-    /// What came since the last segment's end is no measure: the download goes elsewhere.
+    /// Forgets what has been read since the end of the last segment, because the download continues elsewhere.
     void dropPiece();
-    /// Bits a second; 0 as long as no segment has come.
+    /// Bits per second; 0 before the end of the first segment.
     double bitsPerSecond() const { return estimate_; }
-    /// What any download of the process has found last; 0 if there was none since the network is this one.
+    /// The last estimate of any download of the process on the present network; 0 if there is none.
     static double lastKnown();
-    /// The network is another one: nothing is known of it, and what is under way has begun on the former.
+    /// The network has changed: nothing is known of it, and a segment that was begun before does not count.
     static void forgetAll();
 
 private:
     static uint32_t networkNow();
 
-    uint32_t network_ = networkNow();  ///< that the piece has begun on
+    uint32_t network_ = networkNow();  ///< on which the segment was begun
     std::chrono::steady_clock::duration waited_{};
     int64_t bytes_ = 0;
+    Time lastRead_ = Time::max();  ///< end of the last read of this segment
+    bool paused_ = false;          ///< since a pause every read has found its data already there
     double estimate_ = 0.0;
 };
 

@@ -6,11 +6,6 @@
 #include "playback/packet_times.h"
 
 namespace oriplayer {
-namespace {
-
-constexpr int64_t kFullBytes = 16 << 20;
-
-}  // namespace
 
 void PacketQueue::push(StreamItem item) {
     std::lock_guard lock(mutex_);
@@ -121,20 +116,20 @@ int64_t PacketQueue::spanLocked() const {
     return 0;
 }
 
-void PacketQueue::aimAt(int64_t us) {
+void PacketQueue::aimAt(const Aim &aim) {
     std::lock_guard lock(mutex_);
-    enoughUs_ = us;
+    enough_ = aim;
 }
 
 bool PacketQueue::full() const {
     std::lock_guard lock(mutex_);
-    return bytes_ >= kFullBytes || spanLocked() >= enoughUs_;
+    return bytes_ >= enough_.bytes || spanLocked() >= enough_.us;
 }
 
 // A quarter below full: the reader wakes for many packets at once then.
 bool PacketQueue::wantsMore() const {
     std::lock_guard lock(mutex_);
-    return bytes_ < kFullBytes / 4 * 3 && spanLocked() < enoughUs_ / 4 * 3;
+    return bytes_ < enough_.bytes / 4 * 3 && spanLocked() < enough_.us / 4 * 3;
 }
 
 bool PacketQueue::empty() const {

@@ -78,9 +78,13 @@ public:
     /// Time of the latest packet popped since clear(); INT64_MIN if there was none.
     int64_t takenUs() const;
 
-    /// How much time is enough.
-    void aimAt(int64_t us);
-    /// Enough for now: that time, or 16 MiB.
+    /// What is enough: either of them.
+    struct Aim {
+        int64_t us;
+        int64_t bytes;
+    };
+    void aimAt(const Aim &aim);
+    /// Enough waits.
     bool full() const;
     /// It was full and is so no more by far.
     bool wantsMore() const;
@@ -99,7 +103,7 @@ private:
     std::deque<StreamItem> items_;
     int packets_ = 0;
     int64_t bytes_ = 0;
-    int64_t enoughUs_ = 4'000'000;
+    Aim enough_{4'000'000, 16 << 20};
     int64_t endUs_ = INT64_MIN;    ///< end of the last packet
     int64_t reachUs_ = INT64_MIN;  ///< the same, as it is presented
     int64_t takenUs_ = INT64_MIN;

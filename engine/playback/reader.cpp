@@ -10,9 +10,9 @@
 namespace oriplayer {
 namespace {
 
-// How far to read ahead of what is decoded. A file is always available, a network may be slow for a while.
-constexpr int64_t kLocalAheadUs = 1'500'000;
-constexpr int64_t kNetworkAheadUs = 4'000'000;
+// How far to read ahead of what is decoded. A file is always available, a network may be slow for half a minute.
+constexpr PacketQueue::Aim kLocalAhead{1'500'000, 16 << 20};
+constexpr PacketQueue::Aim kNetworkAhead{30'000'000, Reader::kMostBytes};
 // Declared lengths are rounded.
 constexpr int64_t kToleranceUs = 1'000'000;
 
@@ -181,7 +181,7 @@ void Reader::describeStreams() {
     counters.opened = true;
     counters.network = input_->network();
     for (PacketQueue *queue : {&stage_.videoPackets, &stage_.audioPackets}) {
-        queue->aimAt(input_->network() ? kNetworkAheadUs : kLocalAheadUs);
+        queue->aimAt(input_->network() ? kNetworkAhead : kLocalAhead);
     }
 }
 

@@ -27,7 +27,7 @@ class Reader {
 public:
     /// Limit of both packet queues together. It is twice as much while one of them is empty, because the packets of
     /// that stream may be far away in the file.
-    static constexpr int64_t kMostBytes = 48 << 20;
+    static constexpr int64_t kMostBytes = 50 << 20;
 
     Reader(Stage &stage, DataSource source) : stage_(stage), source_(std::move(source)) {}
 

@@ -58,6 +58,36 @@ private:
     const std::shared_ptr<std::atomic<int>> asked_ = std::make_shared<std::atomic<int>>(0);
 };
 
+TEST(LineSpeed, WhatArrivedDuringAPauseDoesNotCount) {
+    struct Read {
+        int afterMs;  ///< of doing something else
+        int ms;
+        int bytes;
+    };
+    const std::vector<Read> steady(5, {5, 80, 10'000});  // 1 Mbit/s
+    const struct {
+        const char *name;
+        std::vector<Read> reads;
+        double bitsPerSecond;
+    } cases[] = {{"nothing more", {}, 1e6},
+                 {"what is already there", {{400, 0, 32'768}, {0, 0, 17'000}}, 1e6},
+                 {"then the line again", {{400, 0, 32'768}, {0, 0, 17'000}, {5, 80, 10'000}}, 1e6},
+                 {"without a pause", {{5, 0, 50'000}}, 2e6}};
+    for (const auto &each : cases) {
+        LineSpeed speed;
+        LineSpeed::Time now;
+        std::vector<Read> reads = steady;
+        reads.insert(reads.end(), each.reads.begin(), each.reads.end());
+        for (const Read &read : reads) {
+            const auto begin = now + std::chrono::milliseconds(read.afterMs);
+            now = begin + std::chrono::milliseconds(read.ms);
+            speed.addRead(begin, now, read.bytes);
+        }
+        speed.endPiece();
+        EXPECT_DOUBLE_EQ(speed.bitsPerSecond(), each.bitsPerSecond) << each.name;
+    }
+}
+
 TEST(Variants, FollowTheSpeedUpAndDownWithEveryPictureOnce) {
     const PropertyGuard untimed(kPropertyUntimed, "1");
     LineSpeed::forgetAll();  // it begins with the one that is named first
