@@ -26,8 +26,6 @@ constexpr milliseconds kAwaitPacket{200};   // then the decoder hands out the pi
 constexpr int64_t kHandOutUs = 20'000;      // ... which takes this long (1920x1080), ...
 constexpr milliseconds kAskAgain{1000};     // ... but not more often than this
 constexpr int64_t kInterleavedUs = 1'000'000;  // with more sound read ahead than this, pictures are not awaited
-constexpr int64_t kRefillUs = 500'000;         // read ahead before playback continues after a stall, ...
-constexpr milliseconds kRefillTime{1000};      // ... but it waits no longer than this
 constexpr int64_t kEndPatienceUs = 500'000;    // wait for a device that does not report that it has played everything
 
 }  // namespace
@@ -59,6 +57,7 @@ void Presenter::followGeneration() {
     landed_ = false;
     picturesEnd_ = 0;
     stalled_ = false;
+    resumes_ = false;
     emptySince_.reset();
     pictureShown_ = false;
     lastEndUs_ = INT64_MIN;
@@ -139,8 +138,12 @@ Presenter::Next Presenter::letRun() {
     if (stalled_) {
         if (!refilled()) return steady_clock::now() + kLookAgain;
         stalled_ = false;
+        resumes_ = true;
         landedAt_ = steady_clock::now();
     }
+    const bool pictureDue = resumes_ && stage_.expectVideo && !picturesEnded() && !stage_.pictures.front(generation_);
+    if (pictureDue && steady_clock::now() < landedAt_ + kAwaitSecond) return awaitPicture();
+    resumes_ = false;
     if (soundDue && !stage_.soundLost && steady_clock::now() < landedAt_ + kAwaitSound) return landedAt_ + kAwaitSound;
     if (stage_.catchesUp && steady_clock::now() < landedAt_ + kAwaitSecond) {
         return std::min(*awaitPicture(), landedAt_ + kAwaitSecond);
@@ -156,13 +159,10 @@ std::optional<SteadyTime> Presenter::endBefore() {
     return HandOver::instance().takeOver(stage_.made, steady_clock::now());
 }
 
-// True if enough was read after a stall. With only the first new data the next stall would follow immediately.
+// True if enough has been read after a stall, or no more can be.
 bool Presenter::refilled() {
-    if (stage_.bufferedEndUs == stalledAtUs_ && !stage_.readAll) return false;
-    const auto now = steady_clock::now();
-    if (!refillsSince_) refillsSince_ = now;
-    const bool enough = stage_.readAll || stage_.bufferedEndUs - stage_.positionUs() >= kRefillUs;
-    return enough || now >= *refillsSince_ + kRefillTime;
+    const bool full = stage_.videoPackets.full() || stage_.audioPackets.full();
+    return stage_.readAll || full || refill_.enough(stage_.bufferedEndUs - stage_.positionUs());
 }
 
 bool Presenter::soundPlays() const {
@@ -235,8 +235,7 @@ Presenter::Next Presenter::waitForMore() {
     const bool goesOn = !starved() || (stage_.clock.soundLeads() && !together);
     if (goesOn || stage_.wantsHeld) return steady_clock::now() + milliseconds(20);
     stalled_ = true;
-    stalledAtUs_ = stage_.bufferedEndUs;
-    refillsSince_.reset();
+    refill_.begin(steady_clock::now());
     if (stage_.sound.bufferedUs() == 0) stage_.soundReady = 0;
     stage_.clock.hold();
     stage_.reportStall();

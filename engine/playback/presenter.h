@@ -5,6 +5,7 @@
 
 #include "playback/impairments.h"
 #include "playback/picture_outlet.h"
+#include "playback/refill.h"
 #include "playback/stage.h"
 
 namespace oriplayer {
@@ -58,15 +59,15 @@ private:
     bool landed_ = false;
     uint32_t picturesEnd_ = 0;  ///< number of the last end that the pictures have reached
     bool stalled_ = false;
-    int64_t stalledAtUs_ = 0;                 ///< end position of what had been read when it stalled
-    std::optional<SteadyTime> refillsSince_;  ///< when the first new data after a stall arrived
-    std::optional<SteadyTime> emptySince_;    ///< no packet has arrived, and no picture was there to show
-    int64_t readUs_ = 0;                      ///< end position of what had been read then
+    bool resumes_ = false;                  ///< after a stall, until the clock runs
+    std::optional<SteadyTime> emptySince_;  ///< no packet has arrived, and no picture was there to show
+    int64_t readUs_ = 0;                    ///< end position of what had been read then
     bool pictureShown_ = false;
     int64_t lastEndUs_ = INT64_MIN;  ///< play scale, end of the last picture shown
     int64_t accountedUs_ = 0;        ///< play scale, end of what has been counted as presented
     SteadyTime landedAt_;
     // for the whole life of the player
+    Refill refill_;
     bool firstTold_ = false;
     bool begun_ = false;
     SteadyTime askedAt_;  ///< for the pictures that the decoder holds back

@@ -303,6 +303,17 @@ TEST_F(NetworkFaults, AStalledDownloadShowsEveryPictureUpToTheFirstThatWasNotRea
     }
 }
 
+TEST_F(NetworkFaults, ALineSlowerThanTheMediumStallsOnceForLongAndLosesNoPicture) {
+    const PropertyGuard timed(kPropertyUntimed, "");
+    Film film(clipBytes(kFilm));
+    film.pauseMs = 100;  // a fifth of its speed
+    server_.on("/slow", std::ref(film));
+    WatchedPlayer player({server_.url("/slow")});
+    ASSERT_TRUE(player.playToEnd()) << player.events();
+    EXPECT_EQ(player.pictures().size(), 25u);
+    EXPECT_TRUE(std::string(player.parameter(4003).getCString(-1)).ends_with("stalls:1,"));
+}
+
 TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
     Film locked(clipBytes("locked.ts"));
     locked.limit = locked.size() / 2;
