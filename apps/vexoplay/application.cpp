@@ -94,7 +94,7 @@ ExitCode Application::run() {
 }
 
 void Application::startProbes() {
-    ProbeStage::Config config{options_.userAgent, options_.headers, 0, [this] { wakeUp_.wake(); }};
+    ProbeStage::Config config{options_.userAgent, options_.headers, 0, options_.probe, [this] { wakeUp_.wake(); }};
     if (!options_.probe) config.networkBudgetMs = ProbeStage::kItemMs;
     probes_ = std::make_unique<ProbeStage>(programme_, std::move(config));
 }

@@ -1,9 +1,12 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <filesystem>
+
+#include "play_list_file.h"
 
 namespace vexoplay {
 namespace {
@@ -54,7 +57,8 @@ struct Texts {
 };
 
 void declareProgramme(CLI::App &app, Options &options, Texts &texts) {
-    app.add_option("FILE|URL", options.inputs, "what to play, one after the other as one programme");
+    app.add_option("FILE|URL", options.inputs,
+                   "what to play, one after the other as one programme; - reads standard input");
     app.add_option("--playlist", options.playList, "add the items of a list: a line each, or #EXTM3U")
         ->type_name("FILE");
     app.add_flag("--mixed", options.mixed, "one period whose sources are the items, instead of a period each");
@@ -151,6 +155,8 @@ std::string contradiction(const Options &options) {
     if (options.untimed && options.noVideo) return "--untimed plays pictures only: it cannot go with --no-video";
     if (options.mixed && !options.alternative.empty())
         return "--alternative replaces a period: it cannot go with --mixed";
+    const auto pipe = std::find_if(options.inputs.begin(), options.inputs.end(), isPipe);
+    if (options.loop && pipe != options.inputs.end()) return "--loop cannot play " + *pipe + " again: it is read once";
     if (options.endMs && *options.endMs <= options.startMs.value_or(0)) return "--end lies before the start";
     return {};
 }

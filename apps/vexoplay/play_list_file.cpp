@@ -69,6 +69,13 @@ bool isNetworkUrl(const std::string &text) {
     return isUrl(text) && scheme != "file" && scheme != "data" && scheme != "pipe";
 }
 
+bool isPipe(const std::string &text) {
+    std::error_code noAnswer;
+    const auto type = std::filesystem::status(text, noAnswer).type();
+    if (type == std::filesystem::file_type::not_found) return text == "-" || schemeOf(text) == "pipe";
+    return type == std::filesystem::file_type::fifo || type == std::filesystem::file_type::character;
+}
+
 PlayListText parsePlayList(const std::string &text, const std::string &folder) {
     PlayListText result;
     if (text.find('\0') != std::string::npos) {

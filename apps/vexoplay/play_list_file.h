@@ -31,5 +31,7 @@ bool isUrl(const std::string &text);
 
 /// True for what is reached over a network: every URL but those of the schemes file, data and pipe.
 bool isNetworkUrl(const std::string &text);
+/// True if it can be read only once: "-", a "pipe:" URL, a FIFO or a terminal.
+bool isPipe(const std::string &text);
 
 }  // namespace vexoplay

@@ -49,6 +49,7 @@ int ProbeStage::patienceMs(const std::string &url) const {
 
 ProbeAnswer ProbeStage::ask(const std::string &url) {
     ProbeAnswer answer;
+    if (!config_.pipesToo && isPipe(url)) return answer;
     answer.state = ProbeAnswer::State::kNoAnswerInTime;
     oriplayer::ProbeOptions options;
     options.timeoutMs = patienceMs(url);

@@ -28,6 +28,7 @@ public:
         /// Network items together get no longer than this from the start on; 0: no such bound. What is not known by
         /// then stays unknown, so that a list of dead servers still begins to play.
         int networkBudgetMs = 0;
+        bool pipesToo = false;       ///< else they keep what is in them for whoever plays them
         std::function<void()> wake;  ///< called when all is done, on a thread of the stage
     };
 

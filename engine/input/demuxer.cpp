@@ -42,9 +42,11 @@ MediaError failedTo(const std::string &what, const std::string &url, int native)
 MediaError resolve(const std::string &url, std::string &target) {
     const LocalFile file = localFile(url);
     if (file.kind == LocalKind::kDirectory) return failedTo("open", url, AVERROR(EISDIR));
-    // Opening a pipe or a device can block where nothing interrupts it.
-    if (file.kind == LocalKind::kOther) return {AVERROR(EINVAL), "cannot open " + quoted(url) + ": not a regular file"};
-    target = file.kind == LocalKind::kRegular ? "file:" + file.path : url;
+    if (file.kind == LocalKind::kOther)
+        return {AVERROR(EINVAL), "cannot open " + quoted(url) + ": neither file nor pipe"};
+    target = url;
+    if (file.kind == LocalKind::kRegular) target = "file:" + file.path;
+    if (file.kind == LocalKind::kPipe) target = "pipe:" + file.path;
     return {};
 }
 

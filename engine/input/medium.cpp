@@ -54,22 +54,30 @@ int Medium::attach(AVFormatContext &container, const std::string &url, const Inp
     options_ = options;
     interrupt_ = container.interrupt_callback;
     const bool file = beginsWith(url, "file:", 5);
+    const bool pipe = beginsWith(url, "pipe:", 5);
     network_ = !file && url.find("://") != std::string::npos;
     host_ = hostOf(url);
     // Other schemes (rtmp, udp, concat) know best themselves what they build on.
-    if (isHttp(url) || file) protocols_ = file ? kLocalProtocols : kNetworkProtocols;
+    if (isHttp(url) || file || pipe) protocols_ = file || pipe ? kLocalProtocols : kNetworkProtocols;
     if (!protocols_.empty()) container.protocol_whitelist = av_strdup(protocols_.c_str());
     defaultOpen_ = container.io_open;
     defaultClose_ = container.io_close2;
     container.opaque = this;
     container.io_open = &Medium::open;
     container.io_close2 = &Medium::close;
+    if (pipe) {
+        int result = 0;
+        pipe_ = PipeStream::open(url.substr(5), interrupt_, result);
+        if (pipe_) container.pb = pipe_->io();
+        return result;
+    }
     if (!isHttp(url)) return 0;
     if (options.route) options.route->setUrl(url);
     return openHttp(&container.pb, url.c_str(), nullptr);
 }
 
 void Medium::detach() {
+    pipe_.reset();
     files_.clear();
     unlocked_.clear();
     streams_.clear();
@@ -215,7 +223,7 @@ int Medium::failure() const {
 }
 
 int64_t Medium::bytesRead() const {
-    int64_t bytes = closedBytes_;
+    int64_t bytes = closedBytes_ + (pipe_ ? pipe_->bytes() : 0);
     for (const AVIOContext *io : files_) bytes += io->bytes_read;
     for (const auto &[io, stream] : streams_) bytes += stream->bytes();
     return bytes;

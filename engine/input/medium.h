@@ -8,6 +8,7 @@
 
 #include "input/http_stream.h"
 #include "input/interrupter.h"
+#include "input/pipe_stream.h"
 #include "input/source_input.h"
 #include "input/unlocked_body.h"
 
@@ -64,6 +65,7 @@ private:
     int broken_ = 0;
     int missing_ = 0;
     std::set<const AVIOContext *> files_;
+    std::unique_ptr<PipeStream> pipe_;
     std::map<const AVIOContext *, std::unique_ptr<HttpStream>> streams_;
     std::map<const AVIOContext *, std::unique_ptr<UnlockedBody>> unlocked_;
     int64_t closedBytes_ = 0;

@@ -6,6 +6,7 @@
 #include "input/host_route.h"
 #include "input/medium.h"
 #include "module/low_priority.h"
+#include "playlist/local_file.h"
 
 namespace oriplayer {
 namespace {
@@ -52,6 +53,7 @@ void WarmSource::run(const std::function<bool()> &mayWork, const std::function<v
 }
 
 bool WarmSource::open(const std::function<bool()> &mayWork) {
+    if (localFile(url_).kind == LocalKind::kPipe) return false;  // it can be read once
     if (!pauseWhile(mayWork)) return false;
     auto source = std::make_unique<OpenedSource>();
     auto failure = SourceInput::Failure::kNone;

@@ -6,6 +6,7 @@
 #include "module/preload_queue.h"
 #include "module/reaper.h"
 #include "playback/packet_times.h"
+#include "playlist/local_file.h"
 
 namespace oriplayer {
 namespace {
@@ -390,6 +391,7 @@ bool Reader::startOver() {
     const int64_t length = stage_.programme.startOf(stage_.programme.count());
     if (length <= 0) return false;
     const bool reopen = index_ != 0 || !input_->seekable();
+    if (reopen && localFile(stage_.programme.url(0)).kind == LocalKind::kPipe) return false;  // it can be read once
     if (reopen && !open(0)) return false;
     offsetUs_ = 0;
     if (!goTo(0)) return false;

@@ -35,13 +35,20 @@ LocalFile lookAt(const std::string &path) {
     struct stat info {};
     if (path.empty() || stat(path.c_str(), &info) != 0) return {};
     if (S_ISREG(info.st_mode)) return {LocalKind::kRegular, path};
-    return {S_ISDIR(info.st_mode) ? LocalKind::kDirectory : LocalKind::kOther, path};
+    if (S_ISDIR(info.st_mode)) return {LocalKind::kDirectory, path};
+    const bool pipe = S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode);
+    // A relative path could look like a number.
+    if (pipe) return {LocalKind::kPipe, path.front() == '/' ? path : "./" + path};
+    return {LocalKind::kOther, path};
 }
 
 }  // namespace
 
 LocalFile localFile(const std::string &url) {
     const LocalFile asPath = lookAt(url);
+    if (asPath.kind == LocalKind::kNone && (url == "-" || url == "pipe:")) return {LocalKind::kPipe, "0"};
+    const bool numbered = url.rfind("pipe:", 0) == 0 && url.find_first_not_of("0123456789", 5) == std::string::npos;
+    if (asPath.kind == LocalKind::kNone && numbered) return {LocalKind::kPipe, url.substr(5)};
     if (asPath.kind != LocalKind::kNone || url.rfind("file:", 0) != 0) return asPath;
     std::string path = url.substr(5);
     if (path.rfind("//", 0) == 0) path.erase(0, std::min(path.size(), path.find('/', 2)));

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <csignal>
+#include <cstdio>
 
 #include "engine/playback/loopback_server.h"
 #include "running_program.h"
@@ -49,6 +51,20 @@ TEST(Play, FiveCodecsGiveThePicturesHashesAndLengthsOfTheFfmpegProgram) {
     const auto ends = outcome.events(1001);
     ASSERT_EQ(ends.size(), kFive.size());
     for (std::size_t i = 0; i < ends.size(); ++i) EXPECT_EQ(ends[i]["period"].asUInt(), i);
+}
+
+TEST(Play, WhatOtherProgramsWriteIntoPipesIsPlayedWhole) {
+    const support::TemporaryFolder folder;
+    const std::string fifo = folder / "1";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    FILE *reads = popen(("exec cat " + support::clip("mpeg2_mp2.ts")).c_str(), "r");
+    FILE *writes = popen(("exec cat " + support::clip("vp9_opus.webm") + " >" + fifo).c_str(), "w");
+    const Outcome outcome =
+        run({"--no-window", "--untimed", "--hash", "--json", "pipe:" + std::to_string(fileno(reads)), fifo});
+    EXPECT_EQ(outcome.summary["bounds"][0]["md5"], support::expected("mpeg2_mp2.ts").md5) << outcome.err;
+    EXPECT_EQ(outcome.summary["bounds"][1]["md5"], support::expected("vp9_opus.webm").md5) << outcome.err;
+    pclose(reads);
+    pclose(writes);
 }
 
 TEST(Play, SubtitlesStandInTheItemTheyAreGivenFor) {

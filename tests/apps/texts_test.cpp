@@ -72,6 +72,7 @@ TEST(Options, WhatMakesNoSense_IsAUsageErrorWithItsReason) {
         {{"--ca-file", "/no/such.pem", "a"}, "/no/such.pem"},
         {{"--subtitles", "/no/such.srt", "a"}, "/no/such.srt"},
         {{"--subtitle-font", "/no/such.ttf", "a"}, "/no/such.ttf"},
+        {{"--loop", "a", "-"}, "--loop cannot play - again"},
         {{"--no-such-option", "a"}, "--no-such-option"}};
     for (const auto &[arguments, reason] : cases) {
         const ParsedOptions parsed = parse(arguments);
