@@ -1,7 +1,9 @@
 #include "decode/video_decoder.h"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
+#include <type_traits>
 
 #include "decode/codec_session.h"
 #include "ffmpeg_versions.h"
@@ -16,6 +18,21 @@ int64_t pictureUs(const AVStream &stream) {
     const AVRational rate = stream.avg_frame_rate.num > 0 ? stream.avg_frame_rate : stream.r_frame_rate;
     if (rate.num <= 0 || rate.den <= 0) return kUsualPictureUs;
     return std::max<int64_t>(1, av_rescale(1'000'000, rate.den, rate.num));
+}
+
+// A number of the stream that FFmpeg does not know stays out of the enumeration, whose other values cannot be read.
+template <typename Enumeration> void keepKnown(Enumeration &field, Enumeration end, Enumeration unknown) {
+    std::underlying_type_t<Enumeration> value{};
+    static_assert(sizeof value == sizeof field);
+    std::memcpy(&value, &field, sizeof value);
+    if (static_cast<int64_t>(value) < 0 || value >= static_cast<decltype(value)>(end)) field = unknown;
+}
+
+void keepKnownColours(AVFrame &frame) {
+    keepKnown(frame.colorspace, AVCOL_SPC_NB, AVCOL_SPC_UNSPECIFIED);
+    keepKnown(frame.color_range, AVCOL_RANGE_NB, AVCOL_RANGE_UNSPECIFIED);
+    keepKnown(frame.color_primaries, AVCOL_PRI_NB, AVCOL_PRI_UNSPECIFIED);
+    keepKnown(frame.color_trc, AVCOL_TRC_NB, AVCOL_TRC_UNSPECIFIED);
 }
 
 }  // namespace
@@ -107,7 +124,9 @@ int VideoDecoder::send(const AVPacket *packet) {
 
 int VideoDecoder::receive(AVFrame *frame) {
     const int result = impl_->session.receive(frame);
-    if (result == 0) impl_->stamp(*frame);
+    if (result != 0) return result;
+    impl_->stamp(*frame);
+    keepKnownColours(*frame);
     return result;
 }
 
@@ -120,6 +139,7 @@ FramePtr VideoDecoder::decodeAlone(const AVPacket &packet) const {
     // A field of its own is half a picture.
     const bool whole = frame->decode_error_flags == 0 && (frame->flags & AV_FRAME_FLAG_CORRUPT) == 0;
     if (!whole || isInterlaced(*frame)) return nullptr;
+    keepKnownColours(*frame);
     frame->pts = packet.pts;
     if (durationOf(*frame) <= 0) setDuration(*frame, impl_->pictureUs);
     return frame;

@@ -90,7 +90,9 @@ numbered_better.mkv) # the same pictures and sound
     both -c:v mpeg4 -b:v 2M -bf 2 -g 60 -pix_fmt yuv420p -threads 1 -c:a libopus "$out" ;;
 bframes.mp4) both -c:v libx264 -preset veryfast -bf 3 -g 12 -pix_fmt yuv420p -threads 1 $aac "$out" ;;
 raw_bframes.h264) silent -c:v libx264 -preset veryfast -bf 3 -g 12 -pix_fmt yuv420p -threads 1 "$out" ;;
-open_gop.mpg) both -c:v mpeg2video -b:v 1M -bf 2 -g 12 -pix_fmt yuv420p -c:a mp2 "$out" ;;
+open_gop.mpg)  # with a colour matrix that does not exist
+    both -c:v mpeg2video -b:v 1M -bf 2 -g 12 -pix_fmt yuv420p -bsf:v mpeg2_metadata=matrix_coefficients=65 -c:a mp2 "$out"
+    ;;
 audio_only.flac) ff -f lavfi -i "$(tone 440 1)" -c:a flac "$out" ;;
 audio_only.aac) ff -f lavfi -i "$(tone 440 1)" $aac "$out" ;;
 cover.m4a)
