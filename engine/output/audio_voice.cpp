@@ -169,7 +169,7 @@ void AudioVoice::pause() {
     appointment_.reset();
 }
 
-// With the lock. The fade that every start has follows behind the cut.
+// With the lock. What comes after the cut is faded in like every start in the middle of sound.
 void AudioVoice::fallIn(SoundTime heardAt) {
     if (!appointment_) return;
     const auto appointment = *appointment_;
@@ -183,6 +183,12 @@ void AudioVoice::fallIn(SoundTime heardAt) {
     const auto frames = static_cast<std::size_t>(lateUs / usPerFrame);
     read_ += static_cast<int64_t>(std::min(frames, queued() - 1));
     dropMarks();
+}
+
+bool AudioVoice::silentAt(int64_t frame) const {
+    constexpr float kSilent = 0.003F;  // -50 dB: a step of this size is not heard as a click
+    const float *at = &ring_[static_cast<std::size_t>(frame) % capacity_ * kSoundChannels];
+    return std::all_of(at, at + kSoundChannels, [](float sample) { return std::abs(sample) < kSilent; });
 }
 
 void AudioVoice::setVolume(float volume) {
@@ -228,6 +234,7 @@ void AudioVoice::mix(float *out, std::size_t frames, SoundTime heardAt) {
         return;
     }
     fallIn(heardAt);
+    if (running_ && transport_ == 0.0F && silentAt(read_)) transport_ = 1.0F;  // a ramp would only take sound away
     const double startUs = positionOf(read_);
     const std::size_t count = mixQueue(out, frames);
     // The last frame's own length belongs to the block, also where the next frame's position jumps.

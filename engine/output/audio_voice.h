@@ -11,7 +11,8 @@
 namespace oriplayer {
 
 /// One player's share of a device's mix: a queue of sound at the device's rate, its gain, and the position that is
-/// heard. Cuts (pause, flush, the end, a queue that runs dry) are ramped, so that they do not click.
+/// heard. Cuts (pause, flush, the end, a queue that runs dry, a start in the middle of sound) are ramped, so that they
+/// do not click.
 ///
 /// Threads:  write, finish and flush come from one thread at a time, mix from the device's; all others from any.
 /// Lock:     mutex_, a leaf, held for the copying of one block at most; mix allocates nothing.
@@ -80,6 +81,7 @@ private:
     void saveTail();
     void clearQueue();
     void fallIn(SoundTime heardAt);
+    bool silentAt(int64_t frame) const;
     float nextGain();
     std::size_t queued() const { return static_cast<std::size_t>(written_ - read_); }
     std::optional<int64_t> positionLocked(SoundTime now) const;

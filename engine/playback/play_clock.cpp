@@ -43,10 +43,11 @@ bool PlayClock::run(const std::atomic<bool> &wanted, bool awaitSound, std::optio
     if (running_) return true;
     const auto now = steady_clock::now();
     running_ = true;
-    anchorTime_ = fresh_ ? since.value_or(now) : now;
-    awaitingSound_ = awaitSound && !soundLost_ && !fresh_;
+    const bool goesOn = fresh_ && since;
+    anchorTime_ = goesOn ? *since : now;
+    awaitingSound_ = awaitSound && !soundLost_ && !goesOn;
     awaitUntil_ = now + kAwaitSound;
-    if (fresh_) {
+    if (goesOn) {
         sound_.startAt(anchorUs_, anchorTime_);
     } else {
         sound_.start();

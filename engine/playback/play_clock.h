@@ -26,9 +26,9 @@ public:
     void soundIsOf(uint32_t generation);
     /// The device is lost: the renderer's position counts no more.
     void abandonSound();
-    /// Lets time and sound run if `wanted` is still set. With `awaitSound` behind a pause time stands until sound is
-    /// heard, at most 300 ms, so that it need not jump back; behind setTo() time begins at `since`, or now, and the
-    /// sound falls in where time is by then.
+    /// Lets time and sound run if `wanted` is still set. With `awaitSound` time waits until the device plays the first
+    /// sound, at most 300 ms, so that the sound is heard from its first sample on. With `since`, after setTo(), time
+    /// runs from that moment on: the programme of another player continues, and the sound that is late by then is cut.
     bool run(const std::atomic<bool> &wanted, bool awaitSound, std::optional<SteadyTime> since = std::nullopt);
     void hold();
     void setSpeed(double speed);
@@ -69,7 +69,7 @@ private:
     SteadyTime awaitUntil_;
     double speed_ = 1.0;
     bool running_ = false;
-    bool fresh_ = false;  ///< set to a moment and not run since: sound falls in, time does not wait for it
+    bool fresh_ = false;  ///< set to a moment and not run since
     bool soundLost_ = false;
     uint32_t generation_ = 0;
     uint32_t soundGeneration_ = 0;

@@ -50,6 +50,23 @@ TEST_F(DeviceSound, AMuteBeforePreparingIsAVolumeOfZero_ALaterOneIsNot) {
     }
 }
 
+std::size_t soundingFrames(const std::vector<float> &samples) {
+    const auto sounds = [](float sample) { return std::abs(sample) > 0.005F; };
+    const auto first = std::find_if(samples.begin(), samples.end(), sounds);
+    return static_cast<std::size_t>(std::find_if(samples.rbegin(), samples.rend(), sounds).base() - first);
+}
+
+TEST_F(DeviceSound, EverySampleFromTheFirstOnIsHeard) {
+    for (const char *name : {"audio_only.wav", "h264_aac.mp4"}) {
+        const std::size_t begin = disk.awaitSilence();
+        WatchedPlayer player({clip(name)});
+        player.play();
+        ASSERT_TRUE(player.waitForEvent(1001)) << name << ": " << player.events();
+        disk.awaitSilence();
+        EXPECT_GE(soundingFrames(disk.left(begin)), 47'900U) << name << ": 48,000 of a second, less what the wave hides";
+    }
+}
+
 /// Between the first sound and the last.
 std::size_t longestSilence(const std::vector<float> &samples) {
     const auto sounds = [](float sample) { return std::abs(sample) > 0.005F; };
