@@ -124,6 +124,10 @@ bool AudioRenderer::push(const AVFrame &frame, int64_t positionUs) {
     return !impl_->interrupted && impl_->output().voice != to.voice;
 }
 
+void AudioRenderer::cut() {
+    if (impl_->shaper) impl_->shaper->cut();
+}
+
 void AudioRenderer::finish() {
     if (impl_->shaper) impl_->shaper->finish();
     impl_->onVoice([](AudioVoice &voice) { voice.finish(); });

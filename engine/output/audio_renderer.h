@@ -33,9 +33,11 @@ public:
     static bool deviceExists(const std::string &deviceName);
 
     /// Queues a decoded frame whose first sample belongs at `positionUs`. A gap in the positions of up to a second is
-    /// filled with silence, an overlap is cut, so that the clock follows the positions. False if interrupted or
-    /// not opened.
+    /// filled with silence, an overlap is cut, a slow drift is resampled away, so that the clock follows the positions.
+    /// False if interrupted or not opened.
     bool push(const AVFrame &frame, int64_t positionUs);
+    /// The next frame does not continue what was pushed last: a ramp joins them. Thread: that of push.
+    void cut();
     /// No more sound for now (end of the stream): what is inside the resampler and the tempo filter comes out.
     void finish();
     /// Behind a seek: everything queued goes (short fade), the clock stops until new sound plays.

@@ -1,9 +1,11 @@
 #include "output/resampler.h"
 
 #include <array>
+#include <cmath>
 
 extern "C" {
 #include <libavutil/channel_layout.h>
+#include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 
@@ -25,7 +27,16 @@ bool Resampler::convertFrom(const AVFrame &frame, int skip, Sound &out) {
     for (int i = 0; i < count; ++i) {
         planes[static_cast<std::size_t>(i)] = frame.extended_data[i] + static_cast<std::ptrdiff_t>(skip) * step;
     }
+    if (stretch_ != 0 || stretches_) {
+        swr_set_compensation(context_.get(), stretch_, rate_);
+        stretches_ = true;
+    }
     return run(planes.data(), frame.nb_samples - skip, out);
+}
+
+double Resampler::stretch(double ratio) {
+    stretch_ = static_cast<int>(std::lround(ratio * rate_));
+    return static_cast<double>(stretch_) / rate_;
 }
 
 bool Resampler::fit(const AVFrame &frame, Sound &out) {
@@ -51,6 +62,8 @@ bool Resampler::fit(const AVFrame &frame, Sound &out) {
     // One channel is played by both speakers as it is, not 3 dB lower.
     constexpr double kBoth[kSoundChannels] = {1.0, 1.0};
     if (result >= 0 && frame.ch_layout.nb_channels == 1) result = swr_set_matrix(context, kBoth, 1);
+    // All channels together are no louder than one.
+    if (result >= 0) result = av_opt_set_double(context, "rematrix_maxval", 1.0, 0);
     if (result >= 0) result = swr_init(context);
     context_.reset(context);
     if (result < 0) context_.reset();
@@ -76,6 +89,7 @@ void Resampler::finish(Sound &out) {
 
 void Resampler::reset() {
     context_.reset();
+    stretches_ = false;
 }
 
 }  // namespace oriplayer

@@ -18,6 +18,9 @@ public:
     /// Appends what the frame gives to `out`, from its sample number `skip` on. A frame of another format than the last
     /// brings out the old one's rest first. False if the format cannot be converted; the frame is left out then.
     bool convertFrom(const AVFrame &frame, int skip, Sound &out);
+    /// The frames from now on become longer by this share of their length, or shorter if it is below 0. Returns the
+    /// share that is applied. 0 after the start.
+    double stretch(double ratio);
     /// What is still inside comes out; the next frame begins anew.
     void finish(Sound &out);
     void reset();
@@ -39,6 +42,8 @@ private:
     const int rate_;
     Format format_;
     std::unique_ptr<SwrContext, Free> context_;
+    int stretch_ = 0;         ///< frames of a second's output to add
+    bool stretches_ = false;  ///< the context was told so
 };
 
 }  // namespace oriplayer

@@ -1,55 +1,127 @@
 #include "output/sound_shaper.h"
 
+#include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace oriplayer {
 namespace {
 
-// Containers round times to 1 ms and worse; less than this is not a gap, and nobody sees it against the picture.
-constexpr double kToleranceUs = 10'000.0;
+// More than this is no jitter of a container.
+constexpr double kCertainUs = 40'000.0;
+// Lasting differences of less than this are stretched away.
+constexpr double kStepUs = 10'000.0;
 constexpr double kLongestRepairUs = 1'000'000.0;
+// The sound of most sources is passed on untouched, although their times are rounded to 1 ms and worse.
+constexpr double kDriftUs = 3'000.0;
+constexpr double kDriftTimeUs = 2'000'000.0;  // to make up for it
+constexpr double kMostStretch = 0.005;        // a twelfth of a semitone
 
 }  // namespace
 
+void TimeOffsets::add(double offUs) {
+    offsUs_[count_++ % kFrames] = offUs;
+}
+
+double TimeOffsets::meanUs() const {
+    if (count_ < kFrames) return 0.0;
+    return std::accumulate(offsUs_.begin(), offsUs_.end(), 0.0) / kFrames;
+}
+
+double TimeOffsets::lastingUs(double leastUs) const {
+    const auto [least, most] = std::minmax_element(offsUs_.begin(), offsUs_.end());
+    return *least > leastUs || *most < -leastUs ? meanUs() : 0.0;
+}
+
 bool SoundShaper::push(const AVFrame &frame, int64_t positionUs, double speed) {
     if (frame.nb_samples <= 0 || frame.sample_rate <= 0) return true;
-    const double off = begun_ ? static_cast<double>(positionUs) - inputUs_ : 0.0;
+    double off = begun_ ? static_cast<double>(positionUs) - inputUs_ : 0.0;
     if (!begun_ || std::abs(off) > kLongestRepairUs) {
         if (!begin(positionUs)) return false;
+        off = 0.0;
     }
-    if (speed != tempo_.speed()) {
-        Sound rest;
-        const double oldUsPerFrame = usPerFrame();
-        tempo_.setSpeed(speed, rest);
-        if (rest.frames() > 0 && !taker_(rest, outputUs_, oldUsPerFrame)) return false;
-        // Whatever the filter made too much or too little of ends where its input did.
-        if (speed == 1.0) outputUs_ = inputUs_;
-    }
-    int skip = 0;
+    if (!setSpeed(speed)) return false;
     Sound sound;
-    if (std::abs(off) <= kLongestRepairUs && off > kToleranceUs) {
-        sound.appendSilence(static_cast<std::size_t>(off * rate_ / 1e6));
-        inputUs_ += off;
-    } else if (std::abs(off) <= kLongestRepairUs && off < (cutting_ ? 0.0 : -kToleranceUs)) {
-        skip = static_cast<int>(-off * frame.sample_rate / 1e6);
-        cutting_ = skip >= frame.nb_samples;
-        if (cutting_) return true;
+    const double change = step(off);
+    if (change > 0.0) fill(change, sound);
+    const int skip = change < 0.0 ? static_cast<int>(-change * frame.sample_rate / 1e6) : 0;
+    cutting_ = skip >= frame.nb_samples;
+    if (cutting_) return true;
+    if (skip > 0) {
+        resampler_.finish(sound);
+        joins_ = true;
     }
-    cutting_ = false;
+    const std::size_t before = sound.frames();
     // A frame that cannot be converted is a gap: the next one fills it.
-    if (resampler_.convertFrom(frame, skip, sound)) inputUs_ += 1e6 * (frame.nb_samples - skip) / frame.sample_rate;
+    if (resampler_.convertFrom(frame, skip, sound)) {
+        inputUs_ += (1.0 + stretch_) * 1e6 * (frame.nb_samples - skip) / frame.sample_rate;
+    }
+    if (joins_) join(sound, before);
     return passOn(sound);
 }
 
 bool SoundShaper::begin(int64_t positionUs) {
+    const bool cuts = begun_;
     if (begun_ && !finish()) return false;
     begun_ = true;
     cutting_ = false;
+    joins_ = cuts;
+    offsets_.clear();
+    stretch_ = resampler_.stretch(0.0);
     inputUs_ = outputUs_ = static_cast<double>(positionUs);
     return true;
 }
 
+bool SoundShaper::setSpeed(double speed) {
+    if (speed == tempo_.speed()) return true;
+    Sound rest;
+    const double oldUsPerFrame = usPerFrame();
+    tempo_.setSpeed(speed, rest);
+    if (rest.frames() > 0 && !taker_(rest, outputUs_, oldUsPerFrame)) return false;
+    // Whatever the filter made too much or too little of ends where its input did.
+    if (speed == 1.0) outputUs_ = inputUs_;
+    return true;
+}
+
+// What has to be filled (above 0) or cut (below 0) before a frame that is so far from its place.
+double SoundShaper::step(double offUs) {
+    offsets_.add(offUs);
+    double change = offsets_.lastingUs(kStepUs);
+    if (std::abs(offUs) > kCertainUs || (cutting_ && offUs < 0.0)) change = offUs;
+    if (change != 0.0) {
+        offsets_.clear();
+        return change;
+    }
+    const double mean = offsets_.meanUs();
+    if (stretch_ == 0.0 && std::abs(mean) < kDriftUs) return 0.0;
+    stretch_ = resampler_.stretch(std::clamp(mean / kDriftTimeUs, -kMostStretch, kMostStretch));
+    return 0.0;
+}
+
+void SoundShaper::fill(double gapUs, Sound &sound) {
+    resampler_.finish(sound);
+    const std::size_t end = sound.frames();
+    sound.appendSilence(static_cast<std::size_t>(gapUs * rate_ / 1e6));
+    inputUs_ += gapUs;
+    join(sound, end);
+    joins_ = true;
+}
+
+// What the first frame from `at` on differs from the one before it fades away.
+void SoundShaper::join(Sound &sound, std::size_t at) {
+    const std::size_t frames = std::min(rampFrames(rate_), sound.frames() - at);
+    for (std::size_t c = 0; frames > 0 && c < kSoundChannels; ++c) {
+        float *samples = sound.samples.data() + at * kSoundChannels + c;
+        const float step = (at > 0 ? *(samples - kSoundChannels) : last_[c]) - *samples;
+        for (std::size_t i = 0; i < frames; ++i) {
+            samples[i * kSoundChannels] += step * static_cast<float>(frames - i) / static_cast<float>(frames + 1);
+        }
+    }
+    joins_ = joins_ && frames == 0;
+}
+
 bool SoundShaper::passOn(const Sound &sound) {
+    if (sound.frames() > 0) std::copy_n(sound.samples.end() - kSoundChannels, kSoundChannels, last_.begin());
     Sound shaped;
     tempo_.process(sound, shaped);
     return give(shaped);
@@ -75,7 +147,7 @@ bool SoundShaper::finish() {
 void SoundShaper::reset() {
     resampler_.reset();
     tempo_.reset();
-    begun_ = false;
+    begun_ = joins_ = false;
 }
 
 }  // namespace oriplayer

@@ -190,6 +190,7 @@ bool AudioPipe::fillUpTo(int64_t playUs, const AVFrame &like) {
     if (nextUs_ == INT64_MIN && targetUs_ == INT64_MIN) return true;
     int64_t from = nextUs_ != INT64_MIN ? nextUs_ : std::max<int64_t>(0, targetUs_);
     if (nextUs_ != INT64_MIN && playUs - from < kSmallGapUs) return true;
+    stage_.sound.cut();
     while (playUs - from > 1000) {
         const int64_t piece = std::min(kPieceUs, playUs - from);
         const FramePtr silence = silenceLike(like, piece);
@@ -198,6 +199,7 @@ bool AudioPipe::fillUpTo(int64_t playUs, const AVFrame &like) {
         nextUs_ = from;
         tellReady();
     }
+    stage_.sound.cut();
     return true;
 }
 
