@@ -6,7 +6,8 @@
 namespace oriplayer {
 
 /// The speed of a line, measured while a download waits for it. After a pause (the player has enough, a live list has
-/// nothing new) data that arrived meanwhile is read at once: this does not count.
+/// nothing new) data that arrived meanwhile is read at once: this counts only as what the line brought at least, from
+/// the begin of the segment on.
 /// Threads: one at a time; lastKnown() and forgetAll() any.
 class LineSpeed {
 public:
@@ -30,7 +31,9 @@ private:
 
     uint32_t network_ = networkNow();  ///< on which the segment was begun
     std::chrono::steady_clock::duration waited_{};
-    int64_t bytes_ = 0;
+    int64_t bytes_ = 0;            ///< that were waited for
+    int64_t allBytes_ = 0;         ///< of this segment
+    Time begun_;                   ///< its first read
     Time lastRead_ = Time::max();  ///< end of the last read of this segment
     bool paused_ = false;          ///< since a pause every read has found its data already there
     double estimate_ = 0.0;
