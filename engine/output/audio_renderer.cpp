@@ -44,12 +44,12 @@ struct AudioRenderer::Impl {
     Output current;  ///< guarded by mutex, as all down to `troubleTold`
     float volume = 1.0F;
     bool muted = false;
+    double speed = 1.0;
     bool running = false;
     SoundTime runningSince;
     bool troubleTold = false;
 
     std::atomic<bool> interrupted{false};
-    std::atomic<double> speed{1.0};
 
     std::unique_ptr<SoundShaper> shaper;  ///< pushing thread, as shaped
     std::shared_ptr<AudioVoice> shaped;   ///< the voice that `shaper` writes to
@@ -62,6 +62,7 @@ AudioRenderer::Impl::Output AudioRenderer::Impl::use(std::shared_ptr<AudioDevice
     const std::lock_guard lock(mutex);
     voice->setVolume(volume);
     voice->setMuted(muted);
+    voice->setSpeed(speed);
     if (interrupted) voice->interrupt();
     // A new voice takes this much without waiting.
     constexpr int64_t kMostSilenceUs = 250'000;
@@ -70,7 +71,7 @@ AudioRenderer::Impl::Output AudioRenderer::Impl::use(std::shared_ptr<AudioDevice
         Sound silence;
         silence.appendSilence(static_cast<std::size_t>(queuedUs * device->rate() / 1'000'000));
         const double fromUs = static_cast<double>(current.voice->endPositionUs() - queuedUs);
-        voice->write(silence.samples.data(), silence.frames(), fromUs, 1e6 / device->rate());
+        voice->write(silence.samples.data(), silence.frames(), fromUs);
     }
     if (running) voice->start();
     device->add(voice);
@@ -83,9 +84,9 @@ AudioRenderer::Impl::Output AudioRenderer::Impl::use(std::shared_ptr<AudioDevice
 void AudioRenderer::Impl::prepareShaper(const Output &to) {
     if (shaper && shaped == to.voice) return;
     shaped = to.voice;
-    shaper = std::make_unique<SoundShaper>(
-        to.device->rate(), [voice = to.voice](const Sound &sound, double positionUs, double usPerFrame) {
-            return voice->write(sound.samples.data(), sound.frames(), positionUs, usPerFrame);
+    shaper =
+        std::make_unique<SoundShaper>(to.device->rate(), [voice = to.voice](const Sound &sound, double positionUs) {
+            return voice->write(sound.samples.data(), sound.frames(), positionUs);
         });
 }
 
@@ -119,7 +120,7 @@ bool AudioRenderer::push(const AVFrame &frame, int64_t positionUs) {
     const auto to = impl_->output();
     if (!to || impl_->interrupted) return false;
     impl_->prepareShaper(to);
-    if (impl_->shaper->push(frame, positionUs, impl_->speed)) return true;
+    if (impl_->shaper->push(frame, positionUs)) return true;
     // A change of the device ends the old voice's wait: the frame is lost, the sound goes on.
     return !impl_->interrupted && impl_->output().voice != to.voice;
 }
@@ -161,7 +162,7 @@ void AudioRenderer::startAt(int64_t positionUs, SoundTime at) {
     const std::lock_guard lock(impl_->mutex);
     if (!impl_->running) impl_->runningSince = steadyNow();
     impl_->running = true;
-    if (impl_->current) impl_->current.voice->startAt(positionUs, at, impl_->speed);
+    if (impl_->current) impl_->current.voice->startAt(positionUs, at);
 }
 
 void AudioRenderer::pause() {
@@ -188,7 +189,9 @@ void AudioRenderer::setMuted(bool muted) {
 }
 
 void AudioRenderer::setSpeed(double speed) {
+    const std::lock_guard lock(impl_->mutex);
     impl_->speed = std::clamp(speed, 0.5, 4.0);
+    if (impl_->current) impl_->current.voice->setSpeed(impl_->speed);
 }
 
 std::optional<int64_t> AudioRenderer::positionUs() const {

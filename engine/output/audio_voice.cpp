@@ -6,12 +6,11 @@
 namespace oriplayer {
 namespace {
 
-// Enough that a decoder held up by the system's scheduler is not heard, little enough that a change of speed soon is.
-constexpr double kQueueUs = 300'000.0;
+// Enough that a decoder held up by the system's scheduler is not heard.
+constexpr double kQueueSeconds = 0.3;
+constexpr double kFastest = 4.0;
 // The decoder wakes for so much at once, not for every block.
-constexpr double kMuchRoomUs = 100'000.0;
-// The slowest speed, 0.5, makes 600 ms of sound out of 300 ms of the source.
-constexpr double kQueueSeconds = 0.65;
+constexpr double kMuchRoomSeconds = 0.1;
 
 std::chrono::nanoseconds lengthOf(std::size_t frames, int rate) {
     return std::chrono::nanoseconds(static_cast<int64_t>(frames) * 1'000'000'000 / rate);
@@ -25,74 +24,73 @@ float stepTowards(float value, float target, float step) {
 
 AudioVoice::AudioVoice(int rate)
     : rate_(rate),
-      capacity_(static_cast<std::size_t>(rate * kQueueSeconds)),
+      capacity_(static_cast<std::size_t>(rate * kQueueSeconds * kFastest)),
       ring_(capacity_ * kSoundChannels),
-      tail_(rampFrames(rate) * kSoundChannels) {}
+      tempo_(rate),
+      tail_(rampFrames(rate) * kSoundChannels) {
+    shaped_.samples.reserve(ring_.size() / 4);
+}
 
-bool AudioVoice::write(const float *stereo, std::size_t frames, double positionUs, double usPerFrame) {
+bool AudioVoice::write(const float *stereo, std::size_t frames, double positionUs) {
     std::unique_lock lock(mutex_);
     finished_ = false;
     while (frames > 0) {
-        usPerFrame_ = usPerFrame;
-        if (room(usPerFrame) == 0) {
+        if (room() == 0 || markCount_ == marks_.size()) {
             roomChanged_.wait(lock, [&] { return interrupted_ || left_ || hasMuchRoom(); });
         }
         if (interrupted_ || left_) return false;
-        const std::size_t count = std::min(frames, room(usPerFrame));
-        addMark(positionUs, usPerFrame);
+        const std::size_t count = std::min(frames, room());
+        addMark(positionUs);
         copyIn(stereo, count);
         stereo += count * kSoundChannels;
         frames -= count;
-        positionUs += static_cast<double>(count) * usPerFrame;
+        positionUs += static_cast<double>(count) * usPerFrame();
         endUs_ = positionUs;
         hasEnd_ = true;
     }
     return true;
 }
 
-std::size_t AudioVoice::room(double usPerFrame) const {
-    if (markCount_ == marks_.size()) return 0;
-    const double queuedUs = queued() > 0 ? endUs_ - positionOf(read_) : 0.0;
-    // A jump backwards in the positions makes the difference meaningless; the ring's size bounds it then.
-    const double sourceRoom = std::max(0.0, kQueueUs - std::max(0.0, queuedUs)) / usPerFrame;
-    return std::min(capacity_ - queued(), static_cast<std::size_t>(std::min(sourceRoom, 1e9)));
+std::size_t AudioVoice::room() const {
+    const auto most = static_cast<std::size_t>(rate_ * kQueueSeconds * std::max(1.0, tempo_.speed()));
+    return most - std::min(most, queued());
 }
 
 bool AudioVoice::hasMuchRoom() const {
-    return static_cast<double>(room(usPerFrame_)) * usPerFrame_ >= kMuchRoomUs;
+    return markCount_ < marks_.size() && static_cast<double>(room()) >= kMuchRoomSeconds * rate_;
 }
 
-void AudioVoice::addMark(double positionUs, double usPerFrame) {
-    if (markCount_ > 0) {
-        const Mark &last = marks_[(firstMark_ + markCount_ - 1) % marks_.size()];
-        const double expected = last.positionUs + static_cast<double>(written_ - last.frame) * last.usPerFrame;
-        if (last.usPerFrame == usPerFrame && std::abs(expected - positionUs) < 1000.0) return;
-    }
-    marks_[(firstMark_ + markCount_) % marks_.size()] = {written_, positionUs, usPerFrame};
+void AudioVoice::addMark(double positionUs) {
+    if (markCount_ > 0 && std::abs(positionOf(static_cast<double>(written_)) - positionUs) < 1000.0) return;
+    marks_[(firstMark_ + markCount_) % marks_.size()] = {written_, positionUs};
     ++markCount_;
 }
 
 // The mark that holds for the next frame stays, the ones before it go.
 void AudioVoice::dropMarks() {
-    while (markCount_ > 1 && marks_[(firstMark_ + 1) % marks_.size()].frame <= read_) {
+    while (markCount_ > 1 && static_cast<double>(marks_[(firstMark_ + 1) % marks_.size()].frame) <= nextFrame()) {
         firstMark_ = (firstMark_ + 1) % marks_.size();
         --markCount_;
     }
 }
 
-const AudioVoice::Mark &AudioVoice::markOf(int64_t frame) const {
+double AudioVoice::positionOf(double frame) const {
     const Mark *mark = &marks_[firstMark_];
     for (std::size_t i = 1; i < markCount_; ++i) {
         const Mark &next = marks_[(firstMark_ + i) % marks_.size()];
-        if (next.frame > frame) break;
+        if (static_cast<double>(next.frame) > frame) break;
         mark = &next;
     }
-    return *mark;
+    return mark->positionUs + std::max(0.0, frame - static_cast<double>(mark->frame)) * usPerFrame();
 }
 
-double AudioVoice::positionOf(int64_t frame) const {
-    const Mark &mark = markOf(frame);
-    return mark.positionUs + static_cast<double>(frame - mark.frame) * mark.usPerFrame;
+double AudioVoice::nextFrame() const {
+    return static_cast<double>(read_) - static_cast<double>(tempo_.inside()) - shapedSource();
+}
+
+double AudioVoice::shapedSource() const {
+    const auto former = static_cast<double>(std::min(formerFrames_, shaped_.frames()));
+    return former * formerSpeed_ + (static_cast<double>(shaped_.frames()) - former) * tempo_.speed();
 }
 
 void AudioVoice::copyIn(const float *stereo, std::size_t frames) {
@@ -126,12 +124,11 @@ void AudioVoice::flush() {
 
 void AudioVoice::saveTail() {
     tailRead_ = 0;
-    tailFrames_ = transport_ > 0.0F ? std::min(queued(), tail_.size() / kSoundChannels) : 0;
+    tailFrames_ = transport_ > 0.0F ? std::min(shaped_.frames(), tail_.size() / kSoundChannels) : 0;
     for (std::size_t i = 0; i < tailFrames_; ++i) {
         const float fade = static_cast<float>(tailFrames_ - i) / static_cast<float>(tailFrames_);
-        const std::size_t place = static_cast<std::size_t>(read_ + static_cast<int64_t>(i)) % capacity_;
         for (std::size_t c = 0; c < kSoundChannels; ++c) {
-            tail_[i * kSoundChannels + c] = ring_[place * kSoundChannels + c] * fade * transport_ * gain_;
+            tail_[i * kSoundChannels + c] = shaped_.samples[i * kSoundChannels + c] * fade * transport_ * gain_;
         }
     }
 }
@@ -139,6 +136,8 @@ void AudioVoice::saveTail() {
 void AudioVoice::clearQueue() {
     read_ = written_;
     firstMark_ = markCount_ = 0;
+    shaped_.samples.clear();
+    tempo_.reset();
 }
 
 void AudioVoice::interrupt() {
@@ -157,10 +156,10 @@ void AudioVoice::start() {
     running_ = true;
 }
 
-void AudioVoice::startAt(int64_t positionUs, SoundTime at, double speed) {
+void AudioVoice::startAt(int64_t positionUs, SoundTime at) {
     const std::lock_guard lock(mutex_);
     running_ = true;
-    appointment_ = Appointment{static_cast<double>(positionUs), at, speed};
+    appointment_ = Appointment{static_cast<double>(positionUs), at};
 }
 
 void AudioVoice::pause() {
@@ -177,18 +176,16 @@ void AudioVoice::fallIn(SoundTime heardAt) {
     if (!restarts_) return;
     constexpr double kMostUs = 200'000.0;  // two buffers of a slow device
     const std::chrono::duration<double, std::micro> waited = heardAt - appointment.at;
-    const double lateUs = appointment.positionUs + waited.count() * appointment.speed - positionOf(read_);
-    const double usPerFrame = markOf(read_).usPerFrame;
-    if (lateUs <= 0.0 || lateUs > kMostUs || usPerFrame <= 0.0) return;
-    const auto frames = static_cast<std::size_t>(lateUs / usPerFrame);
+    const double lateUs = appointment.positionUs + waited.count() * tempo_.speed() - positionOf(nextFrame());
+    if (lateUs <= 0.0 || lateUs > kMostUs) return;
+    const auto frames = static_cast<std::size_t>(lateUs / usPerFrame());
     read_ += static_cast<int64_t>(std::min(frames, queued() - 1));
-    dropMarks();
 }
 
-bool AudioVoice::silentAt(int64_t frame) const {
+bool AudioVoice::beginsSilent() const {
     constexpr float kSilent = 0.003F;  // -50 dB: a step of this size is not heard as a click
-    const float *at = &ring_[static_cast<std::size_t>(frame) % capacity_ * kSoundChannels];
-    return std::all_of(at, at + kSoundChannels, [](float sample) { return std::abs(sample) < kSilent; });
+    const auto begin = shaped_.samples.begin();
+    return std::all_of(begin, begin + kSoundChannels, [](float sample) { return std::abs(sample) < kSilent; });
 }
 
 void AudioVoice::setVolume(float volume) {
@@ -203,15 +200,27 @@ void AudioVoice::setMuted(bool muted) {
     if (transport_ == 0.0F) gain_ = muted_ ? 0.0F : volume_;
 }
 
+void AudioVoice::setSpeed(double speed) {
+    const std::lock_guard lock(mutex_);
+    const std::size_t before = shaped_.frames();
+    const double source = shapedSource();
+    const double oldSpeed = tempo_.speed();
+    tempo_.setSpeed(speed, shaped_);
+    formerFrames_ = shaped_.frames();
+    const double added = static_cast<double>(formerFrames_ - before) * oldSpeed;
+    formerSpeed_ = formerFrames_ > 0 ? (source + added) / static_cast<double>(formerFrames_) : speed;
+    roomChanged_.notify_all();
+}
+
 void AudioVoice::leave(int64_t maximumUs) {
     const std::lock_guard lock(mutex_);
     left_ = true;
-    const auto most = static_cast<std::size_t>(std::max<int64_t>(maximumUs, 0) * rate_ / 1'000'000);
-    if (!running_ || most == 0) {
+    const double most = nextFrame() + static_cast<double>(std::max<int64_t>(maximumUs, 0)) / usPerFrame();
+    if (!running_ || maximumUs <= 0) {
         saveTail();
         clearQueue();
-    } else if (queued() > most) {
-        written_ = read_ + static_cast<int64_t>(most);
+    } else if (static_cast<double>(written_) > most) {
+        written_ = std::max(read_, static_cast<int64_t>(most));
         finished_ = false;  // the end is a cut: mix fades it
     } else {
         finished_ = true;
@@ -221,46 +230,60 @@ void AudioVoice::leave(int64_t maximumUs) {
 
 bool AudioVoice::gone() const {
     const std::lock_guard lock(mutex_);
-    return left_ && queued() == 0 && tailRead_ == tailFrames_;
+    return left_ && empty() && tailRead_ == tailFrames_;
 }
 
 void AudioVoice::mix(float *out, std::size_t frames, SoundTime heardAt) {
     const std::lock_guard lock(mutex_);
     mixTail(out, frames);
     if (!running_ && transport_ == 0.0F) return;
-    if (queued() == 0) {
+    if (empty()) {
         restarts_ = true;
         transport_ = 0.0F;
         return;
     }
     fallIn(heardAt);
-    if (running_ && transport_ == 0.0F && silentAt(read_)) transport_ = 1.0F;  // a ramp would only take sound away
-    const double startUs = positionOf(read_);
-    const std::size_t count = mixQueue(out, frames);
+    shape(frames);
+    if (running_ && transport_ == 0.0F && beginsSilent()) transport_ = 1.0F;  // a ramp would only take sound away
+    const double startUs = positionOf(nextFrame());
+    const std::size_t count = mixShaped(out, frames);
+    shaped_.samples.erase(shaped_.samples.begin(), shaped_.samples.begin() + count * kSoundChannels);
+    formerFrames_ -= std::min(formerFrames_, count);
     // The last frame's own length belongs to the block, also where the next frame's position jumps.
-    const int64_t last = read_ + static_cast<int64_t>(count) - 1;
-    const double endUs = positionOf(last) + markOf(last).usPerFrame;
+    const double endUs = positionOf(nextFrame() - 1.0) + usPerFrame();
     block_ = Block{startUs, std::max(startUs, endUs), heardAt, heardAt + lengthOf(count, rate_)};
     if (restarts_) firstHeardAt_ = heardAt;
     restarts_ = false;
-    read_ += static_cast<int64_t>(count);
     dropMarks();
     if (hasMuchRoom()) roomChanged_.notify_all();
 }
 
-// Answers how many frames were taken: fewer than asked for if the queue or the pause's ramp ends first.
-std::size_t AudioVoice::mixQueue(float *out, std::size_t frames) {
-    const std::size_t count = std::min(frames, queued());
+// Makes so many frames ready to be mixed and, so that a cut can be faded, those of a ramp.
+void AudioVoice::shape(std::size_t frames) {
+    const std::size_t wanted = frames + rampFrames(rate_);
+    while (shaped_.frames() < wanted && queued() > 0) {
+        const std::size_t place = static_cast<std::size_t>(read_) % capacity_;
+        const auto missing = static_cast<double>(wanted - shaped_.frames()) * tempo_.speed();
+        const std::size_t count = std::min({static_cast<std::size_t>(std::ceil(missing)), queued(), capacity_ - place});
+        tempo_.process(&ring_[place * kSoundChannels], count, shaped_);
+        read_ += static_cast<int64_t>(count);
+    }
+    if (queued() == 0 && (finished_ || left_ || shaped_.frames() < frames)) tempo_.finish(shaped_);
+    if (shaped_.frames() == 0) shaped_.appendSilence(1);  // a filter that kept less than it needs for one frame
+}
+
+// Returns how many frames were taken: fewer than asked for if the sound or the pause's ramp ends first.
+std::size_t AudioVoice::mixShaped(float *out, std::size_t frames) {
+    const std::size_t count = std::min(frames, shaped_.frames());
     const std::size_t ramp = rampFrames(rate_);
-    const bool runsDry = queued() <= frames;
+    const bool runsDry = queued() == 0 && shaped_.frames() <= frames;
     const bool fades = runsDry || finished_ || left_;  // a clip may end in the middle of a wave
     for (std::size_t i = 0; i < count; ++i) {
         float gain = nextGain();
-        const std::size_t rest = queued() - i - 1;
+        const std::size_t rest = shaped_.frames() + queued() - i - 1;
         if (fades && rest < ramp) gain *= static_cast<float>(rest) / static_cast<float>(ramp);
-        const std::size_t place = static_cast<std::size_t>(read_ + static_cast<int64_t>(i)) % capacity_;
         for (std::size_t c = 0; c < kSoundChannels; ++c) {
-            out[i * kSoundChannels + c] += ring_[place * kSoundChannels + c] * gain;
+            out[i * kSoundChannels + c] += shaped_.samples[i * kSoundChannels + c] * gain;
         }
         if (!running_ && transport_ == 0.0F) return i + 1;
     }
@@ -289,7 +312,7 @@ std::optional<int64_t> AudioVoice::positionUs(SoundTime now) const {
 
 std::optional<int64_t> AudioVoice::positionLocked(SoundTime now) const {
     if (!block_ || now < firstHeardAt_) return std::nullopt;
-    if (running_ && queued() == 0 && now >= block_->endsAt) return std::nullopt;
+    if (running_ && empty() && now >= block_->endsAt) return std::nullopt;
     const std::chrono::duration<double> length = block_->endsAt - block_->heardAt;
     const std::chrono::duration<double> heard = now - block_->heardAt;
     // Before the block is heard the one before it is, at the same pace.
@@ -307,13 +330,13 @@ int64_t AudioVoice::bufferedUs(SoundTime now) const {
     const std::lock_guard lock(mutex_);
     if (!hasEnd_) return 0;
     const auto heard = positionLocked(now);
-    const double from = heard ? static_cast<double>(*heard) : queued() > 0 ? positionOf(read_) : endUs_;
+    const double from = heard ? static_cast<double>(*heard) : empty() ? endUs_ : positionOf(nextFrame());
     return static_cast<int64_t>(std::max(0.0, endUs_ - from));
 }
 
 bool AudioVoice::drained(SoundTime now) const {
     const std::lock_guard lock(mutex_);
-    return finished_ && queued() == 0 && (!block_ || now >= block_->endsAt);
+    return finished_ && empty() && (!block_ || now >= block_->endsAt);
 }
 
 bool AudioVoice::running() const {

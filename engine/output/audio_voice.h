@@ -7,24 +7,26 @@
 #include <optional>
 
 #include "output/sound.h"
+#include "output/tempo.h"
 
 namespace oriplayer {
 
-/// One player's share of a device's mix: a queue of sound at the device's rate, its gain, and the position that is
-/// heard. Cuts (pause, flush, the end, a queue that runs dry, a start in the middle of sound) are ramped, so that they
-/// do not click.
+/// One player's share of a device's mix: a queue of sound at the device's rate, its speed and gain, and the position
+/// that is heard. The speed is applied when the device asks for sound, so that a change is heard at once. Cuts (pause,
+/// flush, the end, a queue that runs dry, a start in the middle of sound) are ramped, so that they do not click.
 ///
 /// Threads:  write, finish and flush come from one thread at a time, mix from the device's; all others from any.
-/// Lock:     mutex_, a leaf, held for the copying of one block at most; mix allocates nothing.
+/// Lock:     mutex_, a leaf, held for the mixing of one block at most. mix allocates nothing but what the first blocks
+///           at another speed than 1.0 need.
 /// Waiting:  write waits for room until interrupt().
 class AudioVoice {
 public:
     explicit AudioVoice(int rate);
 
     int rate() const { return rate_; }
-    /// Queues sound whose first frame belongs at `positionUs` of the source and of which each frame covers
-    /// `usPerFrame` there. False if interrupted; the rest is dropped then.
-    bool write(const float *stereo, std::size_t frames, double positionUs, double usPerFrame);
+    /// Queues sound whose first frame belongs at `positionUs` of the source. False if interrupted; the rest is dropped
+    /// then.
+    bool write(const float *stereo, std::size_t frames, double positionUs);
     /// Nothing more comes for now: running out is the end, not a gap.
     void finish();
     /// Drops everything queued; the clock stops until new sound is heard.
@@ -35,10 +37,11 @@ public:
     void start();
     /// The same for sound of which nothing was heard yet: `positionUs` belongs to the moment `at`, and time does not
     /// wait. What the device asks for later than that is cut, so that sound falls in at its place.
-    void startAt(int64_t positionUs, SoundTime at, double speed);
+    void startAt(int64_t positionUs, SoundTime at);
     void pause();
     void setVolume(float volume);
     void setMuted(bool muted);
+    void setSpeed(double speed);  ///< with the pitch kept; positions count the source's time
     /// No owner any more: up to `maximumUs` of what is queued plays out, without a clock.
     void leave(int64_t maximumUs);
     /// Left by its owner and played out.
@@ -59,7 +62,6 @@ private:
     struct Mark {
         int64_t frame = 0;
         double positionUs = 0.0;
-        double usPerFrame = 0.0;
     };
     /// What the device took last and when it is heard.
     struct Block {
@@ -69,21 +71,27 @@ private:
         SoundTime endsAt;
     };
 
-    std::size_t room(double usPerFrame) const;
+    std::size_t room() const;
     bool hasMuchRoom() const;
-    void addMark(double positionUs, double usPerFrame);
+    void addMark(double positionUs);
     void dropMarks();
-    const Mark &markOf(int64_t frame) const;
-    double positionOf(int64_t frame) const;
+    double positionOf(double frame) const;
     void copyIn(const float *stereo, std::size_t frames);
-    std::size_t mixQueue(float *out, std::size_t frames);
+    void shape(std::size_t frames);
+    std::size_t mixShaped(float *out, std::size_t frames);
     void mixTail(float *out, std::size_t frames);
     void saveTail();
     void clearQueue();
     void fallIn(SoundTime heardAt);
-    bool silentAt(int64_t frame) const;
+    bool beginsSilent() const;
     float nextGain();
     std::size_t queued() const { return static_cast<std::size_t>(written_ - read_); }
+    bool empty() const { return queued() == 0 && shaped_.frames() == 0 && tempo_.inside() == 0; }
+    /// Number of the frame that is mixed next, of those written.
+    double nextFrame() const;
+    /// Frames of the source that shaped_ was made of.
+    double shapedSource() const;
+    double usPerFrame() const { return 1e6 / rate_; }
     std::optional<int64_t> positionLocked(SoundTime now) const;
 
     const int rate_;
@@ -94,13 +102,16 @@ private:
     // All below is guarded by mutex_.
     std::vector<float> ring_;
     int64_t written_ = 0;  ///< frames since the start; modulo capacity_ their place in ring_
-    int64_t read_ = 0;
+    int64_t read_ = 0;     ///< of them passed on to tempo_
+    Tempo tempo_;
+    Sound shaped_;                  ///< at the set speed, to be mixed next
+    std::size_t formerFrames_ = 0;  ///< so many of its first were made before the last change of speed
+    double formerSpeed_ = 1.0;      ///< at this one
     std::array<Mark, 64> marks_;
     std::size_t firstMark_ = 0;
     std::size_t markCount_ = 0;
     double endUs_ = 0.0;
     bool hasEnd_ = false;
-    double usPerFrame_ = 1.0;  ///< of what was written last
 
     bool interrupted_ = false;
     bool running_ = false;
@@ -117,7 +128,6 @@ private:
     struct Appointment {
         double positionUs = 0.0;
         SoundTime at;
-        double speed = 1.0;
     };
     std::optional<Appointment> appointment_;
     std::optional<Block> block_;

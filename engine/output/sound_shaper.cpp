@@ -33,14 +33,13 @@ double TimeOffsets::lastingUs(double leastUs) const {
     return *least > leastUs || *most < -leastUs ? meanUs() : 0.0;
 }
 
-bool SoundShaper::push(const AVFrame &frame, int64_t positionUs, double speed) {
+bool SoundShaper::push(const AVFrame &frame, int64_t positionUs) {
     if (frame.nb_samples <= 0 || frame.sample_rate <= 0) return true;
     double off = begun_ ? static_cast<double>(positionUs) - inputUs_ : 0.0;
     if (!begun_ || std::abs(off) > kLongestRepairUs) {
         if (!begin(positionUs)) return false;
         off = 0.0;
     }
-    if (!setSpeed(speed)) return false;
     Sound sound;
     const double change = step(off);
     if (change > 0.0) fill(change, sound);
@@ -57,7 +56,7 @@ bool SoundShaper::push(const AVFrame &frame, int64_t positionUs, double speed) {
         inputUs_ += (1.0 + stretch_) * 1e6 * (frame.nb_samples - skip) / frame.sample_rate;
     }
     if (joins_) join(sound, before);
-    return passOn(sound);
+    return give(sound);
 }
 
 bool SoundShaper::begin(int64_t positionUs) {
@@ -69,17 +68,6 @@ bool SoundShaper::begin(int64_t positionUs) {
     offsets_.clear();
     stretch_ = resampler_.stretch(0.0);
     inputUs_ = outputUs_ = static_cast<double>(positionUs);
-    return true;
-}
-
-bool SoundShaper::setSpeed(double speed) {
-    if (speed == tempo_.speed()) return true;
-    Sound rest;
-    const double oldUsPerFrame = usPerFrame();
-    tempo_.setSpeed(speed, rest);
-    if (rest.frames() > 0 && !taker_(rest, outputUs_, oldUsPerFrame)) return false;
-    // Whatever the filter made too much or too little of ends where its input did.
-    if (speed == 1.0) outputUs_ = inputUs_;
     return true;
 }
 
@@ -120,33 +108,23 @@ void SoundShaper::join(Sound &sound, std::size_t at) {
     joins_ = joins_ && frames == 0;
 }
 
-bool SoundShaper::passOn(const Sound &sound) {
-    if (sound.frames() > 0) std::copy_n(sound.samples.end() - kSoundChannels, kSoundChannels, last_.begin());
-    Sound shaped;
-    tempo_.process(sound, shaped);
-    return give(shaped);
-}
-
-bool SoundShaper::give(Sound &sound) {
+bool SoundShaper::give(const Sound &sound) {
     if (sound.frames() == 0) return true;
+    std::copy_n(sound.samples.end() - kSoundChannels, kSoundChannels, last_.begin());
     const double at = outputUs_;
-    outputUs_ += static_cast<double>(sound.frames()) * usPerFrame();
-    return taker_(sound, at, usPerFrame());
+    outputUs_ += static_cast<double>(sound.frames()) * 1e6 / rate_;
+    return taker_(sound, at);
 }
 
 bool SoundShaper::finish() {
     Sound rest;
     resampler_.finish(rest);
-    Sound shaped;
-    tempo_.process(rest, shaped);
-    tempo_.finish(shaped);
     begun_ = false;
-    return give(shaped);
+    return give(rest);
 }
 
 void SoundShaper::reset() {
     resampler_.reset();
-    tempo_.reset();
     begun_ = joins_ = false;
 }
 

@@ -7,7 +7,6 @@
 #include "ffmpeg.h"
 #include "output/resampler.h"
 #include "output/sound.h"
-#include "output/tempo.h"
 
 namespace oriplayer {
 
@@ -28,19 +27,19 @@ private:
     std::size_t count_ = 0;
 };
 
-/// From decoded frames to sound for a voice: resampled, continuous in its positions, at the set speed.
+/// From decoded frames to sound for a voice: resampled and continuous in its positions.
 /// A clock of the source that runs differently is followed by resampling. A gap of up to a second becomes silence and
 /// an overlap of up to a second is cut, both with ramps; what differs by more starts anew at the frame's position.
 /// Threads:  one at a time.
 class SoundShaper {
 public:
-    /// Takes sound, the position of its first frame and what each frame covers of the source; false ends the shaping.
-    using Taker = std::function<bool(const Sound &sound, double positionUs, double usPerFrame)>;
+    /// Takes sound and the position of its first frame; false ends the shaping.
+    using Taker = std::function<bool(const Sound &sound, double positionUs)>;
 
-    SoundShaper(int rate, Taker taker) : rate_(rate), taker_(std::move(taker)), resampler_(rate), tempo_(rate) {}
+    SoundShaper(int rate, Taker taker) : rate_(rate), taker_(std::move(taker)), resampler_(rate) {}
 
     /// False if the taker said so.
-    bool push(const AVFrame &frame, int64_t positionUs, double speed);
+    bool push(const AVFrame &frame, int64_t positionUs);
     /// The next frame's sound does not continue what was pushed last: a ramp joins them.
     void cut() { joins_ = begun_; }
     /// What is inside comes out; the next frame begins anew.
@@ -49,18 +48,14 @@ public:
 
 private:
     bool begin(int64_t positionUs);
-    bool setSpeed(double speed);
     double step(double offUs);
     void fill(double gapUs, Sound &sound);
     void join(Sound &sound, std::size_t at);
-    bool passOn(const Sound &sound);
-    bool give(Sound &sound);
-    double usPerFrame() const { return 1e6 * tempo_.speed() / rate_; }
+    bool give(const Sound &sound);
 
     const int rate_;
     const Taker taker_;
     Resampler resampler_;
-    Tempo tempo_;
     TimeOffsets offsets_;
     bool begun_ = false;
     bool cutting_ = false;   ///< the last frame was left out as an overlap: the next is cut to the sample

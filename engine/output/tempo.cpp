@@ -1,18 +1,13 @@
 #include "output/tempo.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace oriplayer {
 namespace {
 
-void fadeIn(float *samples, std::size_t frames) {
-    for (std::size_t i = 0; i < frames * kSoundChannels; ++i) {
-        samples[i] *= static_cast<float>(i / kSoundChannels) / static_cast<float>(frames);
-    }
-}
-
-void fadeOut(Sound &sound, std::size_t ramp, std::size_t notBefore) {
-    const std::size_t frames = std::min(ramp, sound.frames() - notBefore);
+void fadeOut(Sound &sound, std::size_t ramp) {
+    const std::size_t frames = std::min(ramp, sound.frames());
     float *samples = sound.samples.data() + (sound.frames() - frames) * kSoundChannels;
     for (std::size_t i = 0; i < frames * kSoundChannels; ++i) {
         samples[i] *= static_cast<float>(frames - 1 - i / kSoundChannels) / static_cast<float>(frames);
@@ -27,11 +22,8 @@ void Tempo::setSpeed(double speed, Sound &out) {
     if (filter_ && speed != 1.0) {
         filter_->setTempo(speed);
     } else if (filter_) {
-        const std::size_t before = out.frames();
         finish(out);
-        fadeOut(out, rampFrames(rate_), before);
         filter_.reset();
-        joins_ = true;
     } else {
         filter_ = std::make_unique<soundtouch::SoundTouch>();
         filter_->setSampleRate(static_cast<uint>(rate_));
@@ -41,18 +33,22 @@ void Tempo::setSpeed(double speed, Sound &out) {
     speed_ = speed;
 }
 
-void Tempo::process(const Sound &in, Sound &out) {
+void Tempo::process(const float *stereo, std::size_t frames, Sound &out) {
     const std::size_t before = out.samples.size();
     if (filter_) {
-        filter_->putSamples(in.samples.data(), static_cast<uint>(in.frames()));
+        filter_->putSamples(stereo, static_cast<uint>(frames));
         receive(out);
     } else {
-        out.samples.insert(out.samples.end(), in.samples.begin(), in.samples.end());
+        out.samples.insert(out.samples.end(), stereo, stereo + frames * kSoundChannels);
     }
-    const std::size_t made = (out.samples.size() - before) / kSoundChannels;
-    if (joins_ && made > 0) {
-        fadeIn(out.samples.data() + before, std::min(made, rampFrames(rate_)));
-        joins_ = false;
+    fadeIn(out, before / kSoundChannels);
+}
+
+void Tempo::fadeIn(Sound &out, std::size_t from) {
+    const std::size_t ramp = rampFrames(rate_);
+    for (; toFadeIn_ > 0 && from < out.frames(); ++from, --toFadeIn_) {
+        const float gain = static_cast<float>(ramp - toFadeIn_) / static_cast<float>(ramp);
+        for (std::size_t c = 0; c < kSoundChannels; ++c) out.samples[from * kSoundChannels + c] *= gain;
     }
 }
 
@@ -68,14 +64,20 @@ void Tempo::receive(Sound &out) {
 
 void Tempo::finish(Sound &out) {
     if (!filter_) return;
+    const std::size_t before = out.samples.size();
     filter_->flush();
     receive(out);
     filter_->clear();
+    // It pads what was too little for it with silence.
+    while (out.samples.size() > before && std::abs(out.samples.back()) < 1e-6F) out.samples.pop_back();
+    out.samples.resize((out.samples.size() + 1) / kSoundChannels * kSoundChannels);
+    fadeOut(out, rampFrames(rate_));
+    toFadeIn_ = rampFrames(rate_);
 }
 
 void Tempo::reset() {
     if (filter_) filter_->clear();
-    joins_ = false;
+    toFadeIn_ = 0;
 }
 
 }  // namespace oriplayer

@@ -15,21 +15,24 @@ public:
     explicit Tempo(int rate) : rate_(rate) {}
 
     double speed() const { return speed_; }
-    /// Brings out what is inside at the old speed first.
+    /// Brings out what is inside at the old speed first, as finish() if the new one is 1.0.
     void setSpeed(double speed, Sound &out);
-    /// Appends what comes out for `in` to `out`.
-    void process(const Sound &in, Sound &out);
-    /// What is still inside comes out.
+    /// Appends what comes out for these frames to `out`.
+    void process(const float *stereo, std::size_t frames, Sound &out);
+    /// What is still inside comes out. The end of `out` is faded, and so is the beginning of what follows.
     void finish(Sound &out);
+    /// Frames that went in and did not come out yet.
+    std::size_t inside() const { return filter_ ? filter_->numUnprocessedSamples() : 0; }
     void reset();
 
 private:
     void receive(Sound &out);
+    void fadeIn(Sound &out, std::size_t from);
 
     const int rate_;
     double speed_ = 1.0;
     std::unique_ptr<soundtouch::SoundTouch> filter_;
-    bool joins_ = false;  ///< the next sound follows a change of the filter: its first 2 ms are faded in
+    std::size_t toFadeIn_ = 0;  ///< frames, after a change of the filter
 };
 
 }  // namespace oriplayer

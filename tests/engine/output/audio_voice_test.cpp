@@ -17,9 +17,9 @@ constexpr std::size_t kBlock = 1024;
 
 /// A voice and a device whose time the test moves: each block is heard when the one before it has ended.
 struct Voice : testing::Test {
-    void write(std::size_t frames, double positionUs, double speed = 1.0) {
-        const std::vector<float> level(frames * 2, 0.5F);
-        ASSERT_TRUE(voice.write(level.data(), frames, positionUs, 1e6 * speed / kRate));
+    void write(std::size_t frames, double positionUs, float level = 0.5F) {
+        const std::vector<float> sound(frames * 2, level);
+        ASSERT_TRUE(voice.write(sound.data(), frames, positionUs));
     }
     void mix(int blocks = 1) {
         for (; blocks > 0; --blocks) {
@@ -55,24 +55,65 @@ TEST_F(Voice, Position_IsWhatIsHeardAtThatMoment) {
 
 TEST_F(Voice, StartAt_CutsWhatTheDeviceAsksForTooLate) {
     write(9600, 700'000);
-    voice.startAt(700'000, heardAt - 50ms, 1.0);
+    voice.startAt(700'000, heardAt - 50ms);
     const SoundTime begin = heardAt;
     mix();
     EXPECT_NEAR(static_cast<double>(*voice.positionUs(begin)), 750'000, 30);
     voice.flush();
     write(9600, 700'000);
-    voice.startAt(700'000, heardAt - 500ms, 1.0);
+    voice.startAt(700'000, heardAt - 500ms);
     const SoundTime later = heardAt;
     mix();
     EXPECT_EQ(voice.positionUs(later), 700'000) << "too far behind for a device: nothing is cut";
 }
 
-TEST_F(Voice, Speed_PositionsCountTheSourcesTime) {
-    write(4800, 0, 2.0);
+TEST_F(Voice, AChangeOfSpeedIsHeardWithin100MsAndThePositionsFollow) {
+    constexpr double kBlockMs = 1000.0 * kBlock / kRate;
+    for (const auto &[from, to] : {std::pair(1.0, 0.5), {1.0, 2.0}, {2.0, 4.0}, {2.0, 1.0}, {4.0, 1.0}, {1.0, 4.0}}) {
+        SCOPED_TRACE(testing::Message() << from << " to " << to);
+        std::destroy_at(&voice);
+        std::construct_at(&voice, kRate);
+        heard.clear();
+        voice.setSpeed(from);
+        write(9600, 0);
+        write(4800, 200'000, 0.25F);
+        voice.start();
+        std::vector<double> positionsMs;
+        for (int block = 0; block < 20; ++block) {
+            if (block == 1) voice.setSpeed(to);
+            const SoundTime begin = heardAt;
+            mix();
+            positionsMs.push_back(static_cast<double>(voice.positionUs(begin).value_or(0)) / 1000.0);
+        }
+        const auto changed = std::find_if(heard.rbegin(), heard.rend(), [](float x) { return x > 0.4F; }).base();
+        const double changedMs = 1000.0 * static_cast<double>(changed - heard.begin()) / kRate;
+        const double atOnceMs = kBlockMs + (200.0 - from * kBlockMs) / to;
+        EXPECT_NEAR(changedMs, atOnceMs, 100.0 * std::abs(1.0 - from / to));
+        const auto block = static_cast<std::size_t>(changedMs / kBlockMs);
+        const double inBlockMs = changedMs - static_cast<double>(block) * kBlockMs;
+        EXPECT_NEAR(positionsMs[block] / to + inBlockMs, 200.0 / to, 40.0);
+    }
+}
+
+TEST_F(Voice, ChangesOfSpeedKeepThePitchAndDoNotClick) {
+    int64_t written = 0;
     voice.start();
-    mix(2);
-    EXPECT_NEAR(static_cast<double>(*voice.positionUs(start + 30ms)), 60'000, 2);
-    EXPECT_EQ(voice.endPositionUs(), 200'000);
+    for (const double speed : {1.0, 2.0, 0.75, 1.0, 1.5, 0.5, 4.0, 1.0}) {
+        voice.setSpeed(speed);
+        for (int block = 0; block < 20; ++block) {
+            while (static_cast<double>(voice.bufferedUs(heardAt)) < 280'000 * std::max(1.0, speed)) {
+                const auto one = tone::frame(kRate, 480, 440, 0.5F, written);
+                const auto *mono = reinterpret_cast<const float *>(one->data[0]);
+                std::vector<float> stereo;
+                for (int i = 0; i < 480; ++i) stereo.insert(stereo.end(), 2, mono[i]);
+                ASSERT_TRUE(voice.write(stereo.data(), 480, static_cast<double>(written) * 1e6 / kRate));
+                written += 480;
+            }
+            mix();
+        }
+    }
+    EXPECT_NEAR(tone::hertz(heard, kRate), 440, 12);
+    EXPECT_LT(tone::steepest(heard), 3 * 0.5F * 2 * static_cast<float>(M_PI) * 440 / kRate);
 }
 
 TEST_F(Voice, RunningDry_IsNoClock_AndNewSoundIsOneAgain) {
@@ -157,7 +198,7 @@ TEST_F(Voice, Left_PlaysOutSoMuchAndIsGone) {
     for (const Case &one : {Case{100'000, true, 4800}, Case{500'000, true, 9000}, Case{100'000, false, 0}}) {
         AudioVoice left(kRate);
         const std::vector<float> level(9000 * 2, 0.5F);
-        left.write(level.data(), 9000, 0, 1e6 / kRate);
+        left.write(level.data(), 9000, 0);
         if (one.running) left.start();
         left.leave(one.maximumUs);
         std::size_t sounding = 0;
@@ -176,7 +217,7 @@ TEST_F(Voice, Write_WaitsForRoomUntilInterrupted) {
     bool written = true;
     std::thread writer([&] {
         const std::vector<float> more(20'000 * 2, 0.5F);
-        written = voice.write(more.data(), 20'000, 300'000, 1e6 / kRate);
+        written = voice.write(more.data(), 20'000, 300'000);
     });
     voice.start();
     mix(2);

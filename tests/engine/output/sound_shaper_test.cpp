@@ -14,13 +14,6 @@ constexpr int kRate = 48'000;
 
 /// Collects what the shaper makes and checks that its positions are of one piece.
 struct Shaper : testing::Test {
-    void tone(int rate, double seconds, int64_t fromUs, double speed = 1.0, double hertz = 440) {
-        const int piece = rate / 50;
-        for (int64_t done = 0; done < static_cast<int64_t>(rate * seconds); done += piece) {
-            const auto frame = ::tone::frame(rate, piece, hertz, 0.5F, done);
-            shaper.push(*frame, fromUs + done * 1'000'000 / rate, speed);
-        }
-    }
     std::vector<float> heard() const { return ::tone::left(out); }
     double seconds() const { return static_cast<double>(out.size()) / 2 / kRate; }
 
@@ -28,34 +21,27 @@ struct Shaper : testing::Test {
     double firstUs = -1;
     double endUs = -1;
     double worstJumpUs = 0;
-    SoundShaper shaper{kRate, [this](const Sound &sound, double positionUs, double usPerFrame) {
+    SoundShaper shaper{kRate, [this](const Sound &sound, double positionUs) {
                            if (firstUs < 0) firstUs = endUs = positionUs;
                            worstJumpUs = std::max(worstJumpUs, std::abs(positionUs - endUs));
-                           endUs = positionUs + static_cast<double>(sound.frames()) * usPerFrame;
+                           endUs = positionUs + static_cast<double>(sound.frames()) * 1e6 / kRate;
                            out.insert(out.end(), sound.samples.begin(), sound.samples.end());
                            return true;
                        }};
 };
 
-TEST_F(Shaper, SpeedAndRate_KeepPitchAndPositions) {
-    struct Case {
-        int rate;
-        double speed;
-    };
-    for (const Case &one : {Case{48'000, 1.0}, Case{44'100, 1.0}, Case{8'000, 1.0}, Case{96'000, 1.0},
-                            Case{48'000, 2.0}, Case{44'100, 0.5}, Case{48'000, 4.0}}) {
-        SCOPED_TRACE(testing::Message() << one.rate << " Hz at " << one.speed);
+TEST_F(Shaper, RatesKeepPitchAndPositions) {
+    for (const int rate : {48'000, 44'100, 8'000, 96'000}) {
+        SCOPED_TRACE(rate);
         out.clear();
         firstUs = -1;
-        tone(one.rate, 2.0, 3'000'000, one.speed);
+        for (int n = 0; n < 100; ++n) {
+            shaper.push(*::tone::frame(rate, rate / 50, 440, 0.5F, n * rate / 50), 3'000'000 + 20'000 * n);
+        }
         shaper.finish();
         EXPECT_EQ(firstUs, 3'000'000);
-        EXPECT_NEAR(endUs, 5'000'000, 60'000);  // the tempo filter works in pieces of up to about 50 ms
-        EXPECT_NEAR(seconds(), 2.0 / one.speed, 0.06);
-        const auto all = heard();
-        const std::vector<float> middle(all.begin() + 4800, all.end() - 4800);
-        EXPECT_NEAR(::tone::hertz(middle, kRate), 440, 12);
-        shaper.reset();
+        EXPECT_NEAR(endUs, 5'000'000, 1'000);
+        EXPECT_NEAR(::tone::hertz(heard(), kRate), 440, 12);
     }
 }
 
@@ -72,7 +58,7 @@ TEST_F(Shaper, SurroundIsMixedDownAndAFormatMayChange) {
             std::fill_n(data, frame->nb_samples, int16_t{32'000});
         }
         out.clear();
-        shaper.push(*frame, static_cast<int64_t>(std::max(0.0, endUs)), 1.0);
+        shaper.push(*frame, static_cast<int64_t>(std::max(0.0, endUs)));
         EXPECT_EQ(out.size(), 9600u) << channels;
         EXPECT_GT(*std::min_element(out.begin(), out.end()), 0.9F) << channels;
         EXPECT_LT(*std::max_element(out.begin(), out.end()), 1.0F) << "not clipped: " << channels;
@@ -106,7 +92,7 @@ TEST_F(Shaper, TimesThatDifferFromTheSamplesAreFollowedWithoutClicks) {
         worstJumpUs = 0;
         for (int n = 0; n < 400; ++n) {
             const auto frame = ::tone::frame(one.rate, one.rate / 50, 440, 0.5F, n * one.rate / 50);
-            shaper.push(*frame, 5'000'000 + 20'000 * n + one.offUs(n), 1.0);
+            shaper.push(*frame, 5'000'000 + 20'000 * n + one.offUs(n));
         }
         shaper.finish();
         EXPECT_NEAR(seconds(), one.seconds, 0.004);
@@ -116,18 +102,6 @@ TEST_F(Shaper, TimesThatDifferFromTheSamplesAreFollowedWithoutClicks) {
         EXPECT_NEAR(static_cast<float>(silent) / kRate, one.silence, 0.004F);
         EXPECT_LT(::tone::steepest(all), 0.5F * 2 * static_cast<float>(M_PI) * 440 / kRate + 1.0F / 96) << "a click";
     }
-}
-
-TEST_F(Shaper, ChangeOfSpeed_DoesNotClickOrJump) {
-    int64_t us = 0;
-    for (double speed : {1.0, 2.0, 0.75, 1.0, 1.5, 1.0}) {
-        tone(kRate, 0.5, us, speed);
-        us += 500'000;
-    }
-    const float wave = static_cast<float>(0.5 * 2 * M_PI * 440 / kRate);
-    EXPECT_LT(::tone::steepest(heard()), wave * 2);
-    EXPECT_LT(worstJumpUs, 60'000);
-    EXPECT_NEAR(endUs, 3'000'000, 1'000);
 }
 
 }  // namespace
