@@ -63,7 +63,8 @@ TEST_F(DeviceSound, EverySampleFromTheFirstOnIsHeard) {
         player.play();
         ASSERT_TRUE(player.waitForEvent(1001)) << name << ": " << player.events();
         disk.awaitSilence();
-        EXPECT_GE(soundingFrames(disk.left(begin)), 47'900U) << name << ": 48,000 of a second, less what the wave hides";
+        EXPECT_GE(soundingFrames(disk.left(begin)), 47'900U)
+            << name << ": 48,000 of a second, less what the wave hides";
     }
 }
 
