@@ -247,7 +247,8 @@ void AudioVoice::mix(float *out, std::size_t frames, SoundTime heardAt) {
     if (running_ && transport_ == 0.0F && beginsSilent()) transport_ = 1.0F;  // a ramp would only take sound away
     const double startUs = positionOf(nextFrame());
     const std::size_t count = mixShaped(out, frames);
-    shaped_.samples.erase(shaped_.samples.begin(), shaped_.samples.begin() + count * kSoundChannels);
+    const auto taken = static_cast<std::ptrdiff_t>(count * kSoundChannels);
+    shaped_.samples.erase(shaped_.samples.begin(), shaped_.samples.begin() + taken);
     formerFrames_ -= std::min(formerFrames_, count);
     // The last frame's own length belongs to the block, also where the next frame's position jumps.
     const double endUs = positionOf(nextFrame() - 1.0) + usPerFrame();
