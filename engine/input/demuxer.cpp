@@ -1,6 +1,7 @@
 #include "input/demuxer.h"
 
 extern "C" {
+#include <libavutil/opt.h>
 #include <libavutil/time.h>
 }
 
@@ -98,6 +99,16 @@ int findStreamInfo(AVFormatContext &container) {
     return result;
 }
 
+// The names that FFmpeg opens for a local list, and those of keys.
+std::string localExtensions() {
+    const AVInputFormat *hls = av_find_input_format("hls");
+    const AVOption *known = hls && hls->priv_class
+                                ? av_opt_find2(const_cast<const AVClass **>(&hls->priv_class), "allowed_extensions",
+                                               nullptr, 0, AV_OPT_SEARCH_FAKE_OBJ, nullptr)
+                                : nullptr;
+    return known && known->default_val.str ? std::string(known->default_val.str) + ",key,bin" : std::string();
+}
+
 }  // namespace
 
 MediaError Demuxer::open(const std::string &url, const InputOptions &options, SourceInput::Failure &failure) {
@@ -113,6 +124,7 @@ MediaError Demuxer::open(const std::string &url, const InputOptions &options, So
                                               container_->iformat->name + ")"};
     }
     startRepair();
+    if (container_->pb) container_->pb->error = 0;  // of a fault that was survived
     failure = SourceInput::Failure::kNone;
     medium_.settle();
     return {};
@@ -137,6 +149,7 @@ MediaError Demuxer::openContainer(const std::string &url, const InputOptions &op
         av_dict_set(&demuxing, "http_multiple", "0", 0);
         // FFmpeg 7 refuses segments and keys by the ends of their names, which a server may choose as it likes.
         av_dict_set(&demuxing, "extension_picky", "0", 0);
+        av_dict_set(&demuxing, "allowed_extensions", localExtensions().c_str(), 0);
         if (options.variants && options.variants->cut()) av_dict_set(&demuxing, "live_start_index", "0", 0);
         result = avformat_open_input(&container_, target.c_str(), format, &demuxing);
         av_dict_free(&demuxing);

@@ -42,13 +42,13 @@ private:
 /// Threads: one at a time.
 class HttpConnection {
 public:
-    /// Null, and an AVERROR in `result`: also if the server does not begin at `offset`.
+    /// Null, and an AVERROR in `result`: also if the server does not begin at `offset`, a byte of its file.
     static std::unique_ptr<HttpConnection> open(const std::string &url, int64_t offset, const AVDictionary *options,
                                                 HttpPatience &patience, int &result);
 
     /// Bytes, AVERROR_EOF, or another AVERROR; behind AVERROR_EXIT it can be read on.
     int read(uint8_t *buffer, int size);
-    /// Of the whole body; -1 if the server did not say.
+    /// Of the server's whole file; -1 if the server did not say.
     int64_t size() const { return size_; }
     bool seekable() const { return (io_->seekable & AVIO_SEEKABLE_NORMAL) != 0; }
     AVIOContext *io() const { return io_.get(); }

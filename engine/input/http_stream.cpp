@@ -8,6 +8,7 @@ extern "C" {
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 #include <utility>
@@ -27,6 +28,11 @@ constexpr milliseconds kRestStep{20};
 // A connection that delivers fewer bytes than this before it breaks is not progress.
 constexpr int64_t kProgressBytes = 16 * 1024;
 constexpr int kMostConnectMs = 3000;
+
+int64_t numberIn(const AVDictionary *options, const char *key) {
+    const AVDictionaryEntry *entry = av_dict_get(options, key, nullptr, 0);
+    return entry ? std::strtoll(entry->value, nullptr, 10) : 0;
+}
 
 }  // namespace
 
@@ -60,6 +66,8 @@ HttpStream::HttpStream(const Setup &setup)
       patience_(setup.interrupt, setup.route.get()) {
     av_dict_copy(&options_, setup.options, 0);
     av_dict_copy(&otherOptions_, setup.otherOptions, 0);
+    beginsAt_ = numberIn(setup.options, "offset");
+    endsAt_ = numberIn(setup.options, "end_offset");
 }
 
 HttpStream::~HttpStream() {
@@ -164,7 +172,10 @@ int HttpStream::download(uint8_t *buffer, int size) {
         if (result > 0) return result;
         if (result == 0) continue;  // connected
         if (patience_.callerGivesUp()) return AVERROR(ETIMEDOUT);
-        const bool theEnd = result == AVERROR_EOF && (size_ < 0 || complete());
+        // FFmpeg reports an orderly close of a body without a length as EIO. Whether something is missing, the declared
+        // duration shows.
+        const bool closed = result == AVERROR_EOF || (result == AVERROR(EIO) && size_ < 0);
+        const bool theEnd = closed && (size_ < 0 || complete());
         if (theEnd) return AVERROR_EOF;
         if (!patience_.hasNews() && !replace(result)) return failure_ < 0 ? failure_ : AVERROR(ETIMEDOUT);
     }
@@ -251,18 +262,25 @@ int HttpStream::connect() {
 bool HttpStream::connectTo(const std::string &url, const AVDictionary *options, int &result) {
     // A body that cannot be resumed and has no length is a live stream. It is joined at its present end.
     const bool join = size_ < 0 && !seekable_;
-    auto next = HttpConnection::open(url, join ? 0 : position_, options, patience_, result);
+    auto next = HttpConnection::open(url, beginsAt_ + (join ? 0 : position_), options, patience_, result);
     if (!next) return false;
-    const bool other = size_ >= 0 && next->size() >= 0 && next->size() != size_;
+    const int64_t size = sizeOf(*next);
+    const bool other = size_ >= 0 && size >= 0 && size != size_;
     if (other) {
         result = AVERROR(ESTALE);
         return false;
     }
     if (position_ == 0) seekable_ = next->seekable();
-    if (size_ < 0) size_ = next->size();
+    if (size_ < 0) size_ = size;
     connection_ = std::move(next);
     result = 0;
     return true;
+}
+
+int64_t HttpStream::sizeOf(const HttpConnection &connection) const {
+    const int64_t end =
+        connection.size() >= 0 && endsAt_ > 0 ? std::min(endsAt_, connection.size()) : connection.size();
+    return end >= 0 ? std::max<int64_t>(0, end - beginsAt_) : -1;
 }
 
 int64_t HttpStream::seekShown(int64_t offset, int whence) {

@@ -77,6 +77,7 @@ private:
     bool rest(std::chrono::milliseconds time);
     int connect();
     bool connectTo(const std::string &url, const AVDictionary *options, int &result);
+    int64_t sizeOf(const HttpConnection &connection) const;
     bool complete() const { return size_ >= 0 && position_ >= size_; }
     bool cannotResume() const { return !seekable_ && position_ > 0; }
 
@@ -86,6 +87,8 @@ private:
     std::shared_ptr<HostRoute> route_;
     const int timeoutMs_;
     LineSpeed *const speed_;
+    int64_t beginsAt_ = 0;  ///< byte of the server's file at which the body begins
+    int64_t endsAt_ = 0;    ///< and before which it ends; 0: at the end of the file
     HttpPatience patience_;
     std::unique_ptr<HttpConnection> connection_;  ///< null after a seek, until the next read
     AVIOContext *io_ = nullptr;

@@ -7,8 +7,10 @@ extern "C" {
 #include <libavutil/mem.h>
 }
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <iterator>
 #include <utility>
 
 #include "input/variant_set.h"
@@ -95,8 +97,10 @@ void Medium::takeRoute(const std::string &url, const std::shared_ptr<HostRoute> 
 std::string Medium::headersFor(const std::string &host) const {
     std::string block;
     for (const auto &[name, value] : options_.headers) {
-        // A name for the host is one for the source's own, not for those that it refers to or that stand in for it.
-        if (strcasecmp(name.c_str(), "Host") == 0 && host != host_) continue;
+        // Meant for the source's own host, not for those that it refers to or that stand in for it.
+        constexpr const char *kOwn[] = {"Host", "Authorization", "Cookie", "Proxy-Authorization"};
+        const auto own = [&name](const char *each) { return strcasecmp(name.c_str(), each) == 0; };
+        if (host != host_ && std::any_of(std::begin(kOwn), std::end(kOwn), own)) continue;
         block += oneLine(name) + ": " + oneLine(value) + "\r\n";
     }
     return block;
@@ -134,6 +138,9 @@ int Medium::openHttp(AVIOContext **io, const char *url, const AVDictionary *give
     addRequestOptions(&all);
     if (!protocols_.empty()) av_dict_set(&all, "protocol_whitelist", protocols_.c_str(), 0);
     av_dict_copy(&other, all, 0);
+    av_dict_set(&other, "cookies", nullptr, 0);
+    // FFmpeg would pass the cookies of the list's host to every other.
+    if (hostOf(url) != host_) av_dict_set(&all, "cookies", nullptr, 0);
     setHeaders(&all, headersFor(hostOf(url)));
     setHeaders(&other, headersFor({}));
     constexpr int kTries = 3;

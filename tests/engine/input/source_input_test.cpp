@@ -52,6 +52,18 @@ TEST(SourceInput, APathThatLooksLikeAUrlIsStillAFile) {
     }
 }
 
+TEST(SourceInput, ALocalListMayNameAKeyAsKeysAreNamed) {
+    const support::TemporaryFolder folder;
+    std::filesystem::copy(support::clip("locked.ts"), folder / "locked.ts");
+    folder.write("k.key", std::string(16, 'k'));
+    SourceInput input;
+    const MediaError error = input.open(
+        folder.write("list.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXT-X-KEY:METHOD=AES-128,URI=\"k.key\",IV=0x" +
+                                      std::string(32, '0') + "\n#EXTINF:1,\nlocked.ts\n#EXT-X-ENDLIST\n"),
+        {});
+    EXPECT_FALSE(error) << error.text;
+}
+
 TEST(SourceInput, LengthsAreTheContainersOwn_RememberedUntilTheFileIsAnotherOne) {
     const support::TemporaryFolder folder;
     for (const char *name :

@@ -163,6 +163,50 @@ TEST_F(NetworkFaults, WhatBreaksInTheMiddle) {
     }
 }
 
+TEST_F(NetworkFaults, ASegmentOfAFileIsTakenUpWhereItBroke) {
+    std::string all;
+    std::string segments;
+    for (int i = 0; i < 6; ++i) {
+        const std::string one = clipBytes("variant_low" + std::to_string(i) + ".ts");
+        segments += "#EXT-X-BYTERANGE:" + std::to_string(one.size()) + '@' + std::to_string(all.size()) + '\n' +
+                    segment("/film");
+        all += one;
+    }
+    for (const auto end : {Film::End::kClose, Film::End::kReset, Film::End::kSilence}) {
+        SCOPED_TRACE(static_cast<int>(end));
+        const PropertyGuard timeout(kPropertyNetworkTimeout, std::to_string(kTimeoutMs).c_str());
+        Film film(all);
+        film.limit = film.size() / 2;
+        film.end = end;
+        LoopbackServer server;
+        server.on("/list.m3u8", answer(list(segments)));
+        server.on("/film", [&](const Connection &connection) {
+            if (connection.from() == film.limit) film.limit = SIZE_MAX;
+            film(connection);
+        });
+        WatchedPlayer player({server.url("/list.m3u8")});
+        ASSERT_TRUE(player.playToEnd()) << player.events();
+        std::vector<int> expected(150);
+        std::iota(expected.begin(), expected.end(), 0);
+        EXPECT_EQ(player.numbers(), expected);
+    }
+}
+
+TEST_F(NetworkFaults, AFaultDuringTheProbeIsOver) {
+    std::string body;
+    for (int i = 0; i < 4; ++i) body += clipBytes("vod.ts");
+    Film film(body);
+    std::atomic<int> refused{0};
+    server_.on("/film", [&](const Connection &connection) {
+        const bool last = connection.from() > body.size() / 2;  // where the length of the programme is looked up
+        if (last && ++refused) return answer("", "403 Forbidden")(connection);
+        film(connection);
+    });
+    WatchedPlayer player({server_.url()});
+    EXPECT_TRUE(player.playToEnd()) << player.events();
+    EXPECT_GT(refused, 0);
+}
+
 TEST_F(NetworkFaults, WhatEndsEarlyOrIsMissing) {
     const std::string body = clipBytes("mpeg2_mp2.ts");
     server_.on("/chunks", [&](const Connection &connection) {
@@ -175,6 +219,15 @@ TEST_F(NetworkFaults, WhatEndsEarlyOrIsMissing) {
         }
         connection.send("0\r\n\r\n");
     });
+    for (const char *path : {"/bare", "/bare0.ts", "/bare1.ts"}) {
+        server_.on(path, [&, path](const Connection &connection) {
+            const std::string number(1, path[5]);
+            connection.send("HTTP/1.1 200 OK\r\n\r\n" + (path[5] ? clipBytes("variant_low" + number + ".ts") : body));
+        });
+    }
+    expect("neither size nor chunks", server_.url("/bare"), {kPlayed, 25, "", kAtOnce});
+    server_.on("/bare.m3u8", answer(list(segment("/bare0.ts") + segment("/bare1.ts"))));
+    expect("segments of that kind", server_.url("/bare.m3u8"), {kPlayed, 50, "", kAtOnce});
     expect("unknown size, unknown length", server_.url("/chunks"), {kPlayed, 25, "", kAtOnce});
     expect("unknown size, a rounded length", server_.url("/chunks"), {kPlayed, 25, "", kAtOnce}, 1.5);
     expect("nine seconds are missing", server_.url("/chunks"), {kBrokenOff, 25, "broke off", kAtOnce}, 10.0);
@@ -319,9 +372,12 @@ TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
     locked.limit = locked.size() / 2;
     locked.end = Film::End::kClose;
     LoopbackServer server;
+    LoopbackServer other;
     server.on("/stream/7", redirect("/list.m3u8"));
-    server.on("/list.m3u8", answer(list("#EXT-X-KEY:METHOD=AES-128,URI=\"/key\",IV=0x" + std::string(32, '0') + "\n" +
-                                        segment("/moved.ts"))));
+    server.on("/list.m3u8",
+              answer(list(segment(other.url("/variant_low0.ts")) + "#EXT-X-KEY:METHOD=AES-128,URI=\"/key\",IV=0x" +
+                          std::string(32, '0') + "\n" + segment("/moved.ts")),
+                     "200 OK", "Set-Cookie: visit=1\r\n"));
     server.on("/key", answer(std::string(16, 'k')));
     server.on("/moved.ts", redirect("/locked.ts"));
     server.on("/locked.ts", [&](const Connection &connection) {
@@ -335,10 +391,17 @@ TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
                           {"qzrtp_download_httpport", std::to_string(server.port())},
                           {"qzrtp_download_stream_id", "stream/7"},
                           {"qzrtp_download_token", "secret"},
+                          {"http_header:Authorization", "Bearer abc"},
+                          {"http_header:Cookie", "session=1"},
                           {"http_header:X-Token", "abc\r\nInjected: yes"}});
     player->setUserAgent("trial-agent");
     ASSERT_TRUE(player.playToEnd()) << player.events();
-    EXPECT_EQ(player.pictures().size(), 25u);
+    EXPECT_EQ(player.pictures().size(), 50u);
+    const auto elsewhere = other.requests();
+    ASSERT_EQ(elsewhere.size(), 1u);
+    for (const char *secret : {"Authorization", "Cookie", "Host: live"}) {
+        EXPECT_EQ(elsewhere[0].find(secret), std::string::npos) << elsewhere[0];
+    }
     const auto requests = server.requests();
     EXPECT_TRUE(requests[0].starts_with("GET /stream/7?token=secret "));
     EXPECT_NE(requests[0].find("\r\nHost: live.example\r\n"), std::string::npos);
@@ -348,8 +411,44 @@ TEST_F(NetworkFaults, EverySubRequestCarriesAgentAndHeaders) {
         paths.insert(request.path());
         EXPECT_EQ(request.header("User-Agent"), "trial-agent") << head;
         EXPECT_EQ(request.header("X-Token"), "abc  Injected: yes") << head;
+        EXPECT_EQ(request.header("Authorization"), "Bearer abc") << head;
     }
     EXPECT_EQ(paths, (std::set<std::string>{"/stream/7", "/list.m3u8", "/key", "/moved.ts", "/locked.ts"}));
+}
+
+TEST_F(NetworkFaults, UserAndPasswordOfTheUrlGoWithEveryRequest) {
+    const struct {
+        const char *challenge;
+        const char *answer;
+    } cases[] = {{"Basic realm=\"films\"", "Basic dXNlcjpwJHc="},
+                 {"Digest realm=\"films\", nonce=\"1\", qop=\"auth\"", "Digest username=\"user\""}};
+    for (const auto &each : cases) {
+        for (const char *path : {"/film", "/list.m3u8"}) {
+            SCOPED_TRACE(std::string(each.challenge) + path);
+            Film film(clipBytes(kFilm));
+            film.limit = film.size() / 2;
+            film.end = Film::End::kClose;
+            std::atomic<int> answered{0};
+            LoopbackServer server;
+            const auto guarded = [&](const Answer &open) {
+                return [&each, open](const Connection &connection) {
+                    if (connection.header("Authorization").starts_with(each.answer)) return open(connection);
+                    answer("", "401 Unauthorized",
+                           std::string("WWW-Authenticate: ") + each.challenge + "\r\n")(connection);
+                };
+            };
+            server.on("/film", guarded([&](const Connection &connection) {
+                          if (++answered > 1) film.limit = SIZE_MAX;
+                          film(connection);
+                      }));
+            server.on("/list.m3u8", guarded(answer(list(segment("/low0") + segment("low1")))));
+            server.on("/low0", guarded(answer(clipBytes("variant_low0.ts"))));
+            server.on("/low1", guarded(answer(clipBytes("variant_low1.ts"))));
+            WatchedPlayer player({"http://user:p$w@" + server.address() + path});
+            EXPECT_TRUE(player.playToEnd()) << player.events();
+            EXPECT_EQ(player.pictures().size(), path == std::string("/film") ? 25u : 50u);
+        }
+    }
 }
 
 }  // namespace
