@@ -99,7 +99,7 @@ std::string Medium::headersFor(const std::string &host) const {
     for (const auto &[name, value] : options_.headers) {
         // Meant for the source's own host, not for those that it refers to or that stand in for it.
         constexpr const char *kOwn[] = {"Host", "Authorization", "Cookie", "Proxy-Authorization"};
-        const auto own = [&name](const char *each) { return strcasecmp(name.c_str(), each) == 0; };
+        const auto own = [header = name.c_str()](const char *each) { return strcasecmp(header, each) == 0; };
         if (host != host_ && std::any_of(std::begin(kOwn), std::end(kOwn), own)) continue;
         block += oneLine(name) + ": " + oneLine(value) + "\r\n";
     }
