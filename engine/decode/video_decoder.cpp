@@ -45,8 +45,8 @@ struct VideoDecoder::Impl {
 
     // Since the start or the last flush:
     bool sawPts = false;
-    int64_t firstPacketUs = AV_NOPTS_VALUE;  // decoding time of the first packet
-    int64_t delayUs = 0;                     // by which decoding times run ahead of the pictures
+    int64_t firstPacketUs = AV_NOPTS_VALUE;  // decoding times
+    int64_t lastPacketUs = AV_NOPTS_VALUE;
     int64_t lastUs = AV_NOPTS_VALUE;
     int64_t lastDurationUs = 0;
 
@@ -67,8 +67,8 @@ void VideoDecoder::Impl::restartIfDue() {
 }
 
 void VideoDecoder::Impl::look(const AVPacket &packet) {
-    const bool first = !sawPts && firstPacketUs == AV_NOPTS_VALUE;
-    if (first) firstPacketUs = packet.dts;
+    if (firstPacketUs == AV_NOPTS_VALUE) firstPacketUs = packet.dts;
+    if (packet.dts != AV_NOPTS_VALUE) lastPacketUs = packet.dts;
     sawPts = sawPts || packet.pts != AV_NOPTS_VALUE;
     const bool timed = packet.pts != AV_NOPTS_VALUE && skipBeforeUs != INT64_MIN;
     const bool wanted = !timed || packet.pts + std::max(packet.duration, pictureUs) > skipBeforeUs;
@@ -79,13 +79,12 @@ void VideoDecoder::Impl::look(const AVPacket &packet) {
 int64_t VideoDecoder::Impl::timeOf(const AVFrame &frame) {
     const int64_t best = frame.best_effort_timestamp;
     if (sawPts) return best;
-    // Only decoding times: the first picture belongs to the first packet, however late it came out.
-    if (lastUs == AV_NOPTS_VALUE) {
-        const bool known = best != AV_NOPTS_VALUE && firstPacketUs != AV_NOPTS_VALUE;
-        delayUs = known ? best - firstPacketUs : 0;
-        return firstPacketUs;
-    }
-    return best == AV_NOPTS_VALUE ? best : best - delayUs;
+    // Only decoding times: a picture comes out with the packet that lies as many places after its own in the order of
+    // display as the decoder reorders. After the last packet there is none.
+    const int64_t delayUs = session.context()->has_b_frames * pictureUs;
+    if (best != AV_NOPTS_VALUE) return best - delayUs;
+    const bool counts = lastUs != AV_NOPTS_VALUE || lastPacketUs == AV_NOPTS_VALUE;
+    return counts ? AV_NOPTS_VALUE : std::max(firstPacketUs, lastPacketUs + pictureUs - delayUs);
 }
 
 void VideoDecoder::Impl::stamp(AVFrame &frame) {
@@ -148,8 +147,7 @@ FramePtr VideoDecoder::decodeAlone(const AVPacket &packet) const {
 void VideoDecoder::flush() {
     impl_->session.flush();
     impl_->sawPts = false;
-    impl_->firstPacketUs = AV_NOPTS_VALUE;
-    impl_->delayUs = 0;
+    impl_->firstPacketUs = impl_->lastPacketUs = AV_NOPTS_VALUE;
     impl_->lastUs = AV_NOPTS_VALUE;
 }
 

@@ -55,9 +55,16 @@ int64_t microseconds(AVRational seconds) {
     return seconds.num > 0 && seconds.den > 0 ? av_rescale(1'000'000, seconds.num, seconds.den) : 0;
 }
 
-TimestampRepair::Track trackOf(const AVStream *stream, bool timeless) {
+/// AVI numbers pictures in the order in which they are decoded. FFmpeg guesses a pts for some of them.
+bool inDecodeOrderOnly(const AVInputFormat &format, const AVStream &stream) {
+    const AVCodecDescriptor *codec = avcodec_descriptor_get(stream.codecpar->codec_id);
+    return std::strcmp(format.name, "avi") == 0 && codec && (codec->props & AV_CODEC_PROP_REORDER) != 0;
+}
+
+TimestampRepair::Track trackOf(const AVFormatContext &container, const AVStream *stream, bool timeless) {
     TimestampRepair::Track track;
     if (!stream) return track;
+    track.noPts = inDecodeOrderOnly(*container.iformat, *stream);
     track.timeBase = stream->time_base;
     track.countsFromZero = timeless;
     track.ptsFromDts = stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
@@ -183,7 +190,8 @@ void Demuxer::startRepair() {
     const bool endKnown = startUs != AV_NOPTS_VALUE && container_->duration > 0 &&
                           container_->duration < INT64_MAX / 8 && std::abs(startUs) < INT64_MAX / 8;
     const int64_t endUs = endKnown ? startUs + container_->duration : INT64_MAX;
-    repair_.start(trackOf(video(), timeless), trackOf(audio(), timeless), (flags & AVFMT_TS_DISCONT) != 0, endUs);
+    repair_.start(trackOf(*container_, video(), timeless), trackOf(*container_, audio(), timeless),
+                  (flags & AVFMT_TS_DISCONT) != 0, endUs);
 }
 
 bool Demuxer::indexed() const {

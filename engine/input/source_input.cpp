@@ -15,6 +15,8 @@ namespace {
 
 // A seek for the key frame before a position goes back by this first, then twice as far each time.
 constexpr int64_t kFirstStepBackUs = 1'000'000;
+// Where only decoding times are known, the pictures shown before a key frame may come after it: 8 of them at most.
+constexpr int kMostReordered = 8;
 // Between two versions of a live play list nothing comes for as long as a segment lasts, usually up to 10 s.
 constexpr int kLivePatience = 4;
 // Reading for the first moment ends here even if a stream has not shown up.
@@ -182,9 +184,10 @@ SourceInput::Impl::Landing SourceInput::Impl::land(int64_t positionUs, bool atSt
         const int64_t shown = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
         const int64_t decoded = packet->dts != AV_NOPTS_VALUE ? packet->dts : shown;
         const bool key = (packet->flags & AV_PKT_FLAG_KEY) != 0;
+        const int64_t latest = packet->pts != AV_NOPTS_VALUE ? shown : shown + kMostReordered * packet->duration;
         held.push(std::move(packet), stream);
         if (stream != main) continue;
-        if (key && (shown <= positionUs || (atStart && !found))) {
+        if (key && (latest <= positionUs || (atStart && !found))) {
             found = true;
             held.beginAtLast(shown);
             if (first && demuxer.indexed()) return Landing::kFound;

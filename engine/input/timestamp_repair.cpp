@@ -50,6 +50,7 @@ bool TimestampRepair::apply(AVPacket &packet, std::size_t track) {
     State &state = states_[track];
     av_packet_rescale_ts(&packet, state.track.timeBase, kMicroseconds);
     if (leaveOutAbsurd(packet)) state.track.countsFromZero = true;
+    if (state.track.noPts && packet.dts != AV_NOPTS_VALUE) packet.pts = AV_NOPTS_VALUE;
     if (packet.duration <= 0) packet.duration = state.track.frameUs;
 
     const bool hasDts = packet.dts != AV_NOPTS_VALUE;

@@ -23,6 +23,7 @@ public:
         int64_t frameUs = 0;          ///< length of a packet that does not say it; 0 if unknown
         bool ptsFromDts = false;      ///< sound: both are the same
         bool countsFromZero = false;  ///< the container stores no times at all
+        bool noPts = false;           ///< the pts of packets do not say when pictures are shown: they are left out
     };
 
     /// `jumpsExpected`: the container's kind allows discontinuities. `endUs`: where its own times end, or INT64_MAX.

@@ -71,7 +71,8 @@ damaged.ts)
     both -c:v mpeg2video -b:v 1M -g 5 -pix_fmt yuv420p -c:a mp2 "$out"
     head -c 3000 /dev/zero | dd of="$out" bs=1 seek=40000 conv=notrunc 2>/dev/null ;;
 flv1_mp3.flv) both -c:v flv -b:v 500k -ar 44100 -c:a libmp3lame "$out" ;;
-mpeg4_mp3.avi) both -c:v mpeg4 -b:v 500k -c:a libmp3lame "$out" ;;
+mpeg4_mp3.avi) both -c:v mpeg4 -b:v 500k -bf 2 -g 9 -c:a libmp3lame "$out" ;;
+bframes.avi) silent -c:v libx264 -preset veryfast -bf 3 -g 12 -pix_fmt yuv420p -threads 1 "$out" ;;
 two_languages.mkv)
     ff -f lavfi -i "$(picture $size 1)" -f lavfi -i "$(tone 440 1)" -f lavfi -i "$(tone 880 1)" -map 0 -map 1 -map 2 \
         $x264 $aac -metadata:s:a:0 language=eng -metadata:s:a:1 language=deu "$out" ;;
